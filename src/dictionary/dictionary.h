@@ -1,0 +1,71 @@
+// CDictionary: the named-value dictionary shared by the runner, the rule elements and scripts.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <vector>
+
+#include "com/bstr.h"
+#include "com/com_object.h"
+#include "com/variant.h"
+#include "dictionary/idictionary.h"
+
+namespace lmk {
+
+// Lock order: an enumerator's lock is taken before its dictionary's lock, never after. A
+// dictionary holds only its own lock and never calls out to another object while holding it:
+// MergeTo copies its entries under the lock, releases it, and only then puts them into the
+// target, so two MergeTo calls in opposite directions cannot deadlock. The lock is recursive
+// because PutMultiple goes through put_Value.
+class CDictionary final : public ComObject<CDictionary, IDictionary> {
+ public:
+  CDictionary() = default;
+  CDictionary(const CDictionary&) = delete;
+  CDictionary& operator=(const CDictionary&) = delete;
+
+  // IDispatch: members are reachable by name for scripts; there is no type information.
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override;
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) override;
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames,
+                                          LCID lcid, DISPID* rgDispId) override;
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
+                                   DISPPARAMS* pDispParams, VARIANT* pVarResult,
+                                   EXCEPINFO* pExcepInfo, UINT* puArgErr) override;
+
+  // IDictionary
+  HRESULT STDMETHODCALLTYPE get__NewEnum(IUnknown** ppUnk) override;
+  HRESULT STDMETHODCALLTYPE get_Value(BSTR bstrName, VARIANT* pVal) override;
+  HRESULT STDMETHODCALLTYPE put_Value(BSTR bstrName, VARIANT pvarNew) override;
+  HRESULT STDMETHODCALLTYPE get_Count(LONG* pVal) override;
+  HRESULT STDMETHODCALLTYPE GetMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) override;
+  HRESULT STDMETHODCALLTYPE PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) override;
+  HRESULT STDMETHODCALLTYPE Test(BSTR bstrName) override;
+  HRESULT STDMETHODCALLTYPE MergeTo(IDictionary* lpDictionary) override;
+
+  /// Copies, in map order, up to `max` names that sort after `after` (from the first entry when
+  /// `after` is empty, which no stored name can be). Takes the dictionary's lock; throws
+  /// ComError or std::bad_alloc.
+  std::vector<Bstr> NamesAfter(const Bstr& after, std::size_t max) const;
+
+ private:
+  // Orders names as VarBstrCmp does under the user's default locale, without flags: case and
+  // accents make distinct names. Transparent so lookups need no copy of a caller's BSTR.
+  struct NameLess {
+    using is_transparent = void;
+    bool operator()(const Bstr& a, const Bstr& b) const { return Less(a.get(), b.get()); }
+    bool operator()(BSTR a, const Bstr& b) const { return Less(a, b.get()); }
+    bool operator()(const Bstr& a, BSTR b) const { return Less(a.get(), b); }
+    static bool Less(BSTR a, BSTR b);
+  };
+
+  HRESULT InvokeValue(WORD wFlags, const DISPPARAMS& params, VARIANT* pVarResult,
+                      EXCEPINFO* pExcepInfo, UINT* puArgErr);
+  HRESULT InvokeTest(const DISPPARAMS& params, VARIANT* pVarResult, UINT* puArgErr);
+  HRESULT InvokeMergeTo(const DISPPARAMS& params, UINT* puArgErr);
+
+  mutable std::recursive_mutex lock_;
+  std::map<Bstr, Variant, NameLess> entries_;
+};
+
+}  // namespace lmk
