@@ -1,0 +1,434 @@
+// CDictionary: an ordered, locked map of names to VARIANTs, callable directly or by name.
+#include "dictionary/dictionary.h"
+
+#include <cwctype>
+#include <iterator>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "com/com_error.h"
+#include "dictionary/dictionary_enum_variant.h"
+
+namespace lmk {
+namespace {
+
+constexpr DISPID kDispidCount = 1;
+constexpr DISPID kDispidGetMultiple = 2;
+constexpr DISPID kDispidPutMultiple = 3;
+constexpr DISPID kDispidTest = 4;
+constexpr DISPID kDispidMergeTo = 5;
+
+struct Member {
+  std::wstring_view name;
+  DISPID id;
+};
+
+constexpr Member kMembers[] = {
+    {L"Value", DISPID_VALUE},
+    {L"Count", kDispidCount},
+    {L"GetMultiple", kDispidGetMultiple},
+    {L"PutMultiple", kDispidPutMultiple},
+    {L"Test", kDispidTest},
+    {L"MergeTo", kDispidMergeTo},
+    {L"_NewEnum", DISPID_NEWENUM},
+};
+
+// Member names are ASCII; scripts spell them in any case.
+bool SameMemberName(std::wstring_view a, const wchar_t* b) {
+  std::size_t i = 0;
+  for (; i < a.size() && b[i] != L'\0'; ++i) {
+    if (std::towlower(static_cast<wint_t>(a[i])) != std::towlower(static_cast<wint_t>(b[i]))) {
+      return false;
+    }
+  }
+  return i == a.size() && b[i] == L'\0';
+}
+
+bool IsEmptyName(BSTR name) { return name == nullptr || SysStringLen(name) == 0; }
+
+std::wstring_view View(BSTR name) { return {name, SysStringLen(name)}; }
+
+// Scripts pass arguments by reference (VT_BYREF|VT_VARIANT); follow that to the value itself.
+// The depth limit guards against a reference that points back at itself.
+const VARIANT& Unwrap(const VARIANT& v) {
+  const VARIANT* p = &v;
+  for (int depth = 0; depth < 16 && p->vt == (VT_BYREF | VT_VARIANT) && p->pvarVal != nullptr;
+       ++depth) {
+    p = p->pvarVal;
+  }
+  return *p;
+}
+
+// Copies a value to be stored. A reference into the caller's memory would dangle once the call
+// returns, so by-reference values are stored as the value they point to.
+HRESULT CopyForStorage(const VARIANT& source, VARIANT* out) {
+  const VARIANT& v = Unwrap(source);
+  if ((v.vt & VT_BYREF) != 0) {
+    return VariantChangeType(out, const_cast<VARIANT*>(&v), 0,
+                             static_cast<VARTYPE>(v.vt & ~VT_BYREF));
+  }
+  return VariantCopy(out, const_cast<VARIANT*>(&v));
+}
+
+// Positional argument `index` (0 = first); DISPPARAMS stores them last first.
+UINT ArgSlot(const DISPPARAMS& params, UINT index) { return params.cArgs - 1 - index; }
+
+HRESULT CoerceArg(const DISPPARAMS& params, UINT index, VARTYPE vt, VARIANT* out, UINT* puArgErr) {
+  const UINT slot = ArgSlot(params, index);
+  const HRESULT hr =
+      VariantChangeType(out, const_cast<VARIANT*>(&Unwrap(params.rgvarg[slot])), 0, vt);
+  if (FAILED(hr) && puArgErr != nullptr) *puArgErr = slot;
+  return hr;
+}
+
+// Hands a failure with a readable description to a script caller that asked for one.
+HRESULT ReportFailure(HRESULT hr, std::wstring_view description, EXCEPINFO* info) {
+  if (info == nullptr) return hr;
+  *info = EXCEPINFO{};
+  info->bstrSource = Bstr(L"Lumarko.Plugin.FileUtilities.Dictionary").Detach();
+  info->bstrDescription = Bstr(description).Detach();
+  info->scode = hr;
+  return DISP_E_EXCEPTION;
+}
+
+void ReturnResult(Variant value, VARIANT* pVarResult) {
+  if (pVarResult == nullptr) return;
+  VariantInit(pVarResult);
+  value.Detach(pVarResult);
+}
+
+}  // namespace
+
+bool CDictionary::NameLess::Less(BSTR a, BSTR b) {
+  return VarBstrCmp(a, b, LOCALE_USER_DEFAULT, 0) == static_cast<HRESULT>(VARCMP_LT);
+}
+
+HRESULT CDictionary::GetTypeInfoCount(UINT* pctinfo) {
+  if (pctinfo == nullptr) return E_INVALIDARG;
+  *pctinfo = 0;
+  return S_OK;
+}
+
+HRESULT CDictionary::GetTypeInfo(UINT, LCID, ITypeInfo** ppTInfo) {
+  if (ppTInfo != nullptr) *ppTInfo = nullptr;
+  return E_NOTIMPL;
+}
+
+HRESULT CDictionary::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID,
+                                   DISPID* rgDispId) {
+  if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+  if (rgszNames == nullptr || rgDispId == nullptr || cNames == 0) return E_INVALIDARG;
+  // No member takes named arguments, so every name after the member's is unknown.
+  for (UINT i = 0; i < cNames; ++i) rgDispId[i] = DISPID_UNKNOWN;
+  if (rgszNames[0] == nullptr) return DISP_E_UNKNOWNNAME;
+  const std::wstring_view wanted(rgszNames[0]);
+  for (const Member& member : kMembers) {
+    if (SameMemberName(wanted, member.name.data())) {
+      rgDispId[0] = member.id;
+      return cNames == 1 ? S_OK : DISP_E_UNKNOWNNAME;
+    }
+  }
+  return DISP_E_UNKNOWNNAME;
+}
+
+HRESULT CDictionary::Invoke(DISPID dispIdMember, REFIID riid, LCID, WORD wFlags,
+                            DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
+                            UINT* puArgErr) {
+  try {
+    if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+    if (pDispParams == nullptr) return E_INVALIDARG;
+    const DISPPARAMS& params = *pDispParams;
+    if (params.cArgs > 0 && params.rgvarg == nullptr) return E_INVALIDARG;
+    if (params.cNamedArgs > 0 && params.rgdispidNamedArgs == nullptr) return E_INVALIDARG;
+    if (params.cNamedArgs > params.cArgs) return E_INVALIDARG;
+
+    const bool is_put = (wFlags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+    const bool is_get = (wFlags & (DISPATCH_PROPERTYGET | DISPATCH_METHOD)) != 0;
+    // The only named argument any member accepts is the value of a property put.
+    if (params.cNamedArgs > 0 &&
+        !(is_put && params.cNamedArgs == 1 && params.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT)) {
+      return DISP_E_NONAMEDARGS;
+    }
+
+    switch (dispIdMember) {
+      case DISPID_VALUE:
+        return InvokeValue(wFlags, params, pVarResult, pExcepInfo, puArgErr);
+      case kDispidCount: {
+        if (is_put || !is_get) return DISP_E_MEMBERNOTFOUND;
+        if (params.cArgs != 0) return DISP_E_BADPARAMCOUNT;
+        LONG count = 0;
+        LMK_RETURN_IF_FAILED(get_Count(&count));
+        ReturnResult(Variant::I4(count), pVarResult);
+        return S_OK;
+      }
+      case DISPID_NEWENUM: {
+        if (is_put || !is_get) return DISP_E_MEMBERNOTFOUND;
+        if (params.cArgs != 0) return DISP_E_BADPARAMCOUNT;
+        ComPtr<IUnknown> enumerator;
+        LMK_RETURN_IF_FAILED(get__NewEnum(&enumerator));
+        ReturnResult(Variant::Unknown(enumerator.Get()), pVarResult);
+        return S_OK;
+      }
+      case kDispidTest:
+        if (is_put || !is_get) return DISP_E_MEMBERNOTFOUND;
+        return InvokeTest(params, pVarResult, puArgErr);
+      case kDispidMergeTo:
+        if (is_put || !is_get) return DISP_E_MEMBERNOTFOUND;
+        return InvokeMergeTo(params, puArgErr);
+      case kDispidGetMultiple:
+      case kDispidPutMultiple:
+        // They take C arrays of names and VARIANTs, which a script cannot pass.
+        return E_NOTIMPL;
+      default:
+        return DISP_E_MEMBERNOTFOUND;
+    }
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::InvokeValue(WORD wFlags, const DISPPARAMS& params, VARIANT* pVarResult,
+                                 EXCEPINFO* pExcepInfo, UINT* puArgErr) {
+  const bool is_put = (wFlags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) != 0;
+  const bool is_get = (wFlags & (DISPATCH_PROPERTYGET | DISPATCH_METHOD)) != 0;
+  if (!is_put && !is_get) return DISP_E_MEMBERNOTFOUND;
+  if (params.cArgs != (is_put ? 2U : 1U)) return DISP_E_BADPARAMCOUNT;
+
+  Variant name;
+  LMK_RETURN_IF_FAILED(CoerceArg(params, 0, VT_BSTR, &name, puArgErr));
+  if (IsEmptyName(name.ref().bstrVal)) {
+    if (puArgErr != nullptr) *puArgErr = ArgSlot(params, 0);
+    return ReportFailure(E_INVALIDARG, L"A dictionary value needs a non-empty name.", pExcepInfo);
+  }
+  if (is_put) {
+    Variant value;
+    const HRESULT hr = CopyForStorage(params.rgvarg[ArgSlot(params, 1)], &value);
+    if (FAILED(hr)) {
+      if (puArgErr != nullptr) *puArgErr = ArgSlot(params, 1);
+      return hr;
+    }
+    return put_Value(name.ref().bstrVal, *value.get());
+  }
+  Variant value;
+  const HRESULT hr = get_Value(name.ref().bstrVal, &value);
+  if (hr == E_FAIL) {
+    return ReportFailure(
+        hr,
+        L"The dictionary has no value named \"" + std::wstring(View(name.ref().bstrVal)) + L"\".",
+        pExcepInfo);
+  }
+  LMK_RETURN_IF_FAILED(hr);
+  ReturnResult(std::move(value), pVarResult);
+  return S_OK;
+}
+
+HRESULT CDictionary::InvokeTest(const DISPPARAMS& params, VARIANT* pVarResult, UINT* puArgErr) {
+  if (params.cArgs != 1) return DISP_E_BADPARAMCOUNT;
+  Variant name;
+  LMK_RETURN_IF_FAILED(CoerceArg(params, 0, VT_BSTR, &name, puArgErr));
+  const HRESULT hr = Test(name.ref().bstrVal);
+  LMK_RETURN_IF_FAILED(hr);
+  // A script cannot see S_FALSE, so presence comes back as a Boolean.
+  ReturnResult(Variant::Bool(hr == S_OK), pVarResult);
+  return S_OK;
+}
+
+HRESULT CDictionary::InvokeMergeTo(const DISPPARAMS& params, UINT* puArgErr) {
+  if (params.cArgs != 1) return DISP_E_BADPARAMCOUNT;
+  const UINT slot = ArgSlot(params, 0);
+  const VARIANT& arg = Unwrap(params.rgvarg[slot]);
+  IUnknown* target = nullptr;
+  switch (arg.vt) {
+    case VT_DISPATCH:
+      target = arg.pdispVal;
+      break;
+    case VT_UNKNOWN:
+      target = arg.punkVal;
+      break;
+    case VT_BYREF | VT_DISPATCH:
+      target = arg.byref != nullptr ? *static_cast<IDispatch**>(arg.byref) : nullptr;
+      break;
+    case VT_BYREF | VT_UNKNOWN:
+      target = arg.byref != nullptr ? *static_cast<IUnknown**>(arg.byref) : nullptr;
+      break;
+    default:
+      if (puArgErr != nullptr) *puArgErr = slot;
+      return DISP_E_TYPEMISMATCH;
+  }
+  if (target == nullptr) return MergeTo(nullptr);
+  ComPtr<IDictionary> dictionary;
+  if (FAILED(target->QueryInterface(IidOf<IDictionary>(),
+                                    reinterpret_cast<void**>(dictionary.GetAddressOf())))) {
+    if (puArgErr != nullptr) *puArgErr = slot;
+    return DISP_E_TYPEMISMATCH;
+  }
+  return MergeTo(dictionary.Get());
+}
+
+HRESULT CDictionary::get__NewEnum(IUnknown** ppUnk) {
+  try {
+    if (ppUnk == nullptr) return E_INVALIDARG;
+    *ppUnk = nullptr;
+    ComPtr<CDictionary> self;
+    AddRef();
+    self.Attach(this);
+    ComPtr<CDictionaryEnumVARIANT> enumerator =
+        MakeComObject<CDictionaryEnumVARIANT>(std::move(self), Bstr());
+    return enumerator->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(ppUnk));
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::get_Value(BSTR bstrName, VARIANT* pVal) {
+  try {
+    if (pVal == nullptr) return E_INVALIDARG;
+    VariantInit(pVal);
+    if (IsEmptyName(bstrName)) return E_INVALIDARG;
+    std::lock_guard guard(lock_);
+    const auto found = entries_.find(bstrName);
+    if (found == entries_.end()) return E_FAIL;
+    return VariantCopy(pVal, const_cast<VARIANT*>(&found->second.ref()));
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::put_Value(BSTR bstrName, VARIANT pvarNew) {
+  try {
+    if (IsEmptyName(bstrName)) return E_INVALIDARG;
+    Variant value;
+    LMK_RETURN_IF_FAILED(CopyForStorage(pvarNew, &value));
+    // The replaced value is released after the lock: releasing an object may run code that
+    // calls back into this dictionary from another thread.
+    Variant replaced;
+    {
+      std::lock_guard guard(lock_);
+      const auto found = entries_.find(bstrName);
+      if (found != entries_.end()) {
+        replaced = std::move(found->second);
+        found->second = std::move(value);
+      } else {
+        entries_.emplace(Bstr(View(bstrName)), std::move(value));
+      }
+    }
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::get_Count(LONG* pVal) {
+  try {
+    if (pVal == nullptr) return E_INVALIDARG;
+    std::lock_guard guard(lock_);
+    if (entries_.size() > static_cast<std::size_t>(std::numeric_limits<LONG>::max())) {
+      return DISP_E_OVERFLOW;
+    }
+    *pVal = static_cast<LONG>(entries_.size());
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::GetMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
+  try {
+    if (cb == 0) return S_OK;
+    if (rgvar == nullptr) return E_INVALIDARG;
+    for (ULONG i = 0; i < cb; ++i) VariantInit(&rgvar[i]);
+    if (rgolestr == nullptr) return E_INVALIDARG;
+    // Values are gathered first and handed over only when all were found, so a failure leaves
+    // the caller owning nothing.
+    std::vector<Variant> values(cb);
+    std::lock_guard guard(lock_);
+    for (ULONG i = 0; i < cb; ++i) {
+      if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') return E_INVALIDARG;
+      // An LPOLESTR has no length prefix; the comparison needs a real BSTR.
+      const Bstr name{std::wstring_view(rgolestr[i])};
+      const auto found = entries_.find(name.get());
+      if (found == entries_.end()) return E_FAIL;
+      values[i] = found->second;
+    }
+    for (ULONG i = 0; i < cb; ++i) values[i].Detach(&rgvar[i]);
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
+  try {
+    if (cb == 0) return S_OK;
+    if (rgolestr == nullptr || rgvar == nullptr) return E_INVALIDARG;
+    std::lock_guard guard(lock_);
+    for (ULONG i = 0; i < cb; ++i) {
+      Bstr name;
+      if (rgolestr[i] != nullptr) name = Bstr(std::wstring_view(rgolestr[i]));
+      LMK_RETURN_IF_FAILED(put_Value(name.get(), rgvar[i]));
+    }
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::Test(BSTR bstrName) {
+  try {
+    if (IsEmptyName(bstrName)) return E_INVALIDARG;
+    std::lock_guard guard(lock_);
+    return entries_.find(bstrName) != entries_.end() ? S_OK : S_FALSE;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::MergeTo(IDictionary* lpDictionary) {
+  try {
+    if (lpDictionary == nullptr) return E_INVALIDARG;
+    std::vector<std::pair<Bstr, Variant>> snapshot;
+    {
+      std::lock_guard guard(lock_);
+      snapshot.reserve(entries_.size());
+      for (const auto& [name, value] : entries_) snapshot.emplace_back(name, value);
+    }
+    for (auto& [name, value] : snapshot) {
+      LMK_RETURN_IF_FAILED(lpDictionary->put_Value(name.get(), *value.get()));
+    }
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+std::vector<Bstr> CDictionary::NamesAfter(const Bstr& after, std::size_t max) const {
+  std::vector<Bstr> names;
+  std::lock_guard guard(lock_);
+  auto it = after.empty() ? entries_.begin() : entries_.upper_bound(after.get());
+  for (; it != entries_.end() && names.size() < max; ++it) names.push_back(it->first);
+  return names;
+}
+
+HRESULT CreateDictionary(IUnknown* outer, REFIID riid, void** ppv) noexcept {
+  try {
+    if (ppv == nullptr) return E_INVALIDARG;
+    *ppv = nullptr;
+    if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+    ComPtr<CDictionary> dictionary = MakeComObject<CDictionary>();
+    return dictionary->QueryInterface(riid, ppv);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+ComPtr<IDictionary> MakeDictionary() {
+  ComPtr<IDictionary> dictionary;
+  const HRESULT hr = CreateDictionary(nullptr, IidOf<IDictionary>(),
+                                      reinterpret_cast<void**>(dictionary.GetAddressOf()));
+  if (FAILED(hr)) ThrowIfFailed(hr);
+  return dictionary;
+}
+
+}  // namespace lmk

@@ -1,0 +1,189 @@
+// The in-memory IStream: reading, writing past the end, seeking, sizing, clones and copies.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "com/com.h"
+
+namespace lmk {
+namespace {
+
+ComPtr<IStream> MakeStream(const std::string& bytes) {
+  ComPtr<IStream> stream;
+  stream.Attach(SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),
+                                  static_cast<UINT>(bytes.size())));
+  return stream;
+}
+
+std::string ReadAll(IStream* stream, ULONG size) {
+  std::string buffer(size, '\0');
+  ULONG read = 0;
+  EXPECT_EQ(stream->Read(buffer.data(), size, &read), S_OK);
+  buffer.resize(read);
+  return buffer;
+}
+
+ULONGLONG Seek(IStream* stream, LONGLONG move, DWORD origin, HRESULT expected = S_OK) {
+  LARGE_INTEGER li;
+  li.QuadPart = move;
+  ULARGE_INTEGER position;
+  position.QuadPart = 0xDEAD;
+  EXPECT_EQ(stream->Seek(li, origin, &position), expected);
+  return position.QuadPart;
+}
+
+ULONGLONG SizeOf(IStream* stream) {
+  STATSTG stat{};
+  EXPECT_EQ(stream->Stat(&stat, STATFLAG_NONAME), S_OK);
+  EXPECT_EQ(stat.type, static_cast<DWORD>(STGTY_STREAM));
+  return stat.cbSize.QuadPart;
+}
+
+TEST(MemoryStream, StartsWithACopyOfTheBytes) {
+  std::string initial = "hello";
+  ComPtr<IStream> stream = MakeStream(initial);
+  ASSERT_TRUE(stream);
+  initial[0] = 'j';
+  EXPECT_EQ(ReadAll(stream.Get(), 100), "hello");  // short read at the end is S_OK
+  EXPECT_EQ(ReadAll(stream.Get(), 10), "");
+}
+
+TEST(MemoryStream, NullInitialBytesGiveEmptyStream) {
+  ComPtr<IStream> stream;
+  stream.Attach(SHCreateMemStream(nullptr, 0));
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(SizeOf(stream.Get()), 0u);
+}
+
+TEST(MemoryStream, WriteOverwritesAndExtends) {
+  ComPtr<IStream> stream = MakeStream("abcdef");
+  Seek(stream.Get(), 4, STREAM_SEEK_SET);
+  ULONG written = 0;
+  ASSERT_EQ(stream->Write("XYZ", 3, &written), S_OK);
+  EXPECT_EQ(written, 3u);
+  EXPECT_EQ(SizeOf(stream.Get()), 7u);
+  Seek(stream.Get(), 0, STREAM_SEEK_SET);
+  EXPECT_EQ(ReadAll(stream.Get(), 10), "abcdXYZ");
+}
+
+TEST(MemoryStream, WritingAfterSeekPastEndFillsWithZeros) {
+  ComPtr<IStream> stream = MakeStream("ab");
+  EXPECT_EQ(Seek(stream.Get(), 2, STREAM_SEEK_END), 4u);
+  ASSERT_EQ(stream->Write("c", 1, nullptr), S_OK);
+  Seek(stream.Get(), 0, STREAM_SEEK_SET);
+  EXPECT_EQ(ReadAll(stream.Get(), 10), std::string("ab\0\0c", 5));
+}
+
+struct SeekCase {
+  std::string name;
+  LONGLONG start;
+  LONGLONG move;
+  DWORD origin;
+  HRESULT hr;
+  ULONGLONG position;  // where the stream is afterwards
+};
+
+std::vector<SeekCase> SeekCases() {
+  return {
+      {"SetToMiddle", 0, 3, STREAM_SEEK_SET, S_OK, 3},
+      {"CurrentForward", 2, 2, STREAM_SEEK_CUR, S_OK, 4},
+      {"CurrentBackward", 4, -3, STREAM_SEEK_CUR, S_OK, 1},
+      {"EndBackward", 0, -2, STREAM_SEEK_END, S_OK, 8},
+      {"BeforeStartRefused", 2, -3, STREAM_SEEK_CUR, STG_E_INVALIDFUNCTION, 2},
+      {"NegativeSetRefused", 5, -1, STREAM_SEEK_SET, STG_E_INVALIDFUNCTION, 5},
+      {"BadOriginRefused", 1, 0, 7, STG_E_INVALIDFUNCTION, 1},
+      {"BeyondFourGigabytesRefused", 0, LONGLONG{1} << 40, STREAM_SEEK_SET, STG_E_INVALIDFUNCTION,
+       0},
+  };
+}
+
+class MemoryStreamSeekTest : public ::testing::TestWithParam<SeekCase> {};
+
+TEST_P(MemoryStreamSeekTest, Moves) {
+  ComPtr<IStream> stream = MakeStream("0123456789");
+  Seek(stream.Get(), GetParam().start, STREAM_SEEK_SET);
+  Seek(stream.Get(), GetParam().move, GetParam().origin, GetParam().hr);
+  EXPECT_EQ(Seek(stream.Get(), 0, STREAM_SEEK_CUR), GetParam().position);
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeks, MemoryStreamSeekTest, ::testing::ValuesIn(SeekCases()),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(MemoryStream, SetSizeTruncatesAndGrows) {
+  ComPtr<IStream> stream = MakeStream("abcdef");
+  ULARGE_INTEGER size;
+  size.QuadPart = 2;
+  ASSERT_EQ(stream->SetSize(size), S_OK);
+  EXPECT_EQ(ReadAll(stream.Get(), 10), "ab");
+  size.QuadPart = 4;
+  ASSERT_EQ(stream->SetSize(size), S_OK);
+  Seek(stream.Get(), 0, STREAM_SEEK_SET);
+  EXPECT_EQ(ReadAll(stream.Get(), 10), std::string("ab\0\0", 4));
+  size.QuadPart = ULONGLONG{1} << 33;
+  EXPECT_EQ(stream->SetSize(size), STG_E_MEDIUMFULL);
+}
+
+TEST(MemoryStream, CloneSharesBytesButNotPosition) {
+  ComPtr<IStream> stream = MakeStream("abcdef");
+  Seek(stream.Get(), 2, STREAM_SEEK_SET);
+  ComPtr<IStream> clone;
+  ASSERT_EQ(stream->Clone(&clone), S_OK);
+  EXPECT_EQ(ReadAll(clone.Get(), 2), "cd");
+  EXPECT_EQ(Seek(stream.Get(), 0, STREAM_SEEK_CUR), 2u);
+  ASSERT_EQ(clone->Write("Z", 1, nullptr), S_OK);
+  EXPECT_EQ(ReadAll(stream.Get(), 10), "cdZf");
+}
+
+TEST(MemoryStream, CopyToAdvancesSourceAndAppendsToTarget) {
+  ComPtr<IStream> source = MakeStream("0123456789");
+  ComPtr<IStream> target = MakeStream("");
+  Seek(source.Get(), 3, STREAM_SEEK_SET);
+  ULARGE_INTEGER count, read, written;
+  count.QuadPart = 4;
+  ASSERT_EQ(source->CopyTo(target.Get(), count, &read, &written), S_OK);
+  EXPECT_EQ(read.QuadPart, 4u);
+  EXPECT_EQ(written.QuadPart, 4u);
+  EXPECT_EQ(ReadAll(source.Get(), 10), "789");
+  count.QuadPart = 100;
+  Seek(source.Get(), 8, STREAM_SEEK_SET);
+  ASSERT_EQ(source->CopyTo(target.Get(), count, &read, nullptr), S_OK);
+  EXPECT_EQ(read.QuadPart, 2u);
+  Seek(target.Get(), 0, STREAM_SEEK_SET);
+  EXPECT_EQ(ReadAll(target.Get(), 100), "345689");
+}
+
+TEST(MemoryStream, CopyToOwnCloneDoesNotDeadlock) {
+  ComPtr<IStream> stream = MakeStream("abc");
+  ComPtr<IStream> clone;
+  ASSERT_EQ(stream->Clone(&clone), S_OK);
+  Seek(clone.Get(), 0, STREAM_SEEK_END);
+  ULARGE_INTEGER count;
+  count.QuadPart = 3;
+  ASSERT_EQ(stream->CopyTo(clone.Get(), count, nullptr, nullptr), S_OK);
+  EXPECT_EQ(SizeOf(stream.Get()), 6u);
+}
+
+TEST(MemoryStream, TransactionsAndLocks) {
+  ComPtr<IStream> stream = MakeStream("x");
+  ULARGE_INTEGER offset{}, size{};
+  EXPECT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
+  EXPECT_EQ(stream->Revert(), S_OK);
+  EXPECT_EQ(stream->LockRegion(offset, size, LOCK_WRITE), STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(stream->UnlockRegion(offset, size, LOCK_WRITE), STG_E_INVALIDFUNCTION);
+}
+
+TEST(MemoryStream, AnswersSequentialStreamAndNullPointers) {
+  ComPtr<IStream> stream = MakeStream("abc");
+  ComPtr<ISequentialStream> sequential;
+  ASSERT_EQ(stream.As(&sequential), S_OK);
+  char c = 0;
+  ULONG read = 0;
+  EXPECT_EQ(sequential->Read(&c, 1, &read), S_OK);
+  EXPECT_EQ(c, 'a');
+  EXPECT_EQ(stream->Read(nullptr, 1, nullptr), STG_E_INVALIDPOINTER);
+  EXPECT_EQ(stream->Stat(nullptr, STATFLAG_NONAME), STG_E_INVALIDPOINTER);
+}
+
+}  // namespace
+}  // namespace lmk

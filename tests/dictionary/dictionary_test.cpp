@@ -1,0 +1,376 @@
+// Tests of the dictionary's methods: HRESULTs, names, bulk reads and writes, merging, sharing.
+#include "dictionary/dictionary.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dictionary_test_util.h"
+
+namespace lmk::test {
+namespace {
+
+// --- Reading and testing names ----------------------------------------------------------------
+
+struct LookupCase {
+  const char* name;
+  std::optional<std::wstring> key;  // nullopt: a null BSTR
+  HRESULT get_hr;
+  HRESULT test_hr;
+  LONG expected_value;  // when get_hr is S_OK
+};
+
+class DictionaryLookupTest : public ::testing::TestWithParam<LookupCase> {
+ protected:
+  void SetUp() override {
+    dictionary_ = MakeDictionary();
+    ASSERT_EQ(Put(dictionary_.Get(), L"File.Name", Variant::I4(1)), S_OK);
+    ASSERT_EQ(Put(dictionary_.Get(), L"file.name", Variant::I4(2)), S_OK);
+    ASSERT_EQ(Put(dictionary_.Get(), L"A", Variant::I4(3)), S_OK);
+  }
+  ComPtr<IDictionary> dictionary_;
+};
+
+TEST_P(DictionaryLookupTest, GetAndTest) {
+  const LookupCase& c = GetParam();
+  Bstr key;
+  if (c.key) key = Bstr(*c.key);
+  Variant value = Variant::I4(-1);
+  EXPECT_EQ(dictionary_->get_Value(key.get(), &value), c.get_hr);
+  if (c.get_hr == S_OK) {
+    ASSERT_EQ(value.vt(), VT_I4);
+    EXPECT_EQ(value.ref().lVal, c.expected_value);
+  } else {
+    EXPECT_EQ(value.vt(), VT_EMPTY) << "a failed read must not leave a value behind";
+  }
+  EXPECT_EQ(dictionary_->Test(key.get()), c.test_hr);
+}
+
+const LookupCase kLookupCases[] = {
+    {"Present", L"File.Name", S_OK, S_OK, 1},
+    {"LowerCaseIsItsOwnEntry", L"file.name", S_OK, S_OK, 2},
+    {"UpperCaseIsMissing", L"FILE.NAME", E_FAIL, S_FALSE, 0},
+    {"Missing", L"Nope", E_FAIL, S_FALSE, 0},
+    {"PrefixIsMissing", L"File", E_FAIL, S_FALSE, 0},
+    {"LongerIsMissing", L"File.Name.", E_FAIL, S_FALSE, 0},
+    {"SingleLetter", L"A", S_OK, S_OK, 3},
+    {"Empty", L"", E_INVALIDARG, E_INVALIDARG, 0},
+    {"Null", std::nullopt, E_INVALIDARG, E_INVALIDARG, 0},
+};
+
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryLookupTest, ::testing::ValuesIn(kLookupCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(DictionaryTest, NullOutPointersAreInvalid) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  Bstr key(L"a");
+  EXPECT_EQ(dictionary->get_Value(key.get(), nullptr), E_INVALIDARG);
+  EXPECT_EQ(dictionary->get_Count(nullptr), E_INVALIDARG);
+  EXPECT_EQ(dictionary->get__NewEnum(nullptr), E_INVALIDARG);
+  EXPECT_EQ(dictionary->MergeTo(nullptr), E_INVALIDARG);
+}
+
+// --- Writing ----------------------------------------------------------------------------------
+
+struct PutCase {
+  const char* name;
+  std::optional<std::wstring> key;
+  HRESULT hr;
+  LONG count_after;  // the dictionary starts with "x" = 1
+};
+
+class DictionaryPutTest : public ::testing::TestWithParam<PutCase> {};
+
+TEST_P(DictionaryPutTest, AddsOrReplaces) {
+  const PutCase& c = GetParam();
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  ASSERT_EQ(Put(dictionary.Get(), L"x", Variant::I4(1)), S_OK);
+  Bstr key;
+  if (c.key) key = Bstr(*c.key);
+  EXPECT_EQ(dictionary->put_Value(key.get(), Variant::String(L"new").ref()), c.hr);
+  EXPECT_EQ(CountOf(dictionary.Get()), c.count_after);
+  if (c.hr == S_OK) {
+    Variant value;
+    ASSERT_EQ(Get(dictionary.Get(), *c.key, &value), S_OK);
+    ASSERT_EQ(value.vt(), VT_BSTR);
+    EXPECT_EQ(std::wstring(value.ref().bstrVal), L"new");
+  }
+}
+
+const PutCase kPutCases[] = {
+    {"NewName", L"y", S_OK, 2},
+    {"ReplacesExisting", L"x", S_OK, 1},
+    {"OtherCaseAdds", L"X", S_OK, 2},
+    {"Empty", L"", E_INVALIDARG, 1},
+    {"Null", std::nullopt, E_INVALIDARG, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutTest, ::testing::ValuesIn(kPutCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(DictionaryTest, StoredValueIsACopyOfTheCallersValue) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  {
+    Variant text = Variant::String(L"kept");
+    ASSERT_EQ(Put(dictionary.Get(), L"t", text), S_OK);
+  }  // the caller's string is freed here
+  Variant first;
+  Variant second;
+  ASSERT_EQ(Get(dictionary.Get(), L"t", &first), S_OK);
+  ASSERT_EQ(Get(dictionary.Get(), L"t", &second), S_OK);
+  EXPECT_EQ(std::wstring(first.ref().bstrVal), L"kept");
+  EXPECT_NE(first.ref().bstrVal, second.ref().bstrVal) << "each read gets its own string";
+}
+
+TEST(DictionaryTest, ByReferenceValueIsStoredAsTheValueItPointsTo) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  {
+    Variant inner = Variant::I4(42);
+    VARIANT reference;
+    VariantInit(&reference);
+    reference.vt = VT_BYREF | VT_VARIANT;
+    reference.pvarVal = inner.get();
+    ASSERT_EQ(dictionary->put_Value(Bstr(L"r").get(), reference), S_OK);
+  }
+  Variant value;
+  ASSERT_EQ(Get(dictionary.Get(), L"r", &value), S_OK);
+  ASSERT_EQ(value.vt(), VT_I4);
+  EXPECT_EQ(value.ref().lVal, 42);
+}
+
+TEST(DictionaryTest, ObjectValuesAreSharedNotCopied) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  ComPtr<IDictionary> globals = MakeDictionary();
+  const ULONG base = RefCount(globals.Get());
+  ASSERT_EQ(Put(dictionary.Get(), L"Plugin.Globals", Variant::Unknown(globals.Get())), S_OK);
+  EXPECT_EQ(RefCount(globals.Get()), base + 1) << "the dictionary holds one reference";
+  {
+    Variant read;
+    ASSERT_EQ(Get(dictionary.Get(), L"Plugin.Globals", &read), S_OK);
+    ASSERT_EQ(read.vt(), VT_UNKNOWN);
+    EXPECT_EQ(read.ref().punkVal, static_cast<IUnknown*>(globals.Get()));
+    EXPECT_EQ(RefCount(globals.Get()), base + 2) << "a read adds a reference, no copy";
+  }
+  ASSERT_EQ(Put(dictionary.Get(), L"Plugin.Globals", Variant::I4(0)), S_OK);
+  EXPECT_EQ(RefCount(globals.Get()), base) << "replacing the value releases the object";
+}
+
+TEST(DictionaryTest, ReleasingTheDictionaryReleasesItsObjects) {
+  ComPtr<IDictionary> globals = MakeDictionary();
+  const ULONG base = RefCount(globals.Get());
+  {
+    ComPtr<IDictionary> dictionary = MakeDictionary();
+    ASSERT_EQ(Put(dictionary.Get(), L"g", Variant::Unknown(globals.Get())), S_OK);
+  }
+  EXPECT_EQ(RefCount(globals.Get()), base);
+}
+
+// --- PutMultiple ------------------------------------------------------------------------------
+
+enum class BadName { kNone, kNull, kEmpty };
+
+struct PutMultipleCase {
+  const char* name;
+  ULONG bad_index;
+  BadName bad;
+  HRESULT hr;
+};
+
+class DictionaryPutMultipleTest : public ::testing::TestWithParam<PutMultipleCase> {};
+
+TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
+  constexpr ULONG kCount = 120;
+  const PutMultipleCase& c = GetParam();
+  std::vector<std::wstring> names;
+  std::vector<LPOLESTR> pointers;
+  std::vector<Variant> values;
+  for (ULONG i = 0; i < kCount; ++i) {
+    names.push_back(L"Meta.Item" + std::to_wstring(i));
+    values.push_back(Variant::I4(static_cast<LONG>(i)));
+  }
+  std::wstring empty;
+  for (ULONG i = 0; i < kCount; ++i) {
+    LPOLESTR p = names[i].data();
+    if (c.bad != BadName::kNone && i == c.bad_index) {
+      p = c.bad == BadName::kNull ? nullptr : empty.data();
+    }
+    pointers.push_back(p);
+  }
+  std::vector<VARIANT> raw;
+  for (Variant& v : values) raw.push_back(v.ref());
+
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  EXPECT_EQ(dictionary->PutMultiple(kCount, pointers.data(), raw.data()), c.hr);
+  const ULONG stored = c.bad == BadName::kNone ? kCount : c.bad_index;
+  EXPECT_EQ(CountOf(dictionary.Get()), static_cast<LONG>(stored));
+  for (ULONG i = 0; i < kCount; ++i) {
+    Variant value;
+    const HRESULT hr = Get(dictionary.Get(), names[i], &value);
+    if (i < stored) {
+      ASSERT_EQ(hr, S_OK) << "entry " << i;
+      EXPECT_EQ(value.ref().lVal, static_cast<LONG>(i));
+    } else {
+      EXPECT_EQ(hr, E_FAIL) << "entry " << i << " follows the failure";
+    }
+  }
+}
+
+const PutMultipleCase kPutMultipleCases[] = {
+    {"AllGood", 0, BadName::kNone, S_OK},
+    {"NullFirst", 0, BadName::kNull, E_INVALIDARG},
+    {"NullInTheMiddle", 60, BadName::kNull, E_INVALIDARG},
+    {"EmptyInTheMiddle", 61, BadName::kEmpty, E_INVALIDARG},
+    {"EmptyLast", 119, BadName::kEmpty, E_INVALIDARG},
+};
+
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutMultipleTest, ::testing::ValuesIn(kPutMultipleCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(DictionaryTest, PutMultipleNullArrays) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  std::wstring name = L"a";
+  LPOLESTR names[] = {name.data()};
+  VARIANT values[1];
+  VariantInit(&values[0]);
+  EXPECT_EQ(dictionary->PutMultiple(0, nullptr, nullptr), S_OK);
+  EXPECT_EQ(dictionary->PutMultiple(1, nullptr, values), E_INVALIDARG);
+  EXPECT_EQ(dictionary->PutMultiple(1, names, nullptr), E_INVALIDARG);
+  EXPECT_EQ(CountOf(dictionary.Get()), 0);
+}
+
+// --- GetMultiple ------------------------------------------------------------------------------
+
+struct GetMultipleCase {
+  const char* name;
+  std::vector<const wchar_t*> names;  // nullptr: a null name
+  HRESULT hr;
+  std::vector<const wchar_t*> expected;  // the string values read, when hr is S_OK
+};
+
+class DictionaryGetMultipleTest : public ::testing::TestWithParam<GetMultipleCase> {};
+
+TEST_P(DictionaryGetMultipleTest, ReadsAllOrNothing) {
+  const GetMultipleCase& c = GetParam();
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  ASSERT_EQ(Put(dictionary.Get(), L"a", Variant::String(L"va")), S_OK);
+  ASSERT_EQ(Put(dictionary.Get(), L"b", Variant::String(L"vb")), S_OK);
+  ASSERT_EQ(Put(dictionary.Get(), L"c", Variant::String(L"vc")), S_OK);
+
+  std::vector<std::wstring> storage;
+  for (const wchar_t* n : c.names) storage.emplace_back(n != nullptr ? n : L"");
+  std::vector<LPOLESTR> names;
+  for (std::size_t i = 0; i < c.names.size(); ++i) {
+    names.push_back(c.names[i] != nullptr ? storage[i].data() : nullptr);
+  }
+  // Slots start as garbage-free integers so a slot left untouched is visible.
+  std::vector<Variant> out(names.size());
+  for (Variant& v : out) v = Variant::I4(-1);
+  std::vector<VARIANT> raw(names.size());
+  for (std::size_t i = 0; i < raw.size(); ++i) raw[i] = out[i].ref();
+
+  EXPECT_EQ(dictionary->GetMultiple(static_cast<ULONG>(names.size()), names.data(), raw.data()),
+            c.hr);
+  for (std::size_t i = 0; i < raw.size(); ++i) {
+    Variant owned;
+    owned.Attach(&raw[i]);
+    if (c.hr == S_OK) {
+      ASSERT_EQ(owned.vt(), VT_BSTR) << "slot " << i;
+      EXPECT_EQ(std::wstring(owned.ref().bstrVal), c.expected[i]) << "slot " << i;
+    } else {
+      EXPECT_EQ(owned.vt(), VT_EMPTY) << "slot " << i << ": the caller must own nothing";
+    }
+  }
+}
+
+const GetMultipleCase kGetMultipleCases[] = {
+    {"All", {L"c", L"a", L"b"}, S_OK, {L"vc", L"va", L"vb"}},
+    {"Repeated", {L"a", L"a"}, S_OK, {L"va", L"va"}},
+    {"MissingLast", {L"a", L"b", L"zz"}, E_FAIL, {}},
+    {"MissingFirst", {L"zz", L"a"}, E_FAIL, {}},
+    {"OtherCase", {L"a", L"B"}, E_FAIL, {}},
+    {"NullName", {L"a", nullptr}, E_INVALIDARG, {}},
+    {"EmptyName", {L"a", L""}, E_INVALIDARG, {}},
+    {"None", {}, S_OK, {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryGetMultipleTest, ::testing::ValuesIn(kGetMultipleCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(DictionaryTest, GetMultipleNullArrays) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  VARIANT values[1];
+  values[0].vt = VT_I4;
+  EXPECT_EQ(dictionary->GetMultiple(1, nullptr, values), E_INVALIDARG);
+  EXPECT_EQ(values[0].vt, VT_EMPTY);
+  std::wstring name = L"a";
+  LPOLESTR names[] = {name.data()};
+  EXPECT_EQ(dictionary->GetMultiple(1, names, nullptr), E_INVALIDARG);
+}
+
+// --- MergeTo ----------------------------------------------------------------------------------
+
+TEST(DictionaryTest, MergeToCopiesEveryEntryAndOverwrites) {
+  ComPtr<IDictionary> source = MakeDictionary();
+  ComPtr<IDictionary> target = MakeDictionary();
+  ASSERT_EQ(Put(source.Get(), L"a", Variant::I4(1)), S_OK);
+  ASSERT_EQ(Put(source.Get(), L"b", Variant::I4(2)), S_OK);
+  ASSERT_EQ(Put(target.Get(), L"b", Variant::I4(20)), S_OK);
+  ASSERT_EQ(Put(target.Get(), L"c", Variant::I4(30)), S_OK);
+
+  ASSERT_EQ(source->MergeTo(target.Get()), S_OK);
+
+  struct Expected {
+    const wchar_t* name;
+    IDictionary* dictionary;
+    HRESULT hr;
+    LONG value;
+  };
+  const Expected expected[] = {
+      {L"a", target.Get(), S_OK, 1}, {L"b", target.Get(), S_OK, 2}, {L"c", target.Get(), S_OK, 30},
+      {L"a", source.Get(), S_OK, 1}, {L"b", source.Get(), S_OK, 2}, {L"c", source.Get(), E_FAIL, 0},
+  };
+  for (const Expected& e : expected) {
+    Variant value;
+    ASSERT_EQ(Get(e.dictionary, e.name, &value), e.hr) << e.name;
+    if (e.hr == S_OK) {
+      EXPECT_EQ(value.ref().lVal, e.value) << e.name;
+    }
+  }
+  EXPECT_EQ(CountOf(target.Get()), 3);
+  EXPECT_EQ(CountOf(source.Get()), 2) << "merging leaves the source alone";
+}
+
+TEST(DictionaryTest, MergeToItselfChangesNothing) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  ASSERT_EQ(Put(dictionary.Get(), L"a", Variant::String(L"x")), S_OK);
+  ASSERT_EQ(dictionary->MergeTo(dictionary.Get()), S_OK);
+  EXPECT_EQ(CountOf(dictionary.Get()), 1);
+  Variant value;
+  ASSERT_EQ(Get(dictionary.Get(), L"a", &value), S_OK);
+  EXPECT_EQ(std::wstring(value.ref().bstrVal), L"x");
+}
+
+// --- Creation ---------------------------------------------------------------------------------
+
+TEST(DictionaryTest, CreatorRefusesAggregationAndUnknownInterfaces) {
+  ComPtr<IDictionary> outer = MakeDictionary();
+  void* object = reinterpret_cast<void*>(1);
+  EXPECT_EQ(CreateDictionary(outer.Get(), IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
+  EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(CreateDictionary(nullptr, IID_IStream, &object), E_NOINTERFACE);
+  EXPECT_EQ(CreateDictionary(nullptr, IID_IUnknown, nullptr), E_INVALIDARG);
+
+  const IID interfaces[] = {IID_IUnknown, IID_IDispatch, IID_IDictionary};
+  for (const IID& iid : interfaces) {
+    ComPtr<IUnknown> created;
+    ASSERT_EQ(CreateDictionary(nullptr, iid, reinterpret_cast<void**>(created.GetAddressOf())),
+              S_OK);
+    EXPECT_TRUE(created);
+  }
+  EXPECT_TRUE(IsEqualGUID(IID_IDictionary, IidOf<IDictionary>()));
+}
+
+}  // namespace
+}  // namespace lmk::test
