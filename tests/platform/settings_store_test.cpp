@@ -1,0 +1,622 @@
+// Tests of the settings store: registry rules, transactions, damage handling and counters
+// shared by threads and processes.
+#include "platform/settings_store.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+#include "com/com_error.h"
+#include "platform/posix/sqlite_settings_store.h"
+#include "platform/text_encoding.h"
+#include "support/temp_dir.h"
+
+namespace lmk {
+
+void PrintTo(const RegValue& v, std::ostream* os) {
+  *os << "{type " << static_cast<DWORD>(v.type) << ", text \"" << ToUtf8(v.text) << "\", number "
+      << v.number << ", " << v.bytes.size() << " bytes}";
+}
+
+namespace {
+
+using test::ScopedTempDir;
+namespace fs = std::filesystem;
+
+const HRESULT kNotFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+constexpr wchar_t kCounterKey[] = L"SOFTWARE\\QELN\\Lumarko";
+constexpr wchar_t kCounterName[] = L"AutoIncrementValue";
+
+std::string ReadBytes(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void WriteBytes(const fs::path& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << bytes;
+}
+
+// Advances the shared counter once; returns the value handed out, or nullopt on failure.
+std::optional<uint32_t> Advance(SettingsStore& store) {
+  uint32_t handedOut = 0;
+  const HRESULT hr = store.Update(kCounterKey, kCounterName, [&](const std::optional<RegValue>& v) {
+    handedOut = v ? static_cast<uint32_t>(v->number) : 0;
+    return RegValue::Dword(handedOut + 1);
+  });
+  if (FAILED(hr)) return std::nullopt;
+  return handedOut;
+}
+
+// Points the stores at a fresh folder for each test and restores the environment after.
+class SettingsStoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (const char* old = std::getenv("LUMARKO_CONFIG_DIR")) saved_ = old;
+    ::setenv("LUMARKO_CONFIG_DIR", dir_.path().c_str(), 1);
+    ASSERT_EQ(S_OK, SettingsStore::Open(SettingsScope::CurrentUser, &store_));
+  }
+  void TearDown() override {
+    store_.reset();
+    if (saved_) {
+      ::setenv("LUMARKO_CONFIG_DIR", saved_->c_str(), 1);
+    } else {
+      ::unsetenv("LUMARKO_CONFIG_DIR");
+    }
+  }
+  // Closes and opens again, so that reads come from the file.
+  void Reopen() {
+    store_.reset();
+    ASSERT_EQ(S_OK, SettingsStore::Open(SettingsScope::CurrentUser, &store_));
+  }
+  fs::path DatabaseFile() const { return dir_ / "settings.db"; }
+
+  ScopedTempDir dir_;
+  std::optional<std::string> saved_;
+  std::shared_ptr<SettingsStore> store_;
+};
+
+struct FoldCase {
+  const char* name;
+  std::wstring input;
+  std::wstring folded;
+};
+
+class FoldTest : public ::testing::TestWithParam<FoldCase> {};
+
+TEST_P(FoldTest, FoldsToUpperCase) {
+  EXPECT_EQ(GetParam().folded, FoldSettingsName(GetParam().input));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Names, FoldTest,
+    ::testing::ValuesIn(std::vector<FoldCase>{
+        {"Ascii", L"AutoCycleValue9", L"AUTOCYCLEVALUE9"},
+        {"AsciiPunctuationKept", L"a[b]\\c{d}", L"A[B]\\C{D}"},
+        {"Latin1", L"r\u00e9gl\u00e9s \u00fe", L"R\u00c9GL\u00c9S \u00de"},
+        {"Latin1DivisionSignKept", L"\u00f7\u00d7", L"\u00f7\u00d7"},
+        {"SharpSKept", L"stra\u00dfe", L"STRA\u00dfE"},
+        {"YDiaeresis", L"\u00ff", L"\u0178"},
+        {"LatinExtendedEvenPairs", L"\u0101\u0107\u0133\u0137", L"\u0100\u0106\u0132\u0136"},
+        {"LatinExtendedOddPairs", L"\u013a\u0148\u017a\u017e", L"\u0139\u0147\u0179\u017d"},
+        {"LatinExtendedAfterEng", L"\u014b\u0153\u0177", L"\u014a\u0152\u0176"},
+        {"LatinExtendedUnpaired", L"\u0131\u0138\u0149\u017f", L"\u0131\u0138\u0149\u017f"},
+        {"Greek", L"\u03b1\u03c2\u03c9\u03cb", L"\u0391\u03a3\u03a9\u03ab"},
+        {"Cyrillic", L"\u0430\u044f\u0451\u045f", L"\u0410\u042f\u0401\u040f"},
+        {"OthersKept", L"\u65e5\U0001F600", L"\u65e5\U0001F600"},
+    }),
+    [](const auto& i) { return std::string(i.param.name); });
+
+struct SplitCase {
+  const char* name;
+  std::wstring path;
+  HRESULT hr;
+  std::vector<std::wstring> names;
+};
+
+class SplitTest : public ::testing::TestWithParam<SplitCase> {};
+
+TEST_P(SplitTest, SplitsAtBackslashes) {
+  std::vector<std::wstring> names{L"stale"};
+  EXPECT_EQ(GetParam().hr, SplitSettingsKeyPath(GetParam().path, &names));
+  if (SUCCEEDED(GetParam().hr)) {
+    EXPECT_EQ(GetParam().names, names);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, SplitTest,
+    ::testing::ValuesIn(std::vector<SplitCase>{
+        {"Root", L"", S_OK, {}},
+        {"RootSeparator", L"\\", S_OK, {}},
+        {"One", L"Software", S_OK, {L"Software"}},
+        {"Three", L"SOFTWARE\\QELN\\Lumarko", S_OK, {L"SOFTWARE", L"QELN", L"Lumarko"}},
+        {"OuterSeparatorsIgnored", L"\\A\\B\\", S_OK, {L"A", L"B"}},
+        {"SlashIsPartOfName", L"A/B\\C", S_OK, {L"A/B", L"C"}},
+        {"EmptyInside", L"A\\\\B", E_INVALIDARG, {}},
+        {"Nul", std::wstring(L"A\0B", 3), E_INVALIDARG, {}},
+        {"LongestName", std::wstring(255, L'k'), S_OK, {std::wstring(255, L'k')}},
+        {"NameTooLong", L"A\\" + std::wstring(256, L'k'), E_INVALIDARG, {}},
+    }),
+    [](const auto& i) { return std::string(i.param.name); });
+
+struct RoundTripCase {
+  const char* name;
+  RegValue value;
+};
+
+RegValue OtherType(RegType type, std::vector<uint8_t> bytes) {
+  RegValue v;
+  v.type = type;
+  v.bytes = std::move(bytes);
+  return v;
+}
+
+class SettingsRoundTripTest : public SettingsStoreTest,
+                              public ::testing::WithParamInterface<RoundTripCase> {};
+
+TEST_P(SettingsRoundTripTest, ValueSurvivesReopen) {
+  const RegValue& value = GetParam().value;
+  ASSERT_EQ(S_OK, store_->SetValue(L"Software\\QELN\\Lumarko\\UserDefined", L"v", value));
+  Reopen();
+  RegValue read;
+  ASSERT_EQ(S_OK, store_->GetValue(L"Software\\QELN\\Lumarko\\UserDefined", L"v", &read));
+  EXPECT_EQ(value, read);
+  std::vector<std::pair<std::wstring, RegValue>> values;
+  ASSERT_EQ(S_OK, store_->EnumValues(L"Software\\QELN\\Lumarko\\UserDefined", &values));
+  ASSERT_EQ(1u, values.size());
+  EXPECT_EQ(value, values[0].second);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, SettingsRoundTripTest,
+    ::testing::ValuesIn(std::vector<RoundTripCase>{
+        {"EmptyString", RegValue::String(L"")},
+        {"String", RegValue::String(L"C:\\Pictures\\{DateTaken:Year}")},
+        {"UnicodeString", RegValue::String(L"\u00c9t\u00e9 \u65e5\u672c \U0001F4F7")},
+        {"StringWithNul", RegValue::String(std::wstring(L"a\0b", 3))},
+        {"ExpandString", RegValue::ExpandString(L"%HOME%\\Pictures")},
+        {"DwordZero", RegValue::Dword(0)},
+        {"DwordHighestBit", RegValue::Dword(0x80000000u)},
+        {"DwordMax", RegValue::Dword(0xFFFFFFFFu)},
+        {"QwordMax", RegValue::Qword(UINT64_MAX)},
+        {"QwordAbove32Bits", RegValue::Qword(0x123456789ull)},
+        {"EmptyBinary", RegValue::Binary({})},
+        {"BinaryWithZeros", RegValue::Binary({0, 1, 0, 255, 0})},
+        {"OtherTypeAsBytes", OtherType(static_cast<RegType>(7), {'a', 0, 'b', 0, 0})},
+    }),
+    [](const auto& i) { return std::string(i.param.name); });
+
+TEST_F(SettingsStoreTest, DwordAbove32BitsIsRefusedAndNothingStored) {
+  RegValue wide = RegValue::Dword(1);
+  wide.number = 0x100000000ull;
+  EXPECT_EQ(E_INVALIDARG, store_->SetValue(L"K", L"v", wide));
+  EXPECT_EQ(S_FALSE, store_->KeyExists(L"K"));
+}
+
+struct CaseCase {
+  const char* name;
+  std::wstring writeKey, writeName, readKey, readName;
+};
+
+class SettingsCaseTest : public SettingsStoreTest,
+                         public ::testing::WithParamInterface<CaseCase> {};
+
+TEST_P(SettingsCaseTest, NamesCompareWithoutCaseAndKeepFirstSpelling) {
+  const CaseCase& c = GetParam();
+  ASSERT_EQ(S_OK, store_->SetValue(c.writeKey, c.writeName, RegValue::Dword(1)));
+  ASSERT_EQ(S_OK, store_->SetValue(c.readKey, c.readName, RegValue::Dword(2)));
+  RegValue read;
+  ASSERT_EQ(S_OK, store_->GetValue(c.writeKey, c.writeName, &read));
+  EXPECT_EQ(RegValue::Dword(2), read);
+  std::vector<std::pair<std::wstring, RegValue>> values;
+  ASSERT_EQ(S_OK, store_->EnumValues(c.readKey, &values));
+  ASSERT_EQ(1u, values.size());
+  EXPECT_EQ(c.writeName, values[0].first);
+  std::vector<std::wstring> names;
+  ASSERT_EQ(S_OK, SplitSettingsKeyPath(c.writeKey, &names));
+  std::vector<std::wstring> top;
+  ASSERT_EQ(S_OK, store_->EnumSubkeys(L"", &top));
+  EXPECT_EQ(std::vector<std::wstring>{names[0]}, top);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Spellings, SettingsCaseTest,
+    ::testing::ValuesIn(std::vector<CaseCase>{
+        {"Ascii", L"Software\\QELN\\Lumarko", L"AutoIncrementValue", L"SOFTWARE\\qeln\\LUMARKO",
+         L"autoincrementvalue"},
+        {"Latin", L"R\u00e9glages", L"Cl\u00e9", L"R\u00c9GLAGES", L"CL\u00c9"},
+        {"Cyrillic", L"\u041d\u0430\u0441\u0442\u0440\u043e\u0439\u043a\u0438", L"\u0451",
+         L"\u041d\u0410\u0421\u0422\u0420\u041e\u0419\u041a\u0418", L"\u0401"},
+        {"OuterSeparators", L"A\\B", L"x", L"\\a\\b\\", L"X"},
+    }),
+    [](const auto& i) { return std::string(i.param.name); });
+
+TEST_F(SettingsStoreTest, EnumeratesDirectChildrenSortedWithoutCase) {
+  for (const wchar_t* key : {L"b", L"A\\x", L"c\\d\\e", L"C\\f", L"a"}) {
+    ASSERT_EQ(S_OK, store_->CreateKey(key));
+  }
+  std::vector<std::wstring> names;
+  ASSERT_EQ(S_OK, store_->EnumSubkeys(L"", &names));
+  EXPECT_EQ((std::vector<std::wstring>{L"A", L"b", L"c"}), names);
+  ASSERT_EQ(S_OK, store_->EnumSubkeys(L"C", &names));
+  EXPECT_EQ((std::vector<std::wstring>{L"d", L"f"}), names);
+  ASSERT_EQ(S_OK, store_->EnumSubkeys(L"c\\d\\e", &names));
+  EXPECT_TRUE(names.empty());
+  EXPECT_EQ(kNotFound, store_->EnumSubkeys(L"c\\e", &names));
+
+  ASSERT_EQ(S_OK, store_->SetValue(L"b", L"zeta", RegValue::Dword(1)));
+  ASSERT_EQ(S_OK, store_->SetValue(L"b", L"Alpha", RegValue::Dword(2)));
+  ASSERT_EQ(S_OK, store_->SetValue(L"b", L"", RegValue::String(L"default")));
+  std::vector<std::pair<std::wstring, RegValue>> values;
+  ASSERT_EQ(S_OK, store_->EnumValues(L"B", &values));
+  ASSERT_EQ(3u, values.size());
+  EXPECT_EQ(L"", values[0].first);
+  EXPECT_EQ(L"Alpha", values[1].first);
+  EXPECT_EQ(L"zeta", values[2].first);
+  EXPECT_EQ(kNotFound, store_->EnumValues(L"nowhere", &values));
+  EXPECT_TRUE(values.empty());
+}
+
+TEST_F(SettingsStoreTest, MissingKeysAndValuesAreNotFound) {
+  RegValue read;
+  EXPECT_EQ(kNotFound, store_->GetValue(L"Nowhere", L"v", &read));
+  ASSERT_EQ(S_OK, store_->SetValue(L"Here", L"v", RegValue::Dword(1)));
+  EXPECT_EQ(kNotFound, store_->GetValue(L"Here", L"w", &read));
+  EXPECT_EQ(kNotFound, store_->GetValue(L"Here", L"", &read));
+  EXPECT_EQ(kNotFound, store_->DeleteValue(L"Here", L"w"));
+  EXPECT_EQ(S_OK, store_->DeleteValue(L"HERE", L"V"));
+  EXPECT_EQ(kNotFound, store_->GetValue(L"Here", L"v", &read));
+  EXPECT_EQ(S_OK, store_->KeyExists(L"Here"));  // deleting the last value keeps the key
+  EXPECT_EQ(kNotFound, store_->DeleteTree(L"Nowhere"));
+  EXPECT_EQ(E_INVALIDARG, store_->DeleteTree(L""));
+  EXPECT_EQ(E_INVALIDARG, store_->GetValue(L"A\\\\B", L"v", &read));
+}
+
+TEST_F(SettingsStoreTest, DeleteTreeRemovesExactlyTheSubtree) {
+  // Siblings whose folded paths sort right before and after the subtree's range.
+  const std::vector<std::wstring> kept = {L"A", L"A\\BC", L"A\\B[", L"A\\B]", L"AB", L"A\\C\\B"};
+  const std::vector<std::wstring> removed = {L"A\\B", L"A\\B\\C", L"A\\b\\c\\d"};
+  for (const auto& key : kept) ASSERT_EQ(S_OK, store_->SetValue(key, L"v", RegValue::Dword(1)));
+  for (const auto& key : removed) {
+    ASSERT_EQ(S_OK, store_->SetValue(key, L"v", RegValue::Dword(2)));
+  }
+  ASSERT_EQ(S_OK, store_->DeleteTree(L"a\\b"));
+  RegValue read;
+  for (const auto& key : kept) {
+    EXPECT_EQ(S_OK, store_->GetValue(key, L"v", &read)) << ToUtf8(key);
+  }
+  for (const auto& key : removed) {
+    EXPECT_EQ(S_FALSE, store_->KeyExists(key)) << ToUtf8(key);
+  }
+  // Values must go with their keys, not come back when the key is made again.
+  ASSERT_EQ(S_OK, store_->CreateKey(L"A\\B\\C"));
+  EXPECT_EQ(kNotFound, store_->GetValue(L"A\\B\\C", L"v", &read));
+  std::vector<std::wstring> names;
+  ASSERT_EQ(S_OK, store_->EnumSubkeys(L"A", &names));
+  EXPECT_EQ((std::vector<std::wstring>{L"B", L"BC", L"B[", L"B]", L"C"}), names);
+}
+
+struct RollbackCase {
+  const char* name;
+  std::function<HRESULT()> fail;
+  HRESULT expected;
+};
+
+class SettingsRollbackTest : public SettingsStoreTest,
+                             public ::testing::WithParamInterface<RollbackCase> {};
+
+TEST_P(SettingsRollbackTest, FailedTransactionLeavesNothing) {
+  ASSERT_EQ(S_OK, store_->SetValue(L"Keep", L"v", RegValue::String(L"before")));
+  ASSERT_EQ(S_OK, store_->SetValue(L"Tree\\Leaf", L"v", RegValue::Dword(7)));
+  const HRESULT hr = store_->Transact([&](SettingsStore& tx) {
+    EXPECT_EQ(S_OK, tx.SetValue(L"Keep", L"v", RegValue::String(L"after")));
+    EXPECT_EQ(S_OK, tx.SetValue(L"New\\Key", L"v", RegValue::Dword(1)));
+    EXPECT_EQ(S_OK, tx.DeleteTree(L"Tree"));
+    EXPECT_EQ(S_OK, Advance(tx).has_value() ? S_OK : E_FAIL);
+    return GetParam().fail();
+  });
+  EXPECT_EQ(GetParam().expected, hr);
+  RegValue read;
+  ASSERT_EQ(S_OK, store_->GetValue(L"Keep", L"v", &read));
+  EXPECT_EQ(RegValue::String(L"before"), read);
+  EXPECT_EQ(S_FALSE, store_->KeyExists(L"New"));
+  EXPECT_EQ(S_OK, store_->GetValue(L"Tree\\Leaf", L"v", &read));
+  EXPECT_EQ(kNotFound, store_->GetValue(kCounterKey, kCounterName, &read));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Failures, SettingsRollbackTest,
+    ::testing::ValuesIn(std::vector<RollbackCase>{
+        {"ReturnsFailure", [] { return E_FAIL; }, E_FAIL},
+        {"ThrowsComError", []() -> HRESULT { throw ComError(E_ABORT); }, E_ABORT},
+        {"ThrowsOther", []() -> HRESULT { throw std::runtime_error("x"); }, E_UNEXPECTED},
+    }),
+    [](const auto& i) { return std::string(i.param.name); });
+
+TEST_F(SettingsStoreTest, NestedFailureRollsBackOnlyTheInnerPart) {
+  const HRESULT hr = store_->Transact([](SettingsStore& tx) {
+    EXPECT_EQ(S_OK, tx.SetValue(L"K", L"outer", RegValue::Dword(1)));
+    EXPECT_EQ(E_ABORT, tx.Transact([](SettingsStore& inner) {
+      EXPECT_EQ(S_OK, inner.SetValue(L"K", L"inner", RegValue::Dword(2)));
+      return E_ABORT;
+    }));
+    // A failing updater inside the transaction must not undo the outer writes either.
+    EXPECT_EQ(E_UNEXPECTED, tx.Update(L"K", L"outer", [](const auto&) -> std::optional<RegValue> {
+      throw std::runtime_error("x");
+    }));
+    return S_OK;
+  });
+  ASSERT_EQ(S_OK, hr);
+  RegValue read;
+  EXPECT_EQ(S_OK, store_->GetValue(L"K", L"outer", &read));
+  EXPECT_EQ(RegValue::Dword(1), read);
+  EXPECT_EQ(kNotFound, store_->GetValue(L"K", L"inner", &read));
+}
+
+TEST_F(SettingsStoreTest, UpdaterSeesAbsenceAndMayLeaveValueAlone) {
+  std::optional<RegValue> seen = RegValue::Dword(99);
+  ASSERT_EQ(S_OK, store_->Update(L"U", L"v", [&](const auto& current) {
+    seen = current;
+    return std::optional<RegValue>();
+  }));
+  EXPECT_FALSE(seen.has_value());
+  EXPECT_EQ(S_FALSE, store_->KeyExists(L"U"));
+  ASSERT_EQ(S_OK, store_->SetValue(L"U", L"v", RegValue::Qword(5)));
+  ASSERT_EQ(S_OK, store_->Update(L"u", L"V", [&](const auto& current) {
+    seen = current;
+    return std::optional<RegValue>();
+  }));
+  EXPECT_EQ(RegValue::Qword(5), seen);
+}
+
+TEST_F(SettingsStoreTest, ScopesAreSeparateFilesAndOpenSharesOneStore) {
+  std::shared_ptr<SettingsStore> again;
+  ASSERT_EQ(S_OK, SettingsStore::Open(SettingsScope::CurrentUser, &again));
+  EXPECT_EQ(store_.get(), again.get());
+  std::shared_ptr<SettingsStore> machine;
+  ASSERT_EQ(S_OK, SettingsStore::Open(SettingsScope::Machine, &machine));
+  ASSERT_EQ(S_OK, machine->SetValue(L"Software\\Classes\\CLSID", L"", RegValue::String(L"m")));
+  EXPECT_EQ(S_FALSE, store_->KeyExists(L"Software\\Classes"));
+  EXPECT_TRUE(fs::exists(dir_ / "machine" / "settings.db"));
+}
+
+struct DamageCase {
+  const char* name;
+  std::function<void(const fs::path&)> damage;  // given the file of a closed, valid store
+};
+
+void PatchBytes(const fs::path& file, size_t offset, const std::string& bytes) {
+  std::string content = ReadBytes(file);
+  ASSERT_GE(content.size(), offset + bytes.size());
+  content.replace(offset, bytes.size(), bytes);
+  WriteBytes(file, content);
+}
+
+class SettingsDamageTest : public SettingsStoreTest,
+                           public ::testing::WithParamInterface<DamageCase> {};
+
+TEST_P(SettingsDamageTest, DamagedFileIsReportedAndLeftAsItIs) {
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(S_OK, store_->SetValue(L"Keys\\K" + std::to_wstring(i), L"value",
+                                     RegValue::String(std::wstring(100, L'x'))));
+  }
+  store_.reset();
+  GetParam().damage(DatabaseFile());
+  const std::string before = ReadBytes(DatabaseFile());
+  const auto filesBefore = std::distance(fs::directory_iterator(dir_.path()), {});
+
+  std::shared_ptr<SettingsStore> store;
+  TakeErrorDescription();
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_BADDB),
+            SettingsStore::Open(SettingsScope::CurrentUser, &store));
+  EXPECT_EQ(nullptr, store);
+  const std::string description = ToUtf8(TakeErrorDescription());
+  EXPECT_NE(std::string::npos, description.find(DatabaseFile().string())) << description;
+  EXPECT_NE(std::string::npos, description.find("move it aside")) << description;
+  EXPECT_EQ(before, ReadBytes(DatabaseFile()));
+  EXPECT_EQ(filesBefore, std::distance(fs::directory_iterator(dir_.path()), {}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Damage, SettingsDamageTest,
+    ::testing::ValuesIn(std::vector<DamageCase>{
+        {"Garbage",
+         [](const fs::path& f) { WriteBytes(f, std::string(8192, '\x5a') + "not a database"); }},
+        {"ShortGarbage", [](const fs::path& f) { WriteBytes(f, "settings=1\n"); }},
+        {"BrokenPages",
+         [](const fs::path& f) {
+           const auto size = static_cast<size_t>(fs::file_size(f));
+           PatchBytes(f, 4096, std::string(size - 4096, '\xff'));
+         }},
+        {"Truncated", [](const fs::path& f) { fs::resize_file(f, 3 * 4096); }},
+        {"OtherProgramsDatabase", [](const fs::path& f) { PatchBytes(f, 68, "ABCD"); }},
+        {"NewerFormat", [](const fs::path& f) { PatchBytes(f, 60, std::string("\0\0\0\x63", 4)); }},
+    }),
+    [](const auto& i) { return std::string(i.param.name); });
+
+TEST_F(SettingsStoreTest, FolderInPlaceOfFileCannotBeOpened) {
+  store_.reset();
+  fs::remove(DatabaseFile());
+  fs::create_directory(DatabaseFile());
+  std::shared_ptr<SettingsStore> store;
+  TakeErrorDescription();
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CANTOPEN),
+            SettingsStore::Open(SettingsScope::CurrentUser, &store));
+  EXPECT_NE(std::wstring::npos, TakeErrorDescription().find(L"settings.db"));
+  EXPECT_TRUE(fs::is_directory(DatabaseFile()));
+}
+
+TEST_F(SettingsStoreTest, UnreadableFileCannotBeOpenedAndIsKept) {
+  if (::geteuid() == 0) GTEST_SKIP() << "root reads any file";
+  ASSERT_EQ(S_OK, store_->SetValue(L"K", L"v", RegValue::Dword(1)));
+  store_.reset();
+  const std::string before = ReadBytes(DatabaseFile());
+  ASSERT_EQ(0, ::chmod(DatabaseFile().c_str(), 0));
+  std::shared_ptr<SettingsStore> store;
+  TakeErrorDescription();
+  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CANTOPEN),
+            SettingsStore::Open(SettingsScope::CurrentUser, &store));
+  EXPECT_NE(std::wstring::npos, TakeErrorDescription().find(L"settings.db"));
+  ASSERT_EQ(0, ::chmod(DatabaseFile().c_str(), 0600));
+  EXPECT_EQ(before, ReadBytes(DatabaseFile()));
+}
+
+TEST_F(SettingsStoreTest, ThreadsNeverShareACounterValue) {
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 1000;
+  std::vector<std::vector<uint32_t>> handedOut(kThreads);
+  std::atomic<int> failures{0};
+  {
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+      threads.emplace_back([&, t] {
+        for (int i = 0; i < kRounds; ++i) {
+          if (auto v = Advance(*store_)) {
+            handedOut[t].push_back(*v);
+          } else {
+            ++failures;
+          }
+        }
+      });
+    }
+  }
+  EXPECT_EQ(0, failures.load());
+  std::set<uint32_t> all;
+  for (const auto& values : handedOut) all.insert(values.begin(), values.end());
+  EXPECT_EQ(static_cast<size_t>(kThreads * kRounds), all.size());
+  RegValue last;
+  ASSERT_EQ(S_OK, store_->GetValue(kCounterKey, kCounterName, &last));
+  EXPECT_EQ(RegValue::Dword(kThreads * kRounds), last);
+}
+
+TEST_F(SettingsStoreTest, ProcessesNeverShareACounterValue) {
+  constexpr int kProcesses = 2;
+  constexpr int kRounds = 1000;
+  store_.reset();  // a child must open its own connection, not inherit one
+  int start[2];
+  ASSERT_EQ(0, ::pipe(start));
+  std::vector<pid_t> children;
+  for (int p = 0; p < kProcesses; ++p) {
+    const pid_t pid = ::fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+      ::close(start[1]);
+      char go;
+      if (::read(start[0], &go, 1) != 0) ::_exit(3);  // both start when the pipe closes
+      std::shared_ptr<SettingsStore> store;
+      if (FAILED(SettingsStore::Open(SettingsScope::CurrentUser, &store))) ::_exit(2);
+      std::ofstream out(dir_ / ("child" + std::to_string(p) + ".txt"));
+      for (int i = 0; i < kRounds; ++i) {
+        const auto v = Advance(*store);
+        if (!v) ::_exit(1);
+        out << *v << '\n';
+      }
+      out.close();
+      store.reset();
+      ::_exit(out ? 0 : 4);
+    }
+    children.push_back(pid);
+  }
+  ::close(start[0]);
+  ::close(start[1]);
+  for (const pid_t pid : children) {
+    int status = 0;
+    ASSERT_EQ(pid, ::waitpid(pid, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+  }
+  std::multiset<uint32_t> all;
+  for (int p = 0; p < kProcesses; ++p) {
+    std::ifstream in(dir_ / ("child" + std::to_string(p) + ".txt"));
+    for (uint32_t v; in >> v;) all.insert(v);
+  }
+  EXPECT_EQ(static_cast<size_t>(kProcesses * kRounds), all.size());
+  EXPECT_EQ(static_cast<size_t>(kProcesses * kRounds),
+            std::set<uint32_t>(all.begin(), all.end()).size());
+  ASSERT_EQ(S_OK, SettingsStore::Open(SettingsScope::CurrentUser, &store_));
+  RegValue last;
+  ASSERT_EQ(S_OK, store_->GetValue(kCounterKey, kCounterName, &last));
+  EXPECT_EQ(RegValue::Dword(kProcesses * kRounds), last);
+}
+
+struct JournalCase {
+  const char* name;
+  SqliteSettingsStore::Journal journal;
+};
+
+class SettingsJournalTest : public ::testing::TestWithParam<JournalCase> {};
+
+// A writer on another connection must wait for a long transaction, not fail.
+TEST_P(SettingsJournalTest, WriterWaitsForAnotherConnectionsTransaction) {
+  ScopedTempDir dir;
+  std::shared_ptr<SettingsStore> first, second;
+  ASSERT_EQ(S_OK, SqliteSettingsStore::OpenFile(dir / "s.db", GetParam().journal, &first));
+  ASSERT_EQ(S_OK, SqliteSettingsStore::OpenFile(dir / "s.db", GetParam().journal, &second));
+  ASSERT_NE(first.get(), second.get());
+  std::atomic<bool> inside{false};
+  std::jthread holder([&] {
+    EXPECT_EQ(S_OK, first->Transact([&](SettingsStore& tx) {
+      EXPECT_EQ(S_OK, tx.SetValue(L"K", L"first", RegValue::Dword(1)));
+      inside = true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+      return S_OK;
+    }));
+  });
+  while (!inside) std::this_thread::yield();
+  EXPECT_EQ(S_OK, second->SetValue(L"K", L"second", RegValue::Dword(2)));
+  holder.join();
+  std::vector<std::pair<std::wstring, RegValue>> values;
+  ASSERT_EQ(S_OK, first->EnumValues(L"K", &values));
+  EXPECT_EQ(2u, values.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Journals, SettingsJournalTest,
+                         ::testing::ValuesIn(std::vector<JournalCase>{
+                             {"Wal", SqliteSettingsStore::Journal::Wal},
+                             {"Rollback", SqliteSettingsStore::Journal::Rollback},
+                         }),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+struct SqliteCodeCase {
+  const char* name;
+  int code;
+  HRESULT hr;
+};
+
+class SqliteCodeTest : public ::testing::TestWithParam<SqliteCodeCase> {};
+
+TEST_P(SqliteCodeTest, MapsToHresult) {
+  EXPECT_EQ(GetParam().hr, HresultFromSqlite(GetParam().code));
+}
+
+// Result codes as SQLite numbers them (primary | extended << 8).
+INSTANTIATE_TEST_SUITE_P(Codes, SqliteCodeTest,
+                         ::testing::ValuesIn(std::vector<SqliteCodeCase>{
+                             {"Ok", 0, S_OK},
+                             {"Busy", 5, HRESULT_FROM_WIN32(ERROR_BUSY)},
+                             {"BusySnapshot", 5 | (2 << 8), HRESULT_FROM_WIN32(ERROR_BUSY)},
+                             {"ReadOnly", 8, E_ACCESSDENIED},
+                             {"IoErrRead", 10 | (1 << 8), HRESULT_FROM_WIN32(ERROR_CANTREAD)},
+                             {"IoErrFsync", 10 | (4 << 8), HRESULT_FROM_WIN32(ERROR_CANTWRITE)},
+                             {"Corrupt", 11, HRESULT_FROM_WIN32(ERROR_BADDB)},
+                             {"Full", 13, HRESULT_FROM_WIN32(ERROR_DISK_FULL)},
+                             {"CantOpen", 14, HRESULT_FROM_WIN32(ERROR_CANTOPEN)},
+                             {"NotADatabase", 26, HRESULT_FROM_WIN32(ERROR_BADDB)},
+                             {"Unknown", 9999, E_FAIL},
+                         }),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+}  // namespace
+}  // namespace lmk
