@@ -1,0 +1,81 @@
+// The event log writer: formatting, the batch run's fixed events and the current-log access point.
+#include "platform/event_log_writer.h"
+
+#include <cassert>
+#include <new>
+
+#include "platform/known_folders.h"
+
+namespace lmk {
+
+namespace {
+std::atomic<EventLogWriter*> g_current{nullptr};
+}  // namespace
+
+EventLogWriter::EventLogWriter() : EventLogWriter(CreateEventTraceSink()) {}
+
+EventLogWriter::EventLogWriter(std::unique_ptr<EventTraceSink> sink) : sink_(std::move(sink)) {
+  assert(sink_ != nullptr);
+}
+
+EventLogWriter::~EventLogWriter() {
+  assert(g_current.load() != this);
+  if (sink_->IsStarted()) sink_->Stop();
+}
+
+std::wstring EventLogWriter::DefaultLogFilePath() {
+  return JoinPath(LogFolderPath(), kBatchLogFileName);
+}
+
+DWORD EventLogWriter::Open(std::wstring_view session_name, std::wstring_view log_file_path) {
+  return sink_->Start(session_name, log_file_path);
+}
+
+DWORD EventLogWriter::Close() { return sink_->Stop(); }
+
+bool EventLogWriter::IsOpen() const { return sink_->IsStarted(); }
+
+std::wstring EventLogWriter::LogFilePath() const { return sink_->LogFilePath(); }
+
+DWORD EventLogWriter::OpenBatchLog(std::wstring_view log_file_path) {
+  const DWORD result = Open(kBatchLogSessionName, log_file_path);
+  if (result == ERROR_SUCCESS) Write(kEventLevelInformation, kBatchStartedText);
+  return result;
+}
+
+DWORD EventLogWriter::CloseBatchLog() {
+  Write(kEventLevelInformation, kBatchEndedText);
+  return Close();
+}
+
+DWORD EventLogWriter::Write(BYTE level, std::wstring_view text, BYTE type) {
+  return sink_->Write(level, type, text);
+}
+
+DWORD EventLogWriter::WriteWithoutText(BYTE level, BYTE type) {
+  return sink_->Write(level, type, std::nullopt);
+}
+
+DWORD EventLogWriter::WriteInternalError() {
+  return sink_->Write(kEventLevelError, 0, kInternalErrorText);
+}
+
+DWORD EventLogWriter::WriteFormatted(BYTE level, std::wstring_view format,
+                                     std::span<const FormatArg> args) {
+  if (!IsValidEventLevel(level)) return ERROR_INVALID_PARAMETER;
+  try {
+    const std::optional<std::wstring> text = FormatMessageText(format, args);
+    if (!text) return WriteInternalError();
+    return sink_->Write(level, 0, *text);
+  } catch (const std::bad_alloc&) {
+    return ERROR_OUTOFMEMORY;
+  }
+}
+
+EventLogWriter* EventLogWriter::Current() { return g_current.load(); }
+
+EventLogWriter::Scope::Scope(EventLogWriter& writer) : previous_(g_current.exchange(&writer)) {}
+
+EventLogWriter::Scope::~Scope() { g_current.store(previous_); }
+
+}  // namespace lmk

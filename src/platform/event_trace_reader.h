@@ -1,0 +1,46 @@
+// Reading back a log file written by the event trace sink, event by event, in write order.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "com/com.h"
+
+namespace lmk {
+
+/// One event as read back from a log file.
+struct EventTraceRecord {
+  BYTE level = 0;
+  BYTE type = 0;
+  /// When it was written: 100-nanosecond intervals since 1601 (a FILETIME), UTC.
+  int64_t time = 0;
+  /// Absent for an event written without text.
+  std::optional<std::wstring> text;
+};
+
+/// Where and why reading stopped before the end of a file.
+struct EventTraceDamage {
+  enum class Kind {
+    kNone,       ///< The whole file was read.
+    kTruncated,  ///< The file ends inside an event (a crash or a session still writing).
+    kCorrupt,    ///< A length, level or marker in the file is not possible.
+  };
+  Kind kind = Kind::kNone;
+  /// Byte offset of the first event that could not be read.
+  uint64_t offset = 0;
+};
+
+/// Reads the events of `path`, calling `on_record` for each in file order until it returns false.
+/// Reading is tolerant of damage: at the first event that is cut short or malformed it stops,
+/// fills `damage` (which may be null) and still returns ERROR_SUCCESS, so every earlier event is
+/// delivered. Every length read from the file is checked before it is used.
+/// Returns ERROR_FILE_NOT_FOUND / ERROR_PATH_NOT_FOUND / ERROR_ACCESS_DENIED when the file cannot
+/// be opened, ERROR_INVALID_DATA when it is not an event log at all, ERROR_OUTOFMEMORY.
+DWORD ReadEventTraceFile(std::wstring_view path,
+                         const std::function<bool(EventTraceRecord&&)>& on_record,
+                         EventTraceDamage* damage);
+
+}  // namespace lmk
