@@ -1,0 +1,108 @@
+// The element registry: creating elements by key for a list, refusing unknown, misplaced and
+// unavailable kinds with texts that say what to do, and the factory slots.
+#include "rules/element_registry.h"
+
+#include <gtest/gtest.h>
+
+#include "rules/rule_set_error.h"
+#include "support/fake_elements.h"
+
+namespace lmk {
+namespace {
+
+struct RefusalCase {
+  const char* name;
+  const wchar_t* key;
+  ElementRole list;
+  const wchar_t* message;
+};
+
+const RefusalCase kRefusals[] = {
+    {"UnknownKind", L"Condition.Colour", ElementRole::Condition,
+     L"Unknown rule element 'Condition.Colour'"},
+    {"NoPrefix", L"FileType", ElementRole::Condition, L"Unknown rule element 'FileType'"},
+    {"PrefixOnly", L"Action.", ElementRole::Action, L"Unknown rule element 'Action.'"},
+    {"ProductActionNotAvailable", L"action.ftpupload", ElementRole::Action,
+     L"the element 'Action.FTPUpload' is not available in this version"},
+    {"ProductExceptionNotAvailable", L"Exception.Xmp.Rating", ElementRole::Exception,
+     L"the element 'Exception.Xmp.Rating' is not available in this version"},
+    {"ConditionAmongExceptions", L"Condition.FakeA", ElementRole::Exception,
+     L"'Condition.FakeA' cannot stand among the exceptions of a rule; write "
+     L"'Exception.FakeA'"},
+    {"ExceptionAmongConditions", L"Exception.FakeA", ElementRole::Condition,
+     L"'Exception.FakeA' cannot stand among the conditions of a rule; write "
+     L"'Condition.FakeA'"},
+    {"ActionAmongConditions", L"Action.FakeA", ElementRole::Condition,
+     L"'Action.FakeA' cannot stand among the conditions of a rule; write it among the "
+     L"actions"},
+    {"ConditionAmongActions", L"Condition.FakeA", ElementRole::Action,
+     L"'Condition.FakeA' cannot stand among the actions of a rule; write it among the "
+     L"conditions or the exceptions"},
+};
+
+class RegistryRefusalTest : public ::testing::TestWithParam<RefusalCase> {};
+
+TEST_P(RegistryRefusalTest, RefusesWithAMessageNamingTheKey) {
+  const RefusalCase& c = GetParam();
+  const auto registry = test::MakeFakeRegistry(true);
+  try {
+    registry->CreateForList(c.key, c.list);
+    FAIL() << "accepted";
+  } catch (const CRuleSetError& error) {
+    EXPECT_EQ(error.message(), c.message);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Refusals, RegistryRefusalTest, ::testing::ValuesIn(kRefusals),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(ElementRegistryTest, CreatesExceptionsWithTheExceptionBit) {
+  const auto registry = test::MakeFakeRegistry(false);
+  const auto exception = registry->CreateForList(L"EXCEPTION.fakeb", ElementRole::Exception);
+  ASSERT_NE(exception, nullptr);
+  EXPECT_EQ(exception->Flags() & kExceptionFlag, kExceptionFlag);
+  EXPECT_EQ(exception->Key(), L"Exception.FakeB");
+  const auto condition = registry->CreateForList(L"Condition.FakeB", ElementRole::Condition);
+  EXPECT_EQ(condition->Flags() & kExceptionFlag, 0u);
+  EXPECT_NE(condition, exception) << "each creation is a new element";
+}
+
+TEST(ElementRegistryTest, RegisteringAFactoryMakesAProductKindAvailable) {
+  CElementRegistry registry(CElementRegistry::Product());
+  EXPECT_EQ(registry.Create(L"Condition.Copied"), nullptr);
+  const ElementKind& copied = ProductKind(ElementFamily::Condition, L"Copied");
+  registry.Register(ElementFamily::Condition, L"copied",
+                    [&copied] { return std::make_shared<test::CFakeCondition>(copied); });
+  EXPECT_TRUE(registry.Find(L"Exception.Copied").available);
+  const auto element = registry.Create(L"Exception.Copied");
+  ASSERT_NE(element, nullptr);
+  EXPECT_EQ(element->ClassName(), L"CCopiedCondition");
+  // The product registry itself is untouched by a copy's registration.
+  EXPECT_FALSE(CElementRegistry::Product().Find(L"Condition.Copied").available);
+  EXPECT_THROW(registry.Register(ElementFamily::Action, L"Copied", [] { return nullptr; }),
+               std::invalid_argument);
+}
+
+TEST(ElementRegistryTest, RefusesAFactoryThatMakesAnotherKind) {
+  CElementRegistry registry;
+  test::AddFakeKinds(registry);
+  registry.Register(ElementFamily::Condition, L"FakeA", [] {
+    return std::make_shared<test::CFakeCondition>(test::FakeConditionKind(1));
+  });
+  EXPECT_THROW(registry.Create(L"Condition.FakeA"), std::logic_error);
+  registry.Register(ElementFamily::Action, L"FakeA", [] {
+    return std::make_shared<test::CFakeCondition>(test::FakeConditionKind(0));
+  });
+  EXPECT_THROW(registry.Create(L"Action.FakeA"), std::logic_error);
+}
+
+TEST(ElementRegistryTest, RefusesAKindAddedTwice) {
+  CElementRegistry registry;
+  test::AddFakeKinds(registry);
+  EXPECT_THROW(registry.AddKind(test::FakeConditionKind(0)), std::invalid_argument);
+  // The same name in the other family is another kind.
+  EXPECT_TRUE(registry.Find(L"Action.FakeA").available);
+}
+
+}  // namespace
+}  // namespace lmk

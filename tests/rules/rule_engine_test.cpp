@@ -1,0 +1,150 @@
+// Rule-set files through the engine: save and open in both forms, merge, and failures that
+// name the file and leave the rules as they were.
+#include "rules/rule_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "rules/rule_set_error.h"
+#include "rules/rule_set_stream.h"
+#include "support/fake_elements.h"
+#include "support/temp_dir.h"
+
+namespace lmk {
+namespace {
+
+class RuleEngineFileTest : public ::testing::Test {
+ protected:
+  RuleEngineFileTest() : registry_(test::MakeFakeRegistry(true)), engine_(*registry_) {
+    auto rule = std::make_shared<CRule>(L"first");
+    rule->AddCondition(std::make_shared<test::CFakeRichCondition>());
+    auto action = std::make_shared<test::CFakeAction>(test::FakeActionKind(2));
+    action->SetOnFailure(CActionErrorMode::Abort);
+    rule->AddAction(action);
+    engine_.Add(rule);
+    auto second = std::make_shared<CRule>(L"second");
+    second->SetChecked(false);
+    second->AddException(std::make_shared<test::CFakeCondition>(test::FakeConditionKind(1)));
+    engine_.Add(second);
+  }
+
+  void WriteFile(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+  }
+
+  std::vector<std::byte> Bytes(const CRuleEngine& engine) { return RuleSetToBytes(engine.Rules()); }
+
+  std::unique_ptr<CElementRegistry> registry_;
+  CRuleEngine engine_;
+  test::ScopedTempDir dir_;
+};
+
+struct FormatCase {
+  const char* name;
+  const char* file;
+  RuleSetFormat format;
+};
+
+const FormatCase kFormats[] = {
+    {"Yaml", "set.yaml", RuleSetFormat::Yaml},
+    {"YmlUpperCase", "SET.YML", RuleSetFormat::Yaml},
+    {"Binary", "set.rules", RuleSetFormat::Binary},
+    {"OtherExtensionIsBinary", "set.txt", RuleSetFormat::Binary},
+};
+
+class RuleEngineFormatTest : public RuleEngineFileTest,
+                             public ::testing::WithParamInterface<FormatCase> {};
+
+TEST_P(RuleEngineFormatTest, SavedFileOpensToTheSameRules) {
+  const auto path = dir_ / GetParam().file;
+  EXPECT_EQ(RuleSetFormatForPath(path), GetParam().format);
+  engine_.Save(path);
+  std::ifstream in(path, std::ios::binary);
+  char head[4] = {};
+  in.read(head, 4);
+  EXPECT_EQ(std::string(head, 4) == "LMKR", GetParam().format == RuleSetFormat::Binary);
+
+  CRuleEngine opened(*registry_);
+  opened.Add(std::make_shared<CRule>(L"replaced"));
+  opened.Open(path);
+  EXPECT_EQ(Bytes(opened), Bytes(engine_));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.path()),
+                          std::filesystem::directory_iterator()),
+            1)
+      << "no temporary file is left behind";
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, RuleEngineFormatTest, ::testing::ValuesIn(kFormats),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST_F(RuleEngineFileTest, MergeAppendsTheRulesOfAnotherFile) {
+  const auto yaml = dir_ / "more.yaml";
+  WriteFile(yaml,
+            "rules:\n"
+            "  - name: third\n"
+            "    actions: [ Action.FakeA ]\n");
+  const auto binary = dir_ / "mine.rules";
+  engine_.Save(binary);
+  engine_.Merge(yaml);
+  engine_.Merge(binary);
+  std::wstring names;
+  for (const auto& rule : engine_.Rules()) names += rule->Name() + L";";
+  EXPECT_EQ(names, L"first;second;third;first;second;");
+}
+
+struct BadFileCase {
+  const char* name;
+  bool exists;
+  std::string_view content;
+  const wchar_t* message;
+};
+
+const BadFileCase kBadFiles[] = {
+    {"Missing", false, "", L"cannot open the rule-set file: "},
+    {"UnavailableElement", true,
+     "rules:\n"
+     "  - name: r\n"
+     "    conditions:\n"
+     "      - Condition.FakeA\n"
+     "      - Condition.GpsPosition: { place: \"48.85, 2.29\" }\n",
+     L":5:9: the element 'Condition.GpsPosition' is not available in this version"},
+    {"DamagedBinary", true, std::string_view("LMKR\x01\x00\x00\x00\x05", 9),
+     L": at byte 8: the rule set is damaged: it ends in the middle of a number"},
+};
+
+class RuleEngineBadFileTest : public RuleEngineFileTest,
+                              public ::testing::WithParamInterface<BadFileCase> {};
+
+TEST_P(RuleEngineBadFileTest, NamesTheFileAndKeepsTheRules) {
+  const auto path = dir_ / "bad.rules";
+  if (GetParam().exists) WriteFile(path, std::string(GetParam().content));
+  const std::vector<std::byte> before = Bytes(engine_);
+  for (bool merge : {false, true}) {
+    try {
+      merge ? engine_.Merge(path) : engine_.Open(path);
+      FAIL() << "accepted";
+    } catch (const CRuleSetError& error) {
+      const std::wstring text = error.Text();
+      EXPECT_TRUE(text.starts_with(DisplayPath(path))) << error.what();
+      EXPECT_NE(text.find(GetParam().message), std::wstring::npos) << error.what();
+    }
+    EXPECT_EQ(Bytes(engine_), before);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(BadFiles, RuleEngineBadFileTest, ::testing::ValuesIn(kBadFiles),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST_F(RuleEngineFileTest, SaveIntoAMissingFolderFailsAndNamesTheFile) {
+  const auto path = dir_ / "no" / "such.yaml";
+  try {
+    engine_.Save(path);
+    FAIL() << "saved";
+  } catch (const CRuleSetError& error) {
+    EXPECT_TRUE(error.Text().starts_with(DisplayPath(path))) << error.what();
+  }
+}
+
+}  // namespace
+}  // namespace lmk

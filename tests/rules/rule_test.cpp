@@ -1,0 +1,200 @@
+// Rules: selection by condition and exception modes, duplicates, validity of rules and of the
+// rule set, and the on-failure policies of actions.
+#include "rules/rule.h"
+
+#include <gtest/gtest.h>
+
+#include "rules/action_error_mode.h"
+#include "rules/rule_engine.h"
+#include "rules/rule_set_error.h"
+#include "support/fake_elements.h"
+
+namespace lmk {
+namespace {
+
+using test::CFakeAction;
+using test::CFakeCondition;
+
+/// Answers written one letter per element: T holds, F does not, E fails, X throws.
+std::vector<std::shared_ptr<CFakeCondition>> MakeConditions(std::string_view answers) {
+  std::vector<std::shared_ptr<CFakeCondition>> list;
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    auto c = std::make_shared<CFakeCondition>(test::FakeConditionKind(static_cast<int>(i)));
+    c->SetAnswer(answers[i] == 'T' ? S_OK : answers[i] == 'F' ? S_FALSE : E_FAIL);
+    c->SetThrows(answers[i] == 'X');
+    list.push_back(c);
+  }
+  return list;
+}
+
+std::string Calls(const std::vector<std::shared_ptr<CFakeCondition>>& list) {
+  std::string calls;
+  for (const auto& c : list) calls += static_cast<char>('0' + c->calls());
+  return calls;
+}
+
+struct SelectionCase {
+  const char* name;
+  const char* conditions;
+  BYTE conditionMode;
+  const char* exceptions;
+  BYTE exceptionMode;
+  HRESULT expected;
+  const char* conditionCalls;
+  const char* exceptionCalls;
+};
+
+const SelectionCase kSelections[] = {
+    {"NothingAppliesToEveryFile", "", kModeAll, "", kModeAny, S_OK, "", ""},
+    {"NothingAppliesInAnyModeToo", "", kModeAny, "", kModeAll, S_OK, "", ""},
+    {"AllHold", "TTT", kModeAll, "", kModeAny, S_OK, "111", ""},
+    {"AllStopsAtFirstFalse", "TFT", kModeAll, "", kModeAny, S_FALSE, "110", ""},
+    {"AnyStopsAtFirstTrue", "FTF", kModeAny, "", kModeAny, S_OK, "110", ""},
+    {"AnyNoneHolds", "FFF", kModeAny, "", kModeAny, S_FALSE, "111", ""},
+    {"AnyExceptionVetoes", "T", kModeAll, "FTF", kModeAny, S_FALSE, "1", "110"},
+    {"AnyExceptionNoneHolds", "T", kModeAll, "FF", kModeAny, S_OK, "1", "11"},
+    {"AllExceptionsVeto", "T", kModeAll, "TT", kModeAll, S_FALSE, "1", "11"},
+    {"AllExceptionsFirstFalseEndsWithoutVeto", "T", kModeAll, "FTT", kModeAll, S_OK, "1", "100"},
+    {"ExceptionsAloneCanVeto", "", kModeAll, "T", kModeAny, S_FALSE, "", "1"},
+    {"NotAppliedSkipsExceptions", "F", kModeAll, "T", kModeAny, S_FALSE, "1", "0"},
+    {"FailureEndsEvaluation", "TET", kModeAll, "T", kModeAny, E_FAIL, "110", "0"},
+    {"FailingExceptionEndsEvaluation", "T", kModeAll, "FE", kModeAny, E_FAIL, "1", "11"},
+    {"ThrowingConditionGivesEPointer", "XT", kModeAny, "", kModeAny, E_POINTER, "10", ""},
+    {"InvalidConditionModeFails", "T", 7, "", kModeAny, E_UNEXPECTED, "0", ""},
+};
+
+class SelectionTest : public ::testing::TestWithParam<SelectionCase> {};
+
+TEST_P(SelectionTest, ModesDecideAndStopAtTheDecidingElement) {
+  const SelectionCase& c = GetParam();
+  CRule rule(L"rule");
+  rule.SetConditionMode(c.conditionMode);
+  rule.SetExceptionMode(c.exceptionMode);
+  const auto conditions = MakeConditions(c.conditions);
+  const auto exceptions = MakeConditions(c.exceptions);
+  for (const auto& e : conditions) rule.AddCondition(e);
+  for (const auto& e : exceptions) rule.AddException(e);
+  EXPECT_EQ(rule.EvaluateSelection(nullptr), c.expected);
+  EXPECT_EQ(Calls(conditions), c.conditionCalls);
+  EXPECT_EQ(Calls(exceptions), c.exceptionCalls);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, SelectionTest, ::testing::ValuesIn(kSelections),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(RuleTest, RefusesAnElementKeyTwiceInOneRule) {
+  CRule rule(L"r");
+  rule.AddCondition(std::make_shared<CFakeCondition>(test::FakeConditionKind(0)));
+  // The same kind as an exception has another key, so it is no duplicate.
+  rule.AddException(std::make_shared<CFakeCondition>(test::FakeConditionKind(0)));
+  rule.AddAction(std::make_shared<CFakeAction>(test::FakeActionKind(0)));
+  try {
+    rule.AddCondition(std::make_shared<CFakeCondition>(test::FakeConditionKind(0)));
+    FAIL() << "duplicate accepted";
+  } catch (const CRuleSetError& error) {
+    EXPECT_EQ(error.Text(), L"Duplicate rule element 'Condition.FakeA'");
+  }
+  EXPECT_THROW(rule.AddAction(std::make_shared<CFakeAction>(test::FakeActionKind(0))),
+               CRuleSetError);
+  EXPECT_EQ(rule.Conditions().size(), 1u);
+  EXPECT_EQ(rule.Actions().size(), 1u);
+}
+
+TEST(RuleTest, AddingSetsTheExceptionBitByList) {
+  auto element = std::make_shared<CFakeCondition>(test::FakeConditionKind(0));
+  element->SetFlags(kExceptionFlag | 0x400000);
+  CRule rule(L"r");
+  rule.AddCondition(element);
+  EXPECT_EQ(element->Flags(), 0x400000u) << "other bits are kept";
+  CRule other(L"o");
+  auto exception = std::make_shared<CFakeCondition>(test::FakeConditionKind(1));
+  other.AddException(exception);
+  EXPECT_TRUE(exception->IsException());
+}
+
+struct PolicyCase {
+  const char* name;
+  DWORD flags;
+  CActionErrorMode mode;
+  const wchar_t* linkText;
+};
+
+const PolicyCase kPolicies[] = {
+    {"Ignore", 0x00C80000, CActionErrorMode::Ignore,
+     L"<a>On failure: ignore error(s) and continue</a>"},
+    {"SkipActions", 0x01000000 | kExceptionFlag, CActionErrorMode::SkipActions,
+     L"<a>On failure: skip remaining actions on the file</a>"},
+    {"SkipActionsAndRules", 0xF6FFFFFF, CActionErrorMode::SkipActionsAndRules,
+     L"<a>On failure: skip remaining actions and rules for the file</a>"},
+    {"Abort", 0xFFFFFFFF, CActionErrorMode::Abort,
+     L"<a>On failure: cancel entire batch job (fatal error)</a>"},
+};
+
+class PolicyTest : public ::testing::TestWithParam<PolicyCase> {};
+
+TEST_P(PolicyTest, TakesTwoBitsOfTheFlagsAndHasItsLinkText) {
+  const PolicyCase& c = GetParam();
+  CFakeAction action;
+  action.SetFlags(c.flags);
+  EXPECT_EQ(action.OnFailure(), c.mode);
+  EXPECT_EQ(ActionErrorModeLinkText(action.OnFailure()), c.linkText);
+  action.SetOnFailure(CActionErrorMode::Ignore);
+  EXPECT_EQ(action.Flags(), c.flags & ~kActionErrorModeMask) << "other bits are kept";
+  action.SetOnFailure(c.mode);
+  EXPECT_EQ(action.Flags(), c.flags);
+}
+
+INSTANTIATE_TEST_SUITE_P(Policies, PolicyTest, ::testing::ValuesIn(kPolicies),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(RuleEngineValidityTest, OnlyCheckedRulesMustBeValid) {
+  CRuleEngine engine;
+  auto good = std::make_shared<CRule>(L"good");
+  good->AddCondition(std::make_shared<CFakeCondition>());
+  auto bad = std::make_shared<CRule>(L"bad");
+  auto invalid = std::make_shared<CFakeCondition>();
+  invalid->SetValid(false);
+  bad->AddException(invalid);
+  bad->SetChecked(false);
+  engine.Add(good);
+  engine.Add(bad);
+  EXPECT_TRUE(engine.CheckValidity().valid);
+  EXPECT_EQ(engine.CheckedRules().size(), 1u);
+
+  bad->SetChecked(true);
+  const RuleSetValidity validity = engine.CheckValidity();
+  EXPECT_FALSE(validity.valid);
+  EXPECT_EQ(validity.title, L"One or more rule(s) is invalid.");
+  EXPECT_EQ(validity.detail,
+            L"Cannot apply a rule set containing invalid rules. Please check every parameter "
+            L"and try again.");
+  ASSERT_EQ(validity.problems.size(), 1u);
+  EXPECT_EQ(validity.problems[0], L"Rule 'bad': Exception.FakeA: the fake is set to be invalid");
+  const auto checked = engine.CheckedRules();
+  ASSERT_EQ(checked.size(), 2u);
+  EXPECT_EQ(checked[1]->Name(), L"bad");
+}
+
+TEST(RuleEngineValidityTest, ARuleWithAnUnknownModeIsInvalid) {
+  CRule rule(L"r");
+  rule.SetExceptionMode(0);
+  std::vector<std::wstring> problems;
+  EXPECT_FALSE(rule.IsValid(&problems));
+  ASSERT_EQ(problems.size(), 1u);
+  EXPECT_EQ(problems[0], L"the exception mode 0 is neither all (1) nor any (2)");
+}
+
+TEST(RuleEngineTest, KeepsTheOrderTheUserGives) {
+  CRuleEngine engine;
+  for (const wchar_t* name : {L"a", L"b", L"c"}) engine.Add(std::make_shared<CRule>(name));
+  engine.Move(0, 2);
+  engine.Insert(0, std::make_shared<CRule>(L"z"));
+  engine.Remove(1);
+  std::wstring order;
+  for (const auto& rule : engine.Rules()) order += rule->Name();
+  EXPECT_EQ(order, L"zca");
+  EXPECT_THROW(engine.Move(0, 3), std::out_of_range);
+}
+
+}  // namespace
+}  // namespace lmk
