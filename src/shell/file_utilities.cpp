@@ -1,0 +1,315 @@
+// CFileUtilities: the plug-in's answers to its host, and its aggregatable identity.
+#include "shell/file_utilities.h"
+
+#include <array>
+#include <cwctype>
+#include <string_view>
+
+#include "batch/main_dialog.h"
+#include "batch/terminal_dialog_view.h"
+#include "lumarko_version.h"
+#include "platform/usage_counter.h"
+
+namespace lmk {
+namespace {
+
+// Writes a new BSTR of text into *out: E_INVALIDARG for a null out, E_OUTOFMEMORY.
+HRESULT WriteText(std::wstring_view text, BSTR* out) {
+  if (out == nullptr) return E_INVALIDARG;
+  *out = nullptr;
+  *out = Bstr(text).Detach();
+  return S_OK;
+}
+
+enum : DISPID {
+  kDispInitialize = 1,
+  kDispTerminate,
+  kDispGetCapabilities,
+  kDispGetPreferredHotkey,
+  kDispGetDisplayName,
+  kDispGetDescription,
+  kDispGetAuthorInformation,
+  kDispGetVersionInformation,
+  kDispConfigure,
+  kDispProcess,
+  kDispCancel,
+};
+
+// Members reachable by late binding: those without interface or window arguments. Initialize
+// and Process are called early-bound by hosts, through the vtable.
+struct DispatchMember {
+  std::wstring_view name;
+  DISPID id;
+};
+constexpr std::array<DispatchMember, 7> kDispatchMembers = {{
+    {L"Terminate", kDispTerminate},
+    {L"GetCapabilities", kDispGetCapabilities},
+    {L"GetPreferredHotkey", kDispGetPreferredHotkey},
+    {L"GetDisplayName", kDispGetDisplayName},
+    {L"GetDescription", kDispGetDescription},
+    {L"GetAuthorInformation", kDispGetAuthorInformation},
+    {L"GetVersionInformation", kDispGetVersionInformation},
+}};
+
+// Automation names compare without regard to case.
+bool SameName(std::wstring_view a, const wchar_t* b) {
+  std::size_t i = 0;
+  for (; i < a.size(); ++i) {
+    if (b[i] == L'\0' || std::towlower(a[i]) != std::towlower(b[i])) return false;
+  }
+  return b[i] == L'\0';
+}
+
+}  // namespace
+
+HRESULT CFileUtilities::Create(IUnknown* outer, REFIID riid, void** ppv) noexcept {
+  if (ppv == nullptr) return E_INVALIDARG;
+  *ppv = nullptr;
+  // An aggregating object must get the inner unknown, or it could never release us.
+  if (outer != nullptr && !IsEqualGUID(riid, IID_IUnknown)) return CLASS_E_NOAGGREGATION;
+  try {
+    // The one reference MakeComObject takes is moved to the inner unknown, which owns the object
+    // whether or not it is aggregated.
+    CFileUtilities* object = MakeComObject<CFileUtilities>().Detach();
+    InnerUnknown* inner = &object->inner_;
+    if (outer != nullptr) {
+      object->controlling_ = outer;
+      *ppv = inner;
+      return S_OK;
+    }
+    HRESULT hr = inner->QueryInterface(riid, ppv);
+    inner->Release();
+    return hr;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::InnerUnknown::QueryInterface(REFIID riid, void** ppv) {
+  if (ppv == nullptr) return E_POINTER;
+  if (IsEqualGUID(riid, IID_IUnknown)) {
+    *ppv = static_cast<IUnknown*>(this);
+    AddRef();
+    return S_OK;
+  }
+  // The exposed interfaces go out counted on the controlling unknown, as COM requires.
+  return owner_->Base::QueryInterface(riid, ppv);
+}
+
+ULONG STDMETHODCALLTYPE CFileUtilities::InnerUnknown::AddRef() { return owner_->Base::AddRef(); }
+
+ULONG STDMETHODCALLTYPE CFileUtilities::InnerUnknown::Release() { return owner_->Base::Release(); }
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::QueryInterface(REFIID riid, void** ppv) {
+  return controlling_->QueryInterface(riid, ppv);
+}
+
+ULONG STDMETHODCALLTYPE CFileUtilities::AddRef() { return controlling_->AddRef(); }
+
+ULONG STDMETHODCALLTYPE CFileUtilities::Release() { return controlling_->Release(); }
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfoCount(UINT* pctinfo) {
+  if (pctinfo == nullptr) return E_INVALIDARG;
+  *pctinfo = 0;
+  return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfo(UINT /*iTInfo*/, LCID /*lcid*/,
+                                                      ITypeInfo** ppTInfo) {
+  if (ppTInfo == nullptr) return E_INVALIDARG;
+  *ppTInfo = nullptr;
+  return DISP_E_BADINDEX;
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames,
+                                                        UINT cNames, LCID /*lcid*/,
+                                                        DISPID* rgDispId) {
+  if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+  if (cNames == 0) return S_OK;
+  if (rgszNames == nullptr || rgDispId == nullptr) return E_INVALIDARG;
+  for (UINT i = 0; i < cNames; ++i) rgDispId[i] = DISPID_UNKNOWN;
+  if (rgszNames[0] == nullptr) return DISP_E_UNKNOWNNAME;
+  for (const DispatchMember& member : kDispatchMembers) {
+    if (SameName(member.name, rgszNames[0])) {
+      rgDispId[0] = member.id;
+      // None of these members has named parameters.
+      return cNames == 1 ? S_OK : DISP_E_UNKNOWNNAME;
+    }
+  }
+  return DISP_E_UNKNOWNNAME;
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::Invoke(DISPID dispIdMember, REFIID riid, LCID /*lcid*/,
+                                                 WORD wFlags, DISPPARAMS* pDispParams,
+                                                 VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
+                                                 UINT* /*puArgErr*/) {
+  try {
+    if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
+    if ((wFlags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET)) == 0) return DISP_E_MEMBERNOTFOUND;
+    if (pDispParams != nullptr && pDispParams->cNamedArgs != 0) return DISP_E_NONAMEDARGS;
+    if (pDispParams != nullptr && pDispParams->cArgs != 0) return DISP_E_BADPARAMCOUNT;
+
+    HRESULT hr = S_OK;
+    Variant result;
+    switch (dispIdMember) {
+      case kDispTerminate:
+        hr = Terminate();
+        break;
+      case kDispGetCapabilities:
+      case kDispGetPreferredHotkey: {
+        DWORD value = 0;
+        hr = dispIdMember == kDispGetCapabilities ? GetCapabilities(&value)
+                                                  : GetPreferredHotkey(&value);
+        if (SUCCEEDED(hr)) result = Variant::I4(static_cast<LONG>(value));
+        break;
+      }
+      case kDispGetDisplayName:
+      case kDispGetDescription:
+      case kDispGetAuthorInformation:
+      case kDispGetVersionInformation: {
+        Bstr text;
+        hr = dispIdMember == kDispGetDisplayName         ? GetDisplayName(&text)
+             : dispIdMember == kDispGetDescription       ? GetDescription(&text)
+             : dispIdMember == kDispGetAuthorInformation ? GetAuthorInformation(&text)
+                                                         : GetVersionInformation(&text);
+        if (SUCCEEDED(hr)) result = Variant::String(text.view());
+        break;
+      }
+      default:
+        return DISP_E_MEMBERNOTFOUND;
+    }
+    if (FAILED(hr)) {
+      if (pExcepInfo != nullptr) {
+        *pExcepInfo = EXCEPINFO{};
+        pExcepInfo->scode = hr;
+      }
+      return DISP_E_EXCEPTION;
+    }
+    if (pVarResult != nullptr) result.Detach(pVarResult);
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::Initialize(IUnknown* lpHost, WORD langid,
+                                                     IUnknown* lpStream, DWORD dwFlags) {
+  try {
+    if (lpHost == nullptr) return E_INVALIDARG;
+    ComPtr<ILumarkoHost> host;
+    if (FAILED(lpHost->QueryInterface(IID_ILumarkoHost,
+                                      reinterpret_cast<void**>(host.GetAddressOf()))) ||
+        !host) {
+      return E_INVALIDARG;
+    }
+    ComPtr<IStream> stream;
+    if (lpStream != nullptr && FAILED(lpStream->QueryInterface(
+                                   IID_IStream, reinterpret_cast<void**>(stream.GetAddressOf())))) {
+      stream.Reset();
+    }
+    host_ = std::move(host);
+    initStream_ = std::move(stream);
+    langid_ = langid;
+    flags_ = ~dwFlags;
+    AcquireUsageCounter();
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::Terminate() {
+  try {
+    ReleaseUsageCounter();
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetCapabilities(DWORD* lpCapabilities) {
+  if (lpCapabilities == nullptr) return E_INVALIDARG;
+  *lpCapabilities = kCapabilities;
+  return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetPreferredHotkey(DWORD* lpPreferredHotkey) {
+  if (lpPreferredHotkey == nullptr) return E_INVALIDARG;
+  *lpPreferredHotkey = kPreferredHotkey;
+  return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetDisplayName(BSTR* pbstrDisplayName) {
+  try {
+    return WriteText(kDisplayName, pbstrDisplayName);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetDescription(BSTR* pbstrDescription) {
+  try {
+    return WriteText(kDescription, pbstrDescription);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetAuthorInformation(BSTR* pbstrAuthorInformation) {
+  try {
+    return WriteText(kAuthor, pbstrAuthorInformation);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::GetVersionInformation(BSTR* pbstrVersionInformation) {
+  try {
+    // The build's project version, the same text the file's version resource carries on Windows.
+    return WriteText(LMK_VERSION_TEXT, pbstrVersionInformation);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::Configure(HWND /*hWndParent*/) { return E_NOTIMPL; }
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::Process(HWND hWnd, BSTR /*bstrFullPathNameNoExtension*/,
+                                                  BSTR /*bstrExtensions*/, DWORD /*InKeyPressed*/,
+                                                  DWORD* lpPostActionBehavior) {
+  try {
+    CountUsage(L"Invoked");
+  } catch (...) {
+    return E_UNEXPECTED;
+  }
+  try {
+    // The image path, extensions and key are ignored: the dialog asks the host for its list.
+    // Without a window system the dialog shows itself on the terminal.
+    TerminalDialogView view;
+    bool reload = false;
+    bool refresh = false;
+    {
+      CMainDialog dialog(host_, initStream_, flags_, view);
+      dialog.DoModal(hWnd);
+      reload = dialog.ReloadImageFolder();
+      refresh = dialog.RefreshCurrentImage();
+    }
+    if (lpPostActionBehavior != nullptr) {
+      // A reload shows refreshed images too, so it wins.
+      *lpPostActionBehavior = reload    ? LMKPLUGINFLAG_POSTACTIONBEHAVIOR_RELOADIMAGEFOLDER
+                              : refresh ? LMKPLUGINFLAG_POSTACTIONBEHAVIOR_REFRESHCURRENT
+                                        : LMKPLUGINFLAG_POSTACTIONBEHAVIOR_DONOTHING;
+    }
+    return S_OK;
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT STDMETHODCALLTYPE CFileUtilities::Cancel(BOOL /*fAbruptly*/) { return E_NOTIMPL; }
+
+ComPtr<ILumarkoHost> CFileUtilities::host() const { return host_; }
+
+ComPtr<IStream> CFileUtilities::initStream() const { return initStream_; }
+
+}  // namespace lmk

@@ -1,0 +1,92 @@
+// CFileUtilities: the plug-in object a host creates, initialises and invokes.
+#pragma once
+
+#include "com/com.h"
+#include "shell/lumarko_host.h"
+#include "shell/lumarko_plugin.h"
+
+namespace lmk {
+
+/// The plug-in object. Aggregatable: created with an outer unknown, its ILumarkoPlugin delegates
+/// IUnknown to the outer object and the outer holds the inner (non-delegating) IUnknown.
+class CFileUtilities final : public ComObject<CFileUtilities, ILumarkoPlugin> {
+ public:
+  /// The capabilities reported to the host: uses init data, changes or erases files, minimises
+  /// the viewer's memory, changes metadata (394). Deliberately neither configurable nor
+  /// cancelable from the host: a run is cancelled from the plug-in's own dialog.
+  static constexpr DWORD kCapabilities =
+      LMKPLUGINCAPS_USES_INIT_DATA | LMKPLUGINCAPS_CHANGE_OR_ERASE_FILES |
+      LMKPLUGINCAPS_MINIMIZE_VIEWER_MEMORY | LMKPLUGINCAPS_CHANGE_METADATA;
+  /// Ctrl+F in the hot-key control encoding: virtual key 0x46 ("F"), modifier 0x02 (Control).
+  static constexpr DWORD kPreferredHotkey = 0x0246;
+  static constexpr const wchar_t* kDisplayName = L"File Utilities";
+  static constexpr const wchar_t* kDescription =
+      L"Rule-based file copy / move / delete / rename / export batch processing utilities.";
+  static constexpr const wchar_t* kAuthor = L"The Lumarko project";
+
+  /// Creates one object queried for riid into *ppv. With an outer unknown only IID_IUnknown may
+  /// be asked for (CLASS_E_NOAGGREGATION otherwise) and *ppv receives the inner unknown.
+  /// E_INVALIDARG for a null ppv; E_NOINTERFACE; E_OUTOFMEMORY.
+  static HRESULT Create(IUnknown* outer, REFIID riid, void** ppv) noexcept;
+
+  CFileUtilities() = default;
+
+  // IUnknown of the exposed interfaces: always the controlling unknown's.
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+
+  // IDispatch: no type library is bound on every platform, so late binding is answered from a
+  // small table of the members that take no interface or window arguments.
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override;
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) override;
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid,
+                                          DISPID* rgDispId) override;
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
+                                   DISPPARAMS* pDispParams, VARIANT* pVarResult,
+                                   EXCEPINFO* pExcepInfo, UINT* puArgErr) override;
+
+  // ILumarkoPlugin.
+  HRESULT STDMETHODCALLTYPE Initialize(IUnknown* lpHost, WORD langid, IUnknown* lpStream,
+                                       DWORD dwFlags) override;
+  HRESULT STDMETHODCALLTYPE Terminate() override;
+  HRESULT STDMETHODCALLTYPE GetCapabilities(DWORD* lpCapabilities) override;
+  HRESULT STDMETHODCALLTYPE GetPreferredHotkey(DWORD* lpPreferredHotkey) override;
+  HRESULT STDMETHODCALLTYPE GetDisplayName(BSTR* pbstrDisplayName) override;
+  HRESULT STDMETHODCALLTYPE GetDescription(BSTR* pbstrDescription) override;
+  HRESULT STDMETHODCALLTYPE GetAuthorInformation(BSTR* pbstrAuthorInformation) override;
+  HRESULT STDMETHODCALLTYPE GetVersionInformation(BSTR* pbstrVersionInformation) override;
+  HRESULT STDMETHODCALLTYPE Configure(HWND hWndParent) override;
+  HRESULT STDMETHODCALLTYPE Process(HWND hWnd, BSTR bstrFullPathNameNoExtension,
+                                    BSTR bstrExtensions, DWORD InKeyPressed,
+                                    DWORD* lpPostActionBehavior) override;
+  HRESULT STDMETHODCALLTYPE Cancel(BOOL fAbruptly) override;
+
+  /// What Initialize kept, for the main dialog and for tests.
+  ComPtr<ILumarkoHost> host() const;
+  ComPtr<IStream> initStream() const;
+  WORD langid() const noexcept { return langid_; }
+  /// The complement of the dwFlags given to Initialize.
+  DWORD flags() const noexcept { return flags_; }
+
+ private:
+  using Base = ComObject<CFileUtilities, ILumarkoPlugin>;
+
+  /// The non-delegating IUnknown that an aggregating outer object holds.
+  struct InnerUnknown final : public IUnknown {
+    explicit InnerUnknown(CFileUtilities* owner) noexcept : owner_(owner) {}
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
+    ULONG STDMETHODCALLTYPE AddRef() override;
+    ULONG STDMETHODCALLTYPE Release() override;
+    CFileUtilities* owner_;
+  };
+
+  InnerUnknown inner_{this};
+  IUnknown* controlling_ = &inner_;  // the outer unknown once aggregated
+  ComPtr<ILumarkoHost> host_;
+  ComPtr<IStream> initStream_;
+  WORD langid_ = 0;
+  DWORD flags_ = 0;
+};
+
+}  // namespace lmk

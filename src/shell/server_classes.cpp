@@ -1,0 +1,35 @@
+// The server's class table: one line per creatable class.
+#include "shell/server_classes.h"
+
+#include <array>
+
+#include "dictionary/idictionary.h"
+#include "shell/file_utilities.h"
+#include "shell/lumarko_plugin.h"
+
+namespace lmk {
+
+std::span<const ServerClass> ServerClasses() {
+  // The script engine is registered already so that scripts find its ProgID; it is created
+  // once the engine exists in this build.
+  static const std::array<ServerClass, 3> kClasses = {{
+      {CLSID_FileUtilities, L"Lumarko.Plugin.FileUtilities.1", L"Lumarko.Plugin.FileUtilities",
+       L"Lumarko FileUtilities Plugin", true, &CFileUtilities::Create},
+      {CLSID_ScriptEngine, L"Lumarko.Plugin.FileUtilities.ScriptEngine.1",
+       L"Lumarko.Plugin.FileUtilities.ScriptEngine", L"Lumarko FileUtilities Script Engine", false,
+       nullptr},
+      {CLSID_Dictionary, L"Lumarko.Plugin.FileUtilities.Dictionary.1",
+       L"Lumarko.Plugin.FileUtilities.Dictionary", L"Lumarko FileUtilities Dictionary Class", false,
+       &CreateDictionary},
+  }};
+  return kClasses;
+}
+
+const ServerClass* FindServerClass(REFCLSID clsid) {
+  for (const ServerClass& server_class : ServerClasses()) {
+    if (IsEqualGUID(server_class.clsid, clsid)) return &server_class;
+  }
+  return nullptr;
+}
+
+}  // namespace lmk

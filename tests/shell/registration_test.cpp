@@ -1,0 +1,245 @@
+// Tests of the server's registration: DllInstall's command line, every entry written, and
+// unregistration leaving the settings store exactly as it was.
+#include "shell/registration.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "platform/module_path.h"
+#include "shell/lumarko_plugin.h"
+#include "shell/module_exports.h"
+#include "shell/server_classes.h"
+#include "support/temp_dir.h"
+
+namespace lmk {
+namespace {
+
+// ---- DllInstall's command line --------------------------------------------------------------
+
+struct CommandLineCase {
+  const char* name;
+  const wchar_t* commandLine;
+  bool perUser;
+};
+
+class InstallCommandLine : public ::testing::TestWithParam<CommandLineCase> {};
+
+TEST_P(InstallCommandLine, SelectsTheScope) {
+  EXPECT_EQ(IsPerUserCommandLine(GetParam().commandLine), GetParam().perUser);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, InstallCommandLine,
+                         ::testing::ValuesIn(std::vector<CommandLineCase>{
+                             {"Lower", L"user", true},
+                             {"Upper", L"USER", true},
+                             {"Mixed", L"uSeR", true},
+                             {"LongerWord", L"user2", false},
+                             {"Prefix", L"use", false},
+                             {"LeadingSpace", L" user", false},
+                             {"Empty", L"", false},
+                             {"Null", nullptr, false},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// ---- The store as a whole ----------------------------------------------------------------
+
+// Every value of a store, keyed by "key path|value name", keys in folded form; empty keys as
+// "key path|<key>" so that they count too.
+using Snapshot = std::map<std::wstring, std::wstring>;
+
+void Collect(SettingsStore& store, const std::wstring& key, Snapshot* out) {
+  std::vector<std::pair<std::wstring, RegValue>> values;
+  ASSERT_EQ(store.EnumValues(key, &values), S_OK);
+  std::vector<std::wstring> subkeys;
+  ASSERT_EQ(store.EnumSubkeys(key, &subkeys), S_OK);
+  (*out)[FoldSettingsName(key) + L"|<key>"] = L"";
+  for (const auto& [name, value] : values) {
+    (*out)[FoldSettingsName(key) + L"|" + FoldSettingsName(name)] =
+        value.IsText() ? value.text : std::to_wstring(value.number);
+  }
+  for (const std::wstring& subkey : subkeys) {
+    Collect(store, key.empty() ? subkey : key + L"\\" + subkey, out);
+  }
+}
+
+Snapshot Take(SettingsScope scope) {
+  std::shared_ptr<SettingsStore> store;
+  EXPECT_EQ(SettingsStore::Open(scope, &store), S_OK);
+  Snapshot snapshot;
+  if (store) Collect(*store, L"", &snapshot);
+  return snapshot;
+}
+
+std::wstring GuidText(REFGUID guid) {
+  wchar_t text[40] = {};
+  StringFromGUID2(guid, text, 40);
+  return text;
+}
+
+const std::wstring kOtherPlugin = L"{0F0F0F0F-1111-2222-3333-444455556666}";
+
+class RegistrationTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const char* previous = std::getenv("LUMARKO_CONFIG_DIR");
+    if (previous != nullptr) previous_ = previous;
+    ::setenv("LUMARKO_CONFIG_DIR", dir_.path().c_str(), 1);
+    ASSERT_EQ(GetModulePath(reinterpret_cast<const void*>(&DllInstall), &module_), S_OK);
+    // Entries that are not ours and must survive: an unrelated class and another plug-in in
+    // the shared category, in both stores.
+    for (SettingsScope scope : {SettingsScope::CurrentUser, SettingsScope::Machine}) {
+      std::shared_ptr<SettingsStore> store;
+      ASSERT_EQ(SettingsStore::Open(scope, &store), S_OK);
+      ASSERT_EQ(store->SetValue(L"Software\\Classes\\.jpg", L"", RegValue::String(L"jpegfile")),
+                S_OK);
+      ASSERT_EQ(store->CreateKey(L"Software\\Classes\\CLSID\\" + kOtherPlugin +
+                                 L"\\Implemented Categories\\" + GuidText(CATID_LumarkoPlugins)),
+                S_OK);
+      ASSERT_EQ(store->SetValue(
+                    L"Software\\Classes\\Component Categories\\" + GuidText(CATID_LumarkoPlugins),
+                    L"0", RegValue::String(L"Lumarko Plugins")),
+                S_OK);
+    }
+    userBefore_ = Take(SettingsScope::CurrentUser);
+    machineBefore_ = Take(SettingsScope::Machine);
+  }
+  void TearDown() override {
+    if (previous_.empty()) {
+      ::unsetenv("LUMARKO_CONFIG_DIR");
+    } else {
+      ::setenv("LUMARKO_CONFIG_DIR", previous_.c_str(), 1);
+    }
+  }
+
+  test::ScopedTempDir dir_;
+  std::string previous_;
+  std::wstring module_;
+  Snapshot userBefore_;
+  Snapshot machineBefore_;
+};
+
+// Every entry registration writes, as (key below Software\Classes, value name, value).
+struct Entry {
+  std::wstring key;
+  std::wstring name;
+  std::wstring value;
+};
+
+std::vector<Entry> ExpectedEntries(const std::wstring& module) {
+  const std::wstring plugin = L"CLSID\\" + GuidText(CLSID_FileUtilities);
+  const std::wstring typeLib = GuidText(LIBID_LmkFileUtilities);
+  const std::wstring moduleFile = module.substr(module.find_last_of(L'/') + 1);
+  return {
+      {L"Component Categories\\" + GuidText(CATID_LumarkoPlugins), L"0", L"Lumarko Plugins"},
+      {L"AppID\\" + GuidText(APPID_FileUtilities), L"", L"Lumarko FileUtilities Plugin"},
+      {L"AppID\\" + moduleFile, L"AppID", GuidText(APPID_FileUtilities)},
+      {plugin, L"", L"Lumarko FileUtilities Plugin"},
+      {plugin + L"\\InprocServer32", L"", module},
+      {plugin + L"\\InprocServer32", L"ThreadingModel", L"Both"},
+      {plugin + L"\\ProgID", L"", L"Lumarko.Plugin.FileUtilities.1"},
+      {plugin + L"\\VersionIndependentProgID", L"", L"Lumarko.Plugin.FileUtilities"},
+      {plugin + L"\\Programmable", L"<key>", L""},
+      {plugin + L"\\TypeLib", L"", typeLib},
+      {plugin + L"\\Implemented Categories\\" + GuidText(CATID_LumarkoPlugins), L"<key>", L""},
+      {L"CLSID\\" + GuidText(CLSID_ScriptEngine), L"", L"Lumarko FileUtilities Script Engine"},
+      {L"CLSID\\" + GuidText(CLSID_ScriptEngine) + L"\\InprocServer32", L"ThreadingModel", L"Both"},
+      {L"CLSID\\" + GuidText(CLSID_ScriptEngine) + L"\\ProgID", L"",
+       L"Lumarko.Plugin.FileUtilities.ScriptEngine.1"},
+      {L"CLSID\\{2966F71C-0245-4532-A2F1-E2D8158D95C1}", L"",
+       L"Lumarko FileUtilities Dictionary Class"},
+      {L"CLSID\\{2966F71C-0245-4532-A2F1-E2D8158D95C1}\\VersionIndependentProgID", L"",
+       L"Lumarko.Plugin.FileUtilities.Dictionary"},
+      {L"CLSID\\{2966F71C-0245-4532-A2F1-E2D8158D95C1}\\Programmable", L"<key>", L""},
+      {L"Lumarko.Plugin.FileUtilities.1\\CLSID", L"", GuidText(CLSID_FileUtilities)},
+      {L"Lumarko.Plugin.FileUtilities", L"", L"Lumarko FileUtilities Plugin"},
+      {L"Lumarko.Plugin.FileUtilities\\CLSID", L"", GuidText(CLSID_FileUtilities)},
+      {L"Lumarko.Plugin.FileUtilities\\CurVer", L"", L"Lumarko.Plugin.FileUtilities.1"},
+      {L"Lumarko.Plugin.FileUtilities.Dictionary\\CurVer", L"",
+       L"Lumarko.Plugin.FileUtilities.Dictionary.1"},
+      {L"Lumarko.Plugin.FileUtilities.ScriptEngine.1\\CLSID", L"", GuidText(CLSID_ScriptEngine)},
+      {L"TypeLib\\" + typeLib + L"\\1.0", L"", L"Lumarko FileUtilities 1.0 Type Library"},
+  };
+}
+
+void ExpectEntries(const Snapshot& snapshot, const std::wstring& module) {
+  for (const Entry& entry : ExpectedEntries(module)) {
+    const std::wstring key = FoldSettingsName(L"Software\\Classes\\" + entry.key) + L"|" +
+                             (entry.name == L"<key>" ? L"<key>" : FoldSettingsName(entry.name));
+    auto found = snapshot.find(key);
+    if (found == snapshot.end()) {
+      ADD_FAILURE() << "missing " << testing::PrintToString(key);
+      continue;
+    }
+    EXPECT_EQ(found->second, entry.value) << testing::PrintToString(key);
+  }
+}
+
+struct ScopeCase {
+  const char* name;
+  std::function<HRESULT()> install;
+  std::function<HRESULT()> uninstall;
+  SettingsScope written;
+};
+
+class RegistrationRoundTrip : public RegistrationTest,
+                              public ::testing::WithParamInterface<ScopeCase> {};
+
+TEST_P(RegistrationRoundTrip, WritesEveryEntryThenLeavesTheStoresAsTheyWere) {
+  const bool perUser = GetParam().written == SettingsScope::CurrentUser;
+  ASSERT_EQ(GetParam().install(), S_OK);
+  const Snapshot user = Take(SettingsScope::CurrentUser);
+  const Snapshot machine = Take(SettingsScope::Machine);
+  ExpectEntries(perUser ? user : machine, module_);
+  EXPECT_EQ(perUser ? machine : user, perUser ? machineBefore_ : userBefore_)
+      << "the other scope is not touched";
+
+  ASSERT_EQ(GetParam().uninstall(), S_OK);
+  EXPECT_EQ(Take(SettingsScope::CurrentUser), userBefore_);
+  EXPECT_EQ(Take(SettingsScope::Machine), machineBefore_);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Scopes, RegistrationRoundTrip,
+    ::testing::ValuesIn(std::vector<ScopeCase>{
+        {"MachineWide", [] { return DllRegisterServer(); }, [] { return DllUnregisterServer(); },
+         SettingsScope::Machine},
+        {"PerUser", [] { return DllInstall(TRUE, L"user"); },
+         [] { return DllInstall(FALSE, L"user"); }, SettingsScope::CurrentUser},
+        {"PerUserUpperCase", [] { return DllInstall(TRUE, L"USER"); },
+         [] { return DllInstall(FALSE, L"USER"); }, SettingsScope::CurrentUser},
+        {"AnyOtherCommandLineIsMachineWide", [] { return DllInstall(TRUE, L"user2"); },
+         [] { return DllInstall(FALSE, L"user2"); }, SettingsScope::Machine},
+        {"EmptyCommandLine", [] { return DllInstall(TRUE, L""); },
+         [] { return DllInstall(FALSE, L""); }, SettingsScope::Machine},
+        {"NullCommandLine", [] { return DllInstall(TRUE, nullptr); },
+         [] { return DllInstall(FALSE, nullptr); }, SettingsScope::Machine},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(RegistrationTest, LastPluginTakesTheCategoryAndEmptyContainersWithIt) {
+  std::shared_ptr<SettingsStore> store;
+  ASSERT_EQ(SettingsStore::Open(SettingsScope::CurrentUser, &store), S_OK);
+  ASSERT_EQ(store->DeleteTree(L"Software"), S_OK);
+  const Snapshot empty = Take(SettingsScope::CurrentUser);
+
+  ASSERT_EQ(DllInstall(TRUE, L"user"), S_OK);
+  ASSERT_EQ(DllInstall(FALSE, L"user"), S_OK);
+  EXPECT_EQ(Take(SettingsScope::CurrentUser), empty);
+}
+
+TEST_F(RegistrationTest, UnregisteringWhatIsNotThereChangesNothing) {
+  ASSERT_EQ(DllInstall(FALSE, L"user"), S_OK);
+  EXPECT_EQ(Take(SettingsScope::CurrentUser), userBefore_);
+}
+
+TEST_F(RegistrationTest, EmptyModulePathWritesNothing) {
+  EXPECT_EQ(RegisterServer(SettingsScope::CurrentUser, L""), E_INVALIDARG);
+  EXPECT_EQ(Take(SettingsScope::CurrentUser), userBefore_);
+}
+
+}  // namespace
+}  // namespace lmk
