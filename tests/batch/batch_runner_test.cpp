@@ -1,0 +1,605 @@
+// Tests of the runner against an in-memory host and event sink: modes, policies, abort and
+// cancel, skipped images, per-file logging, progress, counters and the parallel phase.
+#include "batch/batch_runner.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "batch/run_summary.h"
+#include "com/bstr.h"
+#include "platform/fake/memory_event_trace_sink.h"
+#include "platform/processor_info.h"
+#include "platform/usage_counter.h"
+#include "shell/shell_fakes.h"
+#include "support/fake_elements.h"
+#include "support/fake_host.h"
+
+namespace lmk {
+namespace {
+
+using test::CFakeAction;
+using test::CFakeCondition;
+using test::FakeActionKind;
+using test::FakeConditionKind;
+using test::FakeRunHost;
+
+// Records the runner's notices and lets a test wait for the end of the run.
+class RecordingSink final : public ProgressSink {
+ public:
+  std::function<void()> onStarted;
+
+  void OnRunStarted(DWORD showProgress) override {
+    started = static_cast<int>(showProgress);
+    if (onStarted) onStarted();
+  }
+  void OnProgress(DWORD percent) override {
+    std::lock_guard lock(mutex_);
+    progress.push_back(percent);
+  }
+  void OnRunFinished(DWORD aborted) override {
+    std::lock_guard lock(mutex_);
+    finished = static_cast<int>(aborted);
+    done_.notify_all();
+  }
+  void OnInternalError(std::wstring_view, std::wstring_view text) override {
+    std::lock_guard lock(mutex_);
+    internalErrors.emplace_back(text);
+  }
+  void Wait() {
+    std::unique_lock lock(mutex_);
+    done_.wait(lock, [this] { return finished >= 0; });
+  }
+
+  int started = -1;
+  int finished = -1;
+  std::vector<DWORD> progress;
+  std::vector<std::wstring> internalErrors;
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable done_;
+};
+
+// An action that calls back for each file, then answers as programmed.
+class CallbackAction final : public CAction {
+ public:
+  explicit CallbackAction(std::function<HRESULT(IDictionary*)> body)
+      : CAction(FakeActionKind(2)), body_(std::move(body)) {}
+  HRESULT Execute(IDictionary* record) const override { return body_(record); }
+
+ private:
+  std::function<HRESULT(IDictionary*)> body_;
+};
+
+// A condition that holds for images of odd index.
+class OddIndexCondition final : public CCondition {
+ public:
+  OddIndexCondition() : CCondition(FakeConditionKind(1)) {}
+  HRESULT Evaluate(IDictionary* record) const override {
+    Variant index;
+    if (FAILED(record->get_Value(Bstr(L"Image.Index").get(), &index))) return E_FAIL;
+    return (index.ref().ulVal % 2) == 1 ? S_OK : S_FALSE;
+  }
+};
+
+std::shared_ptr<CFakeAction> Action(int kind, std::vector<HRESULT> results,
+                                    CActionErrorMode policy = CActionErrorMode::Ignore) {
+  auto action = std::make_shared<CFakeAction>(FakeActionKind(kind));
+  action->Program(std::move(results));
+  action->SetOnFailure(policy);
+  return action;
+}
+
+std::shared_ptr<CRule> Rule(std::vector<std::shared_ptr<CAction>> actions,
+                            std::vector<std::shared_ptr<CCondition>> conditions = {}) {
+  auto rule = std::make_shared<CRule>(L"rule");
+  for (auto& condition : conditions) rule->AddCondition(std::move(condition));
+  for (auto& action : actions) rule->AddAction(std::move(action));
+  return rule;
+}
+
+class RunnerTest : public ::testing::Test {
+ protected:
+  explicit RunnerTest(ULONG images = 5) : host_(MakeComObject<FakeRunHost>(images)) {}
+
+  void MakeRunner(unsigned threads) {
+    auto sink = std::make_unique<fake::MemoryEventTraceSink>();
+    events_ = sink.get();
+    BatchRunnerOptions options;
+    options.minimumRunTime = std::chrono::milliseconds(0);
+    options.threadCount = threads;
+    options.logFilePath = L"/nonexistent/lumarko-test.etl";
+    options.fileExists = [this](std::wstring_view path) {
+      return missing_.count(std::wstring(path)) == 0;
+    };
+    runner_ = std::make_unique<CBatchRunner>(std::make_unique<EventLogWriter>(std::move(sink)),
+                                             std::move(options));
+  }
+
+  BatchRunResult Run(std::vector<std::shared_ptr<CRule>> rules, DWORD mode = 2,
+                     unsigned threads = 1) {
+    if (!runner_) MakeRunner(threads);
+    std::vector<std::shared_ptr<const CRule>> run(rules.begin(), rules.end());
+    EXPECT_TRUE(runner_->Start(&sink_, nullptr, run, mode, host_.Get()));
+    sink_.Wait();
+    return runner_->Finish();
+  }
+
+  // Texts of the events at level, in order ("Batch processing started." included).
+  std::vector<std::wstring> Texts(BYTE level) const {
+    std::vector<std::wstring> texts;
+    for (const auto& event : events_->Events()) {
+      if (event.level == level && event.text) texts.push_back(*event.text);
+    }
+    return texts;
+  }
+  int CountText(std::wstring_view text) const {
+    int count = 0;
+    for (const auto& event : events_->Events()) count += event.text && *event.text == text;
+    return count;
+  }
+
+  ComPtr<FakeRunHost> host_;
+  std::set<std::wstring> missing_;
+  RecordingSink sink_;
+  fake::MemoryEventTraceSink* events_ = nullptr;
+  std::unique_ptr<CBatchRunner> runner_;
+};
+
+// ---- Policies -------------------------------------------------------------------------------
+
+struct PolicyCase {
+  const char* name;
+  CActionErrorMode policy;
+  std::wstring_view logged;
+  BYTE level;
+  int secondActionCalls;  // the failing rule's next action
+  int nextRuleCalls;      // the action of the following rule
+  bool aborted;
+  LONG processed;
+};
+
+class Policy : public RunnerTest, public ::testing::WithParamInterface<PolicyCase> {};
+
+TEST_P(Policy, DecidesWhatRunsAfterAFailure) {
+  const PolicyCase& c = GetParam();
+  auto failing = Action(0, {E_FAIL}, c.policy);
+  auto second = Action(1, {S_OK});
+  auto next = Action(2, {S_OK});
+  const BatchRunResult result = Run({Rule({failing, second}), Rule({next})});
+
+  EXPECT_EQ(second->calls(), c.secondActionCalls);
+  EXPECT_EQ(next->calls(), c.nextRuleCalls);
+  EXPECT_EQ(result.aborted, c.aborted);
+  EXPECT_EQ(sink_.finished, c.aborted ? 1 : 0);
+  EXPECT_EQ(result.processed, c.processed);
+  const int failures = c.aborted ? 1 : 5;
+  EXPECT_EQ(failing->calls(), failures);
+  EXPECT_EQ(CountText(L"fake failure 0"), 1);  // the action's own description is logged
+  const auto texts = Texts(c.level);
+  EXPECT_EQ(std::count(texts.begin(), texts.end(), std::wstring(c.logged)), failures);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Runner, Policy,
+    ::testing::ValuesIn(std::vector<PolicyCase>{
+        {"Ignore", CActionErrorMode::Ignore, batch_text::kIgnoring, kEventLevelWarning, 5, 5, false,
+         5},
+        {"SkipActions", CActionErrorMode::SkipActions, batch_text::kSkippingActions,
+         kEventLevelWarning, 0, 5, false, 5},
+        {"SkipActionsAndRules", CActionErrorMode::SkipActionsAndRules,
+         batch_text::kSkippingActionsAndRules, kEventLevelWarning, 0, 0, false, 5},
+        // The first image aborts on the runner thread: no further image starts.
+        {"Abort", CActionErrorMode::Abort, batch_text::kAbortedByPolicy, kEventLevelFatal, 0, 0,
+         true, 1},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(RunnerTest, ActionAbortingEndsTheRunWhateverThePolicy) {
+  auto aborting = Action(0, {S_OK, E_ABORT}, CActionErrorMode::Ignore);
+  const BatchRunResult result = Run({Rule({aborting})});
+  EXPECT_TRUE(result.aborted);
+  EXPECT_EQ(aborting->calls(), 2);
+  EXPECT_EQ(CountText(batch_text::kForciblyAborted), 1);
+  EXPECT_EQ(CountText(batch_text::kIgnoring), 0);
+  EXPECT_EQ(SummarizeRun(result).outcome, RunOutcome::kFatal);
+  // An aborted run does not take the host's range past its end.
+  EXPECT_EQ(host_->nextOfRangePastEnd.load(), 0);
+}
+
+TEST_F(RunnerTest, ThrowingActionFailsWithoutErrorInformation) {
+  auto throwing = std::make_shared<CallbackAction>(
+      [](IDictionary*) -> HRESULT { throw std::runtime_error("boom"); });
+  throwing->SetOnFailure(CActionErrorMode::SkipActions);
+  const BatchRunResult result = Run({Rule({throwing})});
+  EXPECT_FALSE(result.aborted);
+  EXPECT_EQ(CountText(batch_text::kNoErrorInformation), 5);
+  EXPECT_EQ(CountText(batch_text::kSkippingActions), 5);
+  EXPECT_EQ(result.errors, 5);
+}
+
+TEST_F(RunnerTest, StaleErrorDescriptionIsNotBlamedOnAnAction) {
+  auto stale = std::make_shared<CallbackAction>([](IDictionary*) {
+    SetErrorDescription(L"left over");
+    return S_OK;
+  });
+  // This one fails without a description of its own.
+  auto silent = std::make_shared<CallbackAction>([](IDictionary*) { return E_FAIL; });
+  Run({Rule({stale}), Rule({silent})});
+  EXPECT_EQ(CountText(L"left over"), 0);
+  EXPECT_EQ(CountText(batch_text::kNoErrorInformation), 5);
+}
+
+TEST_F(RunnerTest, FailedEvaluationIsLoggedAndTheNextRuleRuns) {
+  auto broken = std::make_shared<CFakeCondition>(FakeConditionKind(0), E_FAIL);
+  auto skipped = Action(0, {S_OK});
+  auto next = Action(1, {S_OK});
+  Run({Rule({skipped}, {broken}), Rule({next})});
+  EXPECT_EQ(skipped->calls(), 0);
+  EXPECT_EQ(next->calls(), 5);
+  EXPECT_EQ(CountText(L"The condition(s)/exception(s) evaluation failed with 0x80004005"), 5);
+}
+
+// ---- Cancel -----------------------------------------------------------------------------------
+
+TEST_F(RunnerTest, CancelBeforeTheWorkBeginsProcessesNothing) {
+  MakeRunner(1);
+  sink_.onStarted = [this] { runner_->Cancel(); };
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})});
+  EXPECT_EQ(sink_.finished, 1);
+  EXPECT_EQ(action->calls(), 0);
+  EXPECT_EQ(result.processed, 0);
+  EXPECT_TRUE(host_->Delivered().empty());
+}
+
+TEST_F(RunnerTest, CancelMidwayStartsNoFurtherImage) {
+  MakeRunner(1);
+  int seen = 0;
+  auto cancelling = std::make_shared<CallbackAction>([&](IDictionary*) {
+    if (++seen == 3) runner_->Cancel();
+    return S_OK;
+  });
+  const BatchRunResult result = Run({Rule({cancelling})});
+  EXPECT_EQ(sink_.finished, 1);
+  EXPECT_EQ(result.processed, 3);
+  EXPECT_EQ(host_->Delivered().size(), 3u);
+  EXPECT_EQ(SummarizeRun(result).outcome, RunOutcome::kFatal);
+}
+
+// ---- Images that cannot be processed --------------------------------------------------------
+
+TEST_F(RunnerTest, UndeliverableImageIsSkippedAndCounted) {
+  host_->undeliverable = {2};
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})});
+  EXPECT_FALSE(result.aborted);
+  EXPECT_EQ(result.processed, 4);
+  EXPECT_EQ(result.skipped, 1);
+  EXPECT_EQ(action->calls(), 4);
+  EXPECT_EQ(CountText(L"Skipped 1 invalid image(s)."), 1);
+  const auto warnings = Texts(kEventLevelWarning);
+  EXPECT_EQ(std::count_if(warnings.begin(), warnings.end(),
+                          [](const std::wstring& t) { return t.rfind(L"Skipping \"", 0) == 0; }),
+            1);
+  EXPECT_EQ(SummarizeRun(result).outcome, RunOutcome::kWarnings);
+}
+
+TEST_F(RunnerTest, MissingFileIsSkippedNotAnError) {
+  missing_ = {L"/pictures/img0001.jpg", L"/pictures/img0004.jpg"};
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})});
+  EXPECT_EQ(result.processed, 3);
+  EXPECT_EQ(result.skipped, 2);
+  EXPECT_EQ(result.errors, 0);
+  EXPECT_EQ(CountText(L"Skipping \"/pictures/img0004.jpg\"."), 1);
+  EXPECT_EQ(CountText(L"Skipped 2 invalid image(s)."), 1);
+}
+
+TEST_F(RunnerTest, FailingFirstImageStillLetsTheRestRun) {
+  host_->undeliverable = {0};
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})});
+  EXPECT_EQ(result.processed, 4);
+  EXPECT_EQ(result.skipped, 1);
+}
+
+TEST_F(RunnerTest, HostWithoutSessionCannotStart) {
+  host_->failSessionInfo = true;
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})});
+  EXPECT_EQ(sink_.finished, 1);
+  EXPECT_EQ(action->calls(), 0);
+}
+
+// ---- Modes ------------------------------------------------------------------------------------
+
+struct ModeCase {
+  const char* name;
+  DWORD mode;
+  ULONG current;
+  std::vector<ULONG> delivered;
+  int started;
+};
+
+class Mode : public RunnerTest, public ::testing::WithParamInterface<ModeCase> {
+ protected:
+  Mode() : RunnerTest(10) {}
+};
+
+TEST_P(Mode, ProcessesItsRange) {
+  host_->currentIndex = GetParam().current;
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})}, GetParam().mode);
+  EXPECT_EQ(host_->Delivered(), GetParam().delivered);
+  EXPECT_EQ(result.processed, static_cast<LONG>(GetParam().delivered.size()));
+  EXPECT_EQ(sink_.started, GetParam().started);
+  EXPECT_EQ(sink_.finished, 0);
+  EXPECT_EQ(sink_.progress.back(), 100u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Runner, Mode,
+                         ::testing::ValuesIn(std::vector<ModeCase>{
+                             {"CurrentOnly", 1, 3, {3}, 0},
+                             {"All", 2, 3, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 1},
+                             {"CurrentAndRemaining", 3, 6, {6, 7, 8, 9}, 1},
+                             {"RemainingFromLast", 3, 9, {9}, 1},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(RunnerTest, SingleImageShowsThreeQuartersThenDone) {
+  host_->currentIndex = 2;
+  const BatchRunResult result = Run({Rule({Action(0, {S_OK})})}, 1);
+  EXPECT_EQ(sink_.progress, (std::vector<DWORD>{0, 75, 100}));
+  EXPECT_EQ(SummarizeRun(result).text, summary_text::kCurrentImageSuccess);
+}
+
+// ---- Logging per file ---------------------------------------------------------------------------
+
+TEST_F(RunnerTest, SelectionIsLoggedOncePerFileNotPerFrame) {
+  host_ = MakeComObject<FakeRunHost>();
+  host_->AddImage(L"/pictures/multi.tif", 0);
+  host_->AddImage(L"/pictures/multi.tif", 1);
+  host_->AddImage(L"/pictures/multi.tif", 2);
+  host_->AddImage(L"/pictures/single.jpg", 0);
+  auto holds = std::make_shared<CFakeCondition>(FakeConditionKind(0), S_OK);
+  auto never = std::make_shared<CFakeCondition>(FakeConditionKind(1), S_FALSE);
+  Run({Rule({Action(0, {S_OK})}), Rule({Action(1, {S_OK})}, {holds}),
+       Rule({Action(2, {S_OK})}, {never})});
+  EXPECT_EQ(CountText(L"\"/pictures/multi.tif\" will be processed unconditionally."), 1);
+  EXPECT_EQ(CountText(L"\"/pictures/single.jpg\" will be processed unconditionally."), 1);
+  EXPECT_EQ(CountText(L"\"/pictures/multi.tif\" matches the selection condition(s)."), 1);
+  EXPECT_EQ(CountText(L"\"/pictures/single.jpg\" matches the selection condition(s)."), 1);
+  // Four selections, "Batch processing started." and "Batch processing ended.".
+  EXPECT_EQ(Texts(kEventLevelInformation).size(), 6u);
+}
+
+TEST_F(RunnerTest, UncheckedRuleDoesNotRun) {
+  auto action = Action(0, {S_OK});
+  auto rule = Rule({action});
+  rule->SetChecked(false);
+  Run({rule});
+  EXPECT_EQ(action->calls(), 0);
+}
+
+// ---- Progress, counters, keep-copy index --------------------------------------------------------
+
+class LargeRunTest : public RunnerTest {
+ protected:
+  LargeRunTest() : RunnerTest(57) {}
+};
+
+TEST_F(LargeRunTest, ProgressGrowsAndEndsAtHundred) {
+  Run({Rule({Action(0, {S_OK})})}, 2, 2);
+  ASSERT_GE(sink_.progress.size(), 3u);
+  EXPECT_EQ(sink_.progress.front(), 0u);
+  EXPECT_TRUE(std::is_sorted(sink_.progress.begin(), sink_.progress.end()));
+  EXPECT_EQ(std::adjacent_find(sink_.progress.begin(), sink_.progress.end()), sink_.progress.end());
+  EXPECT_EQ(sink_.progress.back(), 100u);
+  EXPECT_EQ(host_->nextOfRangePastEnd.load(), 1);
+}
+
+TEST_F(LargeRunTest, TwoWorkersGiveTheSameResultsAsOne) {
+  struct Outcome {
+    BatchRunResult result;
+    std::map<std::wstring, int> texts;
+  };
+  auto runWith = [this](unsigned threads) {
+    host_ = MakeComObject<FakeRunHost>(57);
+    host_->undeliverable = {5, 40};
+    runner_.reset();
+    sink_.finished = -1;
+    MakeRunner(threads);
+    auto failing = Action(0, {E_FAIL}, CActionErrorMode::SkipActionsAndRules);
+    const BatchRunResult result =
+        Run({Rule({Action(1, {S_OK})}, {std::make_shared<OddIndexCondition>()}),
+             Rule({failing}, {std::make_shared<OddIndexCondition>()}), Rule({Action(2, {S_OK})})},
+            2, threads);
+    Outcome outcome{result, {}};
+    for (const auto& event : events_->Events()) {
+      if (event.text) ++outcome.texts[*event.text];
+    }
+    return outcome;
+  };
+  const Outcome one = runWith(1);
+  const Outcome two = runWith(2);
+  EXPECT_EQ(one.result.processed, 55);
+  EXPECT_EQ(two.result.processed, one.result.processed);
+  EXPECT_EQ(two.result.skipped, one.result.skipped);
+  EXPECT_EQ(two.result.errors, one.result.errors);
+  EXPECT_EQ(two.result.warnings, one.result.warnings);
+  EXPECT_EQ(two.texts, one.texts);
+}
+
+TEST_F(RunnerTest, ImagesAreCountedForTheHost) {
+  test::ScopedUsageCounterClass counterClass;
+  ASSERT_TRUE(AcquireUsageCounter());
+  host_->undeliverable = {1};
+  Run({Rule({Action(0, {S_OK})})});
+  ReleaseUsageCounter();
+  const auto events = counterClass.factory().counter->events();
+  EXPECT_NE(std::find(events.begin(), events.end(),
+                      test::UsageEvent{L"Plugin:FileUtilities", L"ImagesProcessed", 4}),
+            events.end());
+  EXPECT_NE(std::find(events.begin(), events.end(),
+                      test::UsageEvent{L"Plugin:FileUtilities", L"ImagesSkipped", 1}),
+            events.end());
+}
+
+TEST_F(RunnerTest, KeepCopyIndexAdvancedByActionsGoesBackToTheHost) {
+  auto advancing = std::make_shared<CallbackAction>([](IDictionary* record) {
+    Variant globals;
+    if (FAILED(record->get_Value(Bstr(L"Plugin.Globals").get(), &globals))) return E_FAIL;
+    ComPtr<IDictionary> run;
+    if (FAILED(globals.ref().pdispVal->QueryInterface(
+            IID_IDictionary, reinterpret_cast<void**>(run.GetAddressOf())))) {
+      return E_FAIL;
+    }
+    Variant index = Variant::UI4(42);
+    return run->put_Value(Bstr(L"App.SessionKeepCopyIndex").get(), index.ref());
+  });
+  Run({Rule({advancing})});
+  EXPECT_EQ(host_->keepCopyWrites.load(), 1);
+  EXPECT_EQ(host_->storedKeepCopyIndex.load(), 42u);
+}
+
+TEST_F(RunnerTest, GlobalsCarryTheSession) {
+  std::vector<std::wstring> seen;
+  auto reading = std::make_shared<CallbackAction>([&](IDictionary* record) {
+    Variant globals;
+    record->get_Value(Bstr(L"Plugin.Globals").get(), &globals);
+    ComPtr<IDictionary> run;
+    globals.ref().pdispVal->QueryInterface(IID_IDictionary,
+                                           reinterpret_cast<void**>(run.GetAddressOf()));
+    for (const wchar_t* key : {L"App.Version", L"App.StartTimeFT", L"App.SessionKeepCopyIndex"}) {
+      Variant value;
+      run->get_Value(Bstr(key).get(), &value);
+      value.ChangeType(VT_BSTR);
+      seen.emplace_back(value.ref().bstrVal);
+    }
+    return S_OK;
+  });
+  host_ = MakeComObject<FakeRunHost>(1);
+  Run({Rule({reading})});
+  const int64_t ticks = (int64_t{0x01D9A000} << 32) | 0x5A5A0000;
+  EXPECT_EQ(seen, (std::vector<std::wstring>{L"9.8.7", std::to_wstring(ticks), L"4"}));
+}
+
+TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
+  MakeRunner(1);
+  std::vector<std::shared_ptr<const CRule>> rules{Rule({Action(0, {S_OK})})};
+  ASSERT_TRUE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));
+  EXPECT_FALSE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));
+  sink_.Wait();
+  EXPECT_FALSE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));  // until taken back
+  runner_->Finish();
+  EXPECT_FALSE(runner_->IsBusy());
+}
+
+TEST_F(RunnerTest, LogOpensAndClosesAroundTheRun) {
+  Run({Rule({Action(0, {S_OK})})});
+  const auto events = events_->Events();
+  ASSERT_GE(events.size(), 2u);
+  EXPECT_EQ(*events.front().text, L"Batch processing started.");
+  EXPECT_EQ(*events.back().text, L"Batch processing ended.");
+  EXPECT_EQ(events_->SessionName(), L"Lumarko Batch Processor");
+  EXPECT_FALSE(events_->IsStarted());
+}
+
+TEST_F(RunnerTest, MinimumRunTimeHoldsTheEnd) {
+  MakeRunner(1);
+  runner_->Options().minimumRunTime = std::chrono::milliseconds(300);
+  const auto begin = std::chrono::steady_clock::now();
+  Run({Rule({Action(0, {S_OK})})});
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(300));
+}
+
+// ---- Pure rules ---------------------------------------------------------------------------------
+
+struct SummaryCase {
+  const char* name;
+  BatchRunResult result;
+  std::wstring_view text;
+  std::wstring_view counts;
+};
+
+class Summary : public ::testing::TestWithParam<SummaryCase> {};
+
+TEST_P(Summary, PicksTheSentence) {
+  const RunSummary summary = SummarizeRun(GetParam().result);
+  EXPECT_EQ(summary.text, GetParam().text);
+  EXPECT_EQ(summary.counts, GetParam().counts);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Runner, Summary,
+    ::testing::ValuesIn(std::vector<SummaryCase>{
+        {"Clean", {false, 2, 5, 0, 0, 0, 0, {}}, summary_text::kSuccess, L"0 errors\n0 warnings"},
+        {"CleanCurrent",
+         {false, 1, 1, 0, 0, 0, 0, {}},
+         summary_text::kCurrentImageSuccess,
+         L"0 errors\n0 warnings"},
+        {"ErrorsBeforeWarnings",
+         {false, 2, 5, 0, 0, 1, 3, {}},
+         summary_text::kErrors,
+         L"1 error\n3 warnings"},
+        {"Warnings",
+         {false, 3, 5, 0, 0, 0, 1, {}},
+         summary_text::kWarnings,
+         L"0 errors\n1 warning"},
+        {"CurrentWithWarnings",
+         {false, 1, 1, 0, 0, 0, 2, {}},
+         summary_text::kWarnings,
+         L"0 errors\n2 warnings"},
+        {"AbortedEvenWhenClean",
+         {true, 2, 1, 0, 0, 0, 0, {}},
+         summary_text::kFatal,
+         L"0 errors\n0 warnings"},
+        {"FatalCountsAsError",
+         {true, 2, 1, 0, 1, 0, 0, {}},
+         summary_text::kFatal,
+         L"1 error\n0 warnings"},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+struct WorkerCase {
+  const char* name;
+  std::optional<unsigned long> useHtCores;
+  unsigned logical;
+  std::optional<unsigned> physical;
+  unsigned expected;
+};
+
+class Workers : public ::testing::TestWithParam<WorkerCase> {};
+
+TEST_P(Workers, Count) {
+  const WorkerCase& c = GetParam();
+  EXPECT_EQ(ChooseWorkerCount(c.useHtCores, c.logical, c.physical), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Runner, Workers,
+                         ::testing::ValuesIn(std::vector<WorkerCase>{
+                             {"PhysicalByDefault", std::nullopt, 8, 4u, 4},
+                             {"PhysicalWhenZero", 0ul, 8, 4u, 4},
+                             {"LogicalWhenSet", 1ul, 8, 4u, 8},
+                             {"LogicalWithoutTopology", std::nullopt, 8, std::nullopt, 8},
+                             {"NeverBelowOne", std::nullopt, 0, 0u, 1},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(ProcessorInfo, HyperThreadsShareACore) {
+  const std::vector<LogicalProcessorPlace> places = {{0, 0}, {0, 0}, {0, 1}, {1, 0}, {0, 1}};
+  EXPECT_EQ(CountPhysicalCores(places), 3u);
+  EXPECT_GE(LogicalProcessorCount(), 1u);
+}
+
+}  // namespace
+}  // namespace lmk

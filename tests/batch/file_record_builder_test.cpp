@@ -1,0 +1,341 @@
+// Tests of the per-file record: its 120 keys in order with their types, the values taken from
+// the host's record, and the files and dictionaries that cannot be used.
+#include "batch/file_record_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "com/bstr.h"
+#include "com/time_convert.h"
+#include "dictionary/idictionary.h"
+#include "support/fake_host.h"
+
+namespace lmk {
+namespace {
+
+using test::FakeRunHost;
+
+// Records the one PutMultiple call it expects and fails every other use.
+class RecordingDictionary final : public ComObject<RecordingDictionary, IDictionary> {
+ public:
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                                   UINT*) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE get__NewEnum(IUnknown**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE get_Value(BSTR, VARIANT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE put_Value(BSTR, VARIANT) override {
+    ++singlePuts;
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE get_Count(LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetMultiple(ULONG, LPOLESTR*, VARIANT*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE PutMultiple(ULONG cb, LPOLESTR* names, VARIANT* values) override {
+    ++multiplePuts;
+    for (ULONG i = 0; i < cb; ++i) {
+      this->names.emplace_back(names[i]);
+      types.push_back(values[i].vt);
+    }
+    return failPut ? E_OUTOFMEMORY : S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE Test(BSTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE MergeTo(IDictionary*) override { return E_NOTIMPL; }
+
+  bool failPut = false;
+  int multiplePuts = 0;
+  int singlePuts = 0;
+  std::vector<std::wstring> names;
+  std::vector<VARTYPE> types;
+};
+
+// Same type and same value, for the types the record uses.
+bool SameValue(const Variant& a, const Variant& b) {
+  if (a.vt() != b.vt()) return false;
+  const VARIANT& x = a.ref();
+  const VARIANT& y = b.ref();
+  switch (a.vt()) {
+    case VT_UI1:
+      return x.bVal == y.bVal;
+    case VT_I2:
+      return x.iVal == y.iVal;
+    case VT_UI2:
+      return x.uiVal == y.uiVal;
+    case VT_I4:
+      return x.lVal == y.lVal;
+    case VT_UI4:
+      return x.ulVal == y.ulVal;
+    case VT_I8:
+      return x.llVal == y.llVal;
+    case VT_UI8:
+      return x.ullVal == y.ullVal;
+    case VT_R4:
+      return x.fltVal == y.fltVal;
+    case VT_R8:
+      return x.dblVal == y.dblVal;
+    case VT_DATE:
+      return x.date == y.date;
+    case VT_BOOL:
+      return x.boolVal == y.boolVal;
+    case VT_BSTR:
+      return std::wstring_view(x.bstrVal) == std::wstring_view(y.bstrVal);
+    default:
+      return false;
+  }
+}
+
+constexpr FILETIME kTaken = {0xD53E8000, 0x01D5A3B2};  // some day in 2019
+
+class FileRecordTest : public ::testing::Test {
+ protected:
+  FileRecordTest() {
+    host_->AddImage(L"/pictures/a.jpg");
+    globals_ = MakeDictionary();
+    attachments_ = MakeDictionary();
+  }
+
+  CFileRecordBuilder Builder(std::function<bool(std::wstring_view)> exists = nullptr,
+                             CFileRecordBuilder::DictionaryFactory factory = nullptr) {
+    if (!exists) exists = [](std::wstring_view) { return true; };
+    return CFileRecordBuilder(host_.Get(), globals_.Get(), attachments_.Get(), exists, factory);
+  }
+
+  Variant ValueOf(const LMKIMAGERECORD& record, std::wstring_view key) {
+    ComPtr<IDictionary> out;
+    EXPECT_EQ(Builder().Build(record, out), FileRecordStatus::kBuilt);
+    Variant value;
+    const Bstr name(key);
+    EXPECT_EQ(out->get_Value(name.get(), &value), S_OK) << std::string(key.begin(), key.end());
+    return value;
+  }
+
+  ComPtr<FakeRunHost> host_ = MakeComObject<FakeRunHost>();
+  ComPtr<IDictionary> globals_;
+  ComPtr<IDictionary> attachments_;
+};
+
+TEST_F(FileRecordTest, PutsAllKeysInOrderWithOnePutMultiple) {
+  ComPtr<RecordingDictionary> spy = MakeComObject<RecordingDictionary>();
+  auto factory = [&](IDictionary** out) {
+    spy->AddRef();
+    *out = spy.Get();
+    return S_OK;
+  };
+  ComPtr<IDictionary> out;
+  ASSERT_EQ(Builder(nullptr, factory).Build(host_->Image(0).record(), out),
+            FileRecordStatus::kBuilt);
+  EXPECT_EQ(spy->multiplePuts, 1);
+  EXPECT_EQ(spy->singlePuts, 0);
+  ASSERT_EQ(spy->names.size(), 120u);
+  const auto& keys = FileRecordKeys();
+  std::set<std::wstring> distinct;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    EXPECT_EQ(spy->names[i], keys[i].name) << i;
+    EXPECT_EQ(spy->types[i], keys[i].type) << i;
+    distinct.insert(spy->names[i]);
+  }
+  EXPECT_EQ(distinct.size(), 120u);
+}
+
+// The published vocabulary, pinned at places that a slip in the table would move.
+struct KeyCase {
+  const char* name;
+  size_t index;
+  std::wstring_view key;
+  VARTYPE type;
+};
+
+class KeyTable : public ::testing::TestWithParam<KeyCase> {};
+
+TEST_P(KeyTable, HasNameAndType) {
+  const FileRecordKey& key = FileRecordKeys().at(GetParam().index);
+  EXPECT_EQ(key.name, GetParam().key);
+  EXPECT_EQ(key.type, GetParam().type);
+}
+
+INSTANTIATE_TEST_SUITE_P(Record, KeyTable,
+                         ::testing::ValuesIn(std::vector<KeyCase>{
+                             {"Host", 0, L"Plugin.Host", VT_UNKNOWN},
+                             {"Attachments", 2, L"Plugin.Attachments", VT_DISPATCH},
+                             {"FileName", 5, L"File.Name", VT_BSTR},
+                             {"Attributes", 9, L"File.Attributes", VT_UI4},
+                             {"LastWriteFT", 15, L"File.LastWriteTimeFT", VT_I8},
+                             {"Size", 16, L"File.Size", VT_UI4},
+                             {"Cookie", 18, L"File.InternalCookie", VT_UI8},
+                             {"Copied", 20, L"Misc.CopiedFlag", VT_BOOL},
+                             {"FrameNumber", 25, L"Misc.FrameNumber", VT_UI2},
+                             {"DateTaken", 28, L"Meta.DateTaken", VT_DATE},
+                             {"ExposureBias", 30, L"Meta.ExposureBias", VT_R4},
+                             {"LightSource", 49, L"Meta.LightSource", VT_UI2},
+                             {"IsoSpeed", 50, L"Meta.ISOSpeed", VT_UI4},
+                             {"SerialNumber", 61, L"Meta.CameraSerialNumber", VT_BSTR},
+                             {"Rating", 62, L"Meta.XMP.Rating", VT_I2},
+                             {"Urgency", 65, L"Meta.Photoshop.Urgency", VT_I2},
+                             {"GpsFlags", 66, L"Meta.GPS.Flags", VT_UI2},
+                             {"Latitude", 69, L"Meta.GPS.Latitude", VT_R8},
+                             {"MeasurementActive", 74, L"Meta.GPS.MeasurementActive", VT_UI1},
+                             {"TimeBias", 78, L"Meta.IPTC.DescriptiveInfo.DateCreatedTimeBias",
+                              VT_I4},
+                             {"Websites", 95, L"Meta.IPTC.Photographer.Websites", VT_BSTR},
+                             {"DocumentId", 110, L"Meta.IPTC.MediaManagement.DocumentID", VT_BSTR},
+                             {"Bpp", 115, L"Image.BPP", VT_UI1},
+                             {"PixelFormat", 116, L"Image.WICPixelFormat", VT_BSTR},
+                             {"Index", 119, L"Image.Index", VT_UI4},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(FileRecordKeys, EveryDateIsFollowedByItsFileTimeTwin) {
+  const auto& keys = FileRecordKeys();
+  int dates = 0;
+  for (size_t i = 0; i < keys.size(); ++i) {
+    if (keys[i].type != VT_DATE) continue;
+    ++dates;
+    ASSERT_LT(i + 1, keys.size());
+    EXPECT_EQ(keys[i + 1].name, std::wstring(keys[i].name) + L"FT");
+    EXPECT_EQ(keys[i + 1].type, VT_I8);
+  }
+  EXPECT_EQ(dates, 6);
+}
+
+// Values taken from the host's record.
+struct ValueCase {
+  const char* name;
+  std::function<void(CImageRecord&)> fill;
+  std::wstring_view key;
+  std::function<Variant()> expected;
+};
+
+class RecordValue : public FileRecordTest, public ::testing::WithParamInterface<ValueCase> {};
+
+TEST_P(RecordValue, IsStoredWithItsType) {
+  CImageRecord& image = host_->Image(0);
+  GetParam().fill(image);
+  const Variant actual = ValueOf(image.record(), GetParam().key);
+  const Variant expected = GetParam().expected();
+  ASSERT_EQ(actual.vt(), expected.vt());
+  EXPECT_TRUE(SameValue(actual, expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Record, RecordValue,
+    ::testing::ValuesIn(std::vector<ValueCase>{
+        // Files of 4 GB and more wrap: the size is deliberately 32 bits.
+        {"SizeTruncatedTo32Bits", [](CImageRecord& i) { i.record().size = 0x100000005ull; },
+         L"File.Size", [] { return Variant::UI4(5); }},
+        {"SizeBelow4GB", [](CImageRecord& i) { i.record().size = 0xFFFFFFFFull; }, L"File.Size",
+         [] { return Variant::UI4(0xFFFFFFFFu); }},
+        {"DateTakenLocal", [](CImageRecord& i) { i.record().dateTaken = kTaken; },
+         L"Meta.DateTaken", [] { return Variant::Date(FileTimeToLocalDate(kTaken)); }},
+        {"DateTakenTicks", [](CImageRecord& i) { i.record().dateTaken = kTaken; },
+         L"Meta.DateTakenFT", [] { return Variant::I8(FileTimeToInt64(kTaken)); }},
+        {"UnknownDateIsZero", [](CImageRecord&) {}, L"File.CreationTime",
+         [] { return Variant::Date(0.0); }},
+        {"UnknownDateTicksAreZero", [](CImageRecord&) {}, L"File.CreationTimeFT",
+         [] { return Variant::I8(0); }},
+        {"FlagIsTrue", [](CImageRecord& i) { i.record().markedForDeletion = 7; },
+         L"Misc.MarkedForDeletionFlag", [] { return Variant::Bool(true); }},
+        {"Path", [](CImageRecord&) {}, L"File.Name",
+         [] { return Variant::String(L"/pictures/a.jpg"); }},
+        {"PathNoExt", [](CImageRecord&) {}, L"File.PathNoExt",
+         [] { return Variant::String(L"/pictures/a"); }},
+        {"ImagesFolder", [](CImageRecord&) {}, L"App.ImagesFolder",
+         [] { return Variant::String(L"/pictures"); }},
+        {"KeepCopyFolder", [](CImageRecord&) {}, L"App.KeepCopyFolder",
+         [] { return Variant::String(L"/pictures/keep"); }},
+        {"Camera", [](CImageRecord& i) { i.SetText(&LMKIMAGERECORD::cameraModel, L"X-T5"); },
+         L"Meta.CameraModel", [] { return Variant::String(L"X-T5"); }},
+        {"Creator", [](CImageRecord& i) { i.SetText(&LMKIMAGERECORD::iptcCreator, L"Ana Lopes"); },
+         L"Meta.IPTC.Photographer.Creator", [] { return Variant::String(L"Ana Lopes"); }},
+        {"Rating", [](CImageRecord& i) { i.record().xmpRating = -1; }, L"Meta.XMP.Rating",
+         [] { return Variant::I2(-1); }},
+        {"Latitude", [](CImageRecord& i) { i.record().gpsLatitude = -33.8567844; },
+         L"Meta.GPS.Latitude", [] { return Variant::R8(-33.8567844); }},
+        {"Altitude", [](CImageRecord& i) { i.record().gpsAltitude = 1234.5f; },
+         L"Meta.GPS.Altitude", [] { return Variant::R4(1234.5f); }},
+        {"TimeBias", [](CImageRecord& i) { i.record().iptcDateCreatedTimeBias = -120; },
+         L"Meta.IPTC.DescriptiveInfo.DateCreatedTimeBias", [] { return Variant::I4(-120); }},
+        {"Cookie", [](CImageRecord& i) { i.record().cookie = 0xFEDCBA9876543210ull; },
+         L"File.InternalCookie", [] { return Variant::UI8(0xFEDCBA9876543210ull); }},
+        {"Index", [](CImageRecord& i) { i.record().index = 77; }, L"Image.Index",
+         [] { return Variant::UI4(77); }},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(FileRecordTest, RunWideObjectsAreTheRunsOwn) {
+  ComPtr<IDictionary> out;
+  ASSERT_EQ(Builder().Build(host_->Image(0).record(), out), FileRecordStatus::kBuilt);
+  Variant host;
+  Variant globals;
+  ASSERT_EQ(out->get_Value(Bstr(L"Plugin.Host").get(), &host), S_OK);
+  ASSERT_EQ(out->get_Value(Bstr(L"Plugin.Globals").get(), &globals), S_OK);
+  ComPtr<IUnknown> hostIdentity;
+  ASSERT_EQ(
+      host_->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(hostIdentity.GetAddressOf())),
+      S_OK);
+  ComPtr<IUnknown> stored;
+  ASSERT_EQ(host.ref().punkVal->QueryInterface(IID_IUnknown,
+                                               reinterpret_cast<void**>(stored.GetAddressOf())),
+            S_OK);
+  EXPECT_EQ(stored.Get(), hostIdentity.Get());
+  EXPECT_EQ(static_cast<IDispatch*>(globals_.Get()), globals.ref().pdispVal);
+}
+
+TEST_F(FileRecordTest, MissingFileIsNotBuilt) {
+  int created = 0;
+  auto factory = [&](IDictionary** out) {
+    ++created;
+    return CreateDictionary(nullptr, IID_IDictionary, reinterpret_cast<void**>(out));
+  };
+  std::wstring asked;
+  auto exists = [&](std::wstring_view path) {
+    asked = path;
+    return false;
+  };
+  ComPtr<IDictionary> out;
+  EXPECT_EQ(Builder(exists, factory).Build(host_->Image(0).record(), out),
+            FileRecordStatus::kMissing);
+  EXPECT_EQ(asked, L"/pictures/a.jpg");
+  EXPECT_EQ(created, 0);
+  EXPECT_FALSE(out);
+}
+
+TEST_F(FileRecordTest, DictionaryThatCannotBeCreated) {
+  ComPtr<IDictionary> out;
+  EXPECT_EQ(Builder(nullptr, [](IDictionary**) { return E_OUTOFMEMORY; })
+                .Build(host_->Image(0).record(), out),
+            FileRecordStatus::kCannotCreate);
+  EXPECT_FALSE(out);
+}
+
+TEST_F(FileRecordTest, DictionaryThatCannotBeFilled) {
+  ComPtr<RecordingDictionary> spy = MakeComObject<RecordingDictionary>();
+  spy->failPut = true;
+  auto factory = [&](IDictionary** out) {
+    spy->AddRef();
+    *out = spy.Get();
+    return S_OK;
+  };
+  ComPtr<IDictionary> out;
+  EXPECT_EQ(Builder(nullptr, factory).Build(host_->Image(0).record(), out),
+            FileRecordStatus::kCannotFill);
+  EXPECT_FALSE(out);
+}
+
+TEST(TextValue, UnallocatableStringBecomesAnError) {
+  // Longer than any BSTR can be: refused before a character is read.
+  const wchar_t one = L'x';
+  const Variant value = TextValue(std::wstring_view(&one, 0xFFFFFFF0u));
+  ASSERT_EQ(value.vt(), VT_ERROR);
+  EXPECT_EQ(value.ref().scode, E_OUTOFMEMORY);
+}
+
+}  // namespace
+}  // namespace lmk

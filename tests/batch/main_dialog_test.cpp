@@ -1,0 +1,378 @@
+// Tests of the main dialog's controller and of the plug-in's Process: the run request, the
+// "Apply Rules" checks, the post-run needs of the host, and a whole session end to end.
+#include "batch/main_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "batch/run_request.h"
+#include "com/com_error.h"
+#include "platform/fake/memory_event_trace_sink.h"
+#include "platform/usage_counter.h"
+#include "rules/element_kind.h"
+#include "rules/rule_set_stream.h"
+#include "shell/file_utilities.h"
+#include "shell/lumarko_plugin.h"
+#include "support/fake_elements.h"
+#include "support/fake_host.h"
+#include "support/temp_dir.h"
+#include "templates/settings_fixture.h"
+
+namespace lmk {
+namespace {
+
+using test::CFakeAction;
+using test::CFakeCondition;
+using test::FakeActionKind;
+using test::FakeRunHost;
+
+// Keeps what the dialog shows.
+class RecordingView final : public DialogView {
+ public:
+  void ShowMessage(const DialogMessage& message) override { messages.push_back(message); }
+  void ShowRunStarted(bool) override {}
+  void ShowProgress(DWORD percent) override { progress.push_back(percent); }
+  void ShowSummary(const RunSummary& summary) override { summaries.push_back(summary); }
+  void ShowEvents(std::span<const EventLogEntry>, std::wstring_view) override { ++eventLists; }
+
+  std::vector<DialogMessage> messages;
+  std::vector<DWORD> progress;
+  std::vector<RunSummary> summaries;
+  int eventLists = 0;
+};
+
+ComPtr<IStream> NewStream() {
+  ComPtr<IStream> stream;
+  stream.Attach(SHCreateMemStream(nullptr, 0));
+  if (!stream) throw ComError(E_OUTOFMEMORY);
+  return stream;
+}
+
+std::unique_ptr<CBatchRunner> QuickRunner() {
+  BatchRunnerOptions options;
+  options.minimumRunTime = std::chrono::milliseconds(0);
+  options.threadCount = 1;
+  options.logFilePath = L"/nonexistent/lumarko-test.etl";
+  options.fileExists = [](std::wstring_view) { return true; };
+  return std::make_unique<CBatchRunner>(
+      std::make_unique<EventLogWriter>(std::make_unique<fake::MemoryEventTraceSink>()),
+      std::move(options));
+}
+
+std::shared_ptr<CRule> RuleWith(std::shared_ptr<CAction> action) {
+  auto rule = std::make_shared<CRule>(L"rule");
+  rule->AddAction(std::move(action));
+  return rule;
+}
+
+class MainDialogTest : public ::testing::Test {
+ protected:
+  MainDialogTest() : registry_(test::MakeFakeRegistry(false)) {}
+
+  CMainDialog Dialog(ComPtr<ILumarkoHost> host, ComPtr<IStream> stream = nullptr) {
+    return CMainDialog(std::move(host), std::move(stream), 0, view_, *registry_, QuickRunner());
+  }
+
+  test::ScopedConfigDir config_;
+  std::unique_ptr<CElementRegistry> registry_;
+  RecordingView view_;
+  ComPtr<FakeRunHost> host_ = MakeComObject<FakeRunHost>(3);
+};
+
+// ---- Run request ------------------------------------------------------------------------------
+
+TEST_F(MainDialogTest, RunRequestRoundTrips) {
+  RunRequest request;
+  request.mode = 3;
+  request.flags = kRunRequestShowEvents;
+  request.rules = {RuleWith(std::make_shared<CFakeAction>()),
+                   RuleWith(std::make_shared<CFakeAction>())};
+  request.rules[1]->SetChecked(false);
+  ComPtr<IStream> stream = NewStream();
+  ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
+  RunRequest read;
+  ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &read), S_OK);
+  EXPECT_TRUE(read.run);
+  EXPECT_EQ(read.mode, 3u);
+  EXPECT_EQ(read.flags, kRunRequestShowEvents);
+  ASSERT_EQ(read.rules.size(), 2u);
+  EXPECT_FALSE(read.rules[1]->IsChecked());
+}
+
+TEST_F(MainDialogTest, RuleSetAloneIsNoRunRequest) {
+  ComPtr<IStream> stream = NewStream();
+  std::vector<std::shared_ptr<CRule>> rules{RuleWith(std::make_shared<CFakeAction>())};
+  ASSERT_EQ(SaveRuleSet(stream.Get(), rules), S_OK);
+  RunRequest read;
+  ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &read), S_OK);
+  EXPECT_FALSE(read.run);
+  EXPECT_EQ(read.rules.size(), 1u);
+}
+
+struct BadRequestCase {
+  const char* name;
+  std::vector<BYTE> bytes;
+};
+
+class BadRunRequest : public MainDialogTest,
+                      public ::testing::WithParamInterface<BadRequestCase> {};
+
+TEST_P(BadRunRequest, IsRefusedWithAReason) {
+  ComPtr<IStream> stream = NewStream();
+  ULONG written = 0;
+  ASSERT_EQ(
+      stream->Write(GetParam().bytes.data(), static_cast<ULONG>(GetParam().bytes.size()), &written),
+      S_OK);
+  RunRequest read;
+  EXPECT_EQ(ReadRunRequest(stream.Get(), *registry_, &read),
+            HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
+  EXPECT_FALSE(TakeErrorDescription().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Dialog, BadRunRequest,
+    ::testing::ValuesIn(std::vector<BadRequestCase>{
+        {"Empty", {}},
+        {"CutHeader", {'L', 'M', 'K', 'J', 1, 0, 0}},
+        {"NewerFormat", {'L', 'M', 'K', 'J', 2, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0}},
+        {"UnknownMode", {'L', 'M', 'K', 'J', 1, 0, 0, 0, 4, 0, 0, 0, 0, 0, 0, 0}},
+        {"UnknownFlag", {'L', 'M', 'K', 'J', 1, 0, 0, 0, 2, 0, 0, 0, 8, 0, 0, 0}},
+        {"NoRuleSet", {'L', 'M', 'K', 'J', 1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0}},
+        {"Garbage", {'h', 'e', 'l', 'l', 'o'}},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- Apply Rules checks ------------------------------------------------------------------------
+
+struct CheckCase {
+  const char* name;
+  std::function<void(FakeRunHost&, CRuleEngine&)> arrange;
+  DWORD mode;
+  std::wstring_view caption;
+  std::wstring_view instruction;
+  bool starts;
+};
+
+class ApplyRulesCheck : public MainDialogTest, public ::testing::WithParamInterface<CheckCase> {};
+
+TEST_P(ApplyRulesCheck, RefusesOrStarts) {
+  const CheckCase& c = GetParam();
+  CMainDialog dialog = Dialog(host_);
+  dialog.Rules().Add(RuleWith(std::make_shared<CFakeAction>()));
+  c.arrange(*host_.Get(), dialog.Rules());
+  ASSERT_EQ(dialog.SetMode(c.mode), S_OK);
+  EXPECT_EQ(dialog.ApplyRules(), c.starts);
+  dialog.WaitForRun();
+  if (c.starts) {
+    EXPECT_TRUE(view_.messages.empty());
+    EXPECT_EQ(view_.summaries.size(), 1u);
+  } else {
+    ASSERT_EQ(view_.messages.size(), 1u);
+    EXPECT_EQ(view_.messages[0].caption, c.caption);
+    EXPECT_EQ(view_.messages[0].instruction, c.instruction);
+    EXPECT_EQ(view_.messages[0].icon, MessageIcon::kError);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Dialog, ApplyRulesCheck,
+    ::testing::ValuesIn(std::vector<CheckCase>{
+        {"Ready", [](FakeRunHost&, CRuleEngine&) {}, 2, L"", L"", true},
+        {"ScanningAll", [](FakeRunHost& h, CRuleEngine&) { h.scanning = TRUE; }, 2,
+         dialog_text::kApplyRulesCaption, dialog_text::kStillScanning, false},
+        {"ScanningButCurrentOnly", [](FakeRunHost& h, CRuleEngine&) { h.scanning = TRUE; }, 1, L"",
+         L"", true},
+        {"EmptyList", [](FakeRunHost& h, CRuleEngine&) { h.failCount = true; }, 2,
+         dialog_text::kApplyRulesCaption, dialog_text::kNoImages, false},
+        {"InvalidRule",
+         [](FakeRunHost&, CRuleEngine& rules) {
+           auto invalid = std::make_shared<CFakeCondition>();
+           invalid->SetValid(false);
+           rules.At(0)->AddCondition(invalid);
+         },
+         2, dialog_text::kApplyRulesCaption, L"One or more rule(s) is invalid.", false},
+        {"NothingChecked", [](FakeRunHost&, CRuleEngine& rules) { rules.At(0)->SetChecked(false); },
+         2, dialog_text::kApplyRulesCaption, dialog_text::kNoCheckedRules, false},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(MainDialogTest, WithoutHostNothingIsApplied) {
+  CMainDialog dialog = Dialog(nullptr);
+  dialog.Rules().Add(RuleWith(std::make_shared<CFakeAction>()));
+  EXPECT_FALSE(dialog.ApplyRules());
+  ASSERT_EQ(view_.messages.size(), 1u);
+  EXPECT_EQ(view_.messages[0].caption, L"Lumarko File Utilities - Internal Error");
+  EXPECT_EQ(view_.messages[0].instruction,
+            L"This plug-in appears to be hosted in an incompatible host?!?");
+}
+
+TEST_F(MainDialogTest, ModeIsRemembered) {
+  {
+    CMainDialog dialog = Dialog(host_);
+    EXPECT_EQ(dialog.SetMode(3), S_OK);
+    EXPECT_EQ(dialog.SetMode(4), E_INVALIDARG);
+  }
+  CMainDialog dialog = Dialog(host_);
+  dialog.DoModal(nullptr);
+  EXPECT_EQ(dialog.Mode(), 3u);
+}
+
+TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
+  ComPtr<IStream> stream = NewStream();
+  RunRequest request;
+  request.mode = 1;
+  request.flags = kRunRequestShowProgress;
+  request.rules = {RuleWith(std::make_shared<CFakeAction>())};
+  ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
+  CMainDialog dialog = Dialog(host_, stream);
+  dialog.DoModal(nullptr);
+  ASSERT_EQ(view_.summaries.size(), 1u);
+  EXPECT_EQ(view_.summaries[0].text, summary_text::kCurrentImageSuccess);
+  EXPECT_EQ(view_.progress, (std::vector<DWORD>{0, 75, 100}));
+  EXPECT_EQ(host_->Delivered(), std::vector<ULONG>{0});
+}
+
+TEST_F(MainDialogTest, DamagedInitDataIsReported) {
+  ComPtr<IStream> stream = NewStream();
+  const BYTE junk[] = {'L', 'M', 'K', 'J', 9, 0, 0, 0};
+  ASSERT_EQ(stream->Write(junk, sizeof(junk), nullptr), S_OK);
+  CMainDialog dialog = Dialog(host_, stream);
+  dialog.DoModal(nullptr);
+  ASSERT_EQ(view_.messages.size(), 1u);
+  EXPECT_EQ(view_.messages[0].instruction, dialog_text::kRuleSetUnreadable);
+  EXPECT_TRUE(view_.summaries.empty());
+}
+
+// ---- Post-run needs ----------------------------------------------------------------------------
+
+struct NeedsCase {
+  const char* name;
+  std::vector<std::wstring_view> kinds;
+  bool reload;
+  bool refresh;
+};
+
+// An action of a product kind that does nothing.
+class ProductKindAction final : public CAction {
+ public:
+  explicit ProductKindAction(std::wstring_view kind)
+      : CAction(ProductKind(ElementFamily::Action, kind)) {}
+  HRESULT Execute(IDictionary*) const override { return S_OK; }
+};
+
+class PostRunNeedsCase : public ::testing::TestWithParam<NeedsCase> {};
+
+TEST_P(PostRunNeedsCase, FollowsTheActionKinds) {
+  auto rule = std::make_shared<CRule>(L"rule");
+  for (std::wstring_view kind : GetParam().kinds) {
+    rule->AddAction(std::make_shared<ProductKindAction>(kind));
+  }
+  const std::vector<std::shared_ptr<const CRule>> rules{rule};
+  const PostRunNeeds needs = PostRunNeedsOf(rules);
+  EXPECT_EQ(needs.reloadFolder, GetParam().reload);
+  EXPECT_EQ(needs.refreshCurrent, GetParam().refresh);
+}
+
+INSTANTIATE_TEST_SUITE_P(Dialog, PostRunNeedsCase,
+                         ::testing::ValuesIn(std::vector<NeedsCase>{
+                             {"Nothing", {}, false, false},
+                             {"Copy", {L"Copy", L"FTPUpload"}, false, false},
+                             {"Move", {L"Move"}, true, false},
+                             {"Delete", {L"Delete"}, true, false},
+                             {"Rename", {L"Rename"}, true, false},
+                             {"Link", {L"Link"}, true, false},
+                             {"Rating", {L"SetXMPRating"}, false, true},
+                             {"Both", {L"SetXMPLabel", L"Rename"}, true, true},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// ---- Process, end to end -----------------------------------------------------------------------
+
+// Product kinds with do-nothing factories, registered once for the process.
+void RegisterProductStandIns() {
+  static const bool registered = [] {
+    CElementRegistry& product = CElementRegistry::Product();
+    for (std::wstring_view kind : {L"Move", L"SetXMPRating", L"Copy"}) {
+      product.Register(ElementFamily::Action, kind,
+                       [kind] { return std::make_shared<ProductKindAction>(kind); });
+    }
+    return true;
+  }();
+  (void)registered;
+}
+
+struct ProcessCase {
+  const char* name;
+  std::vector<std::wstring_view> kinds;
+  DWORD expected;
+};
+
+class ProcessEndToEnd : public ::testing::TestWithParam<ProcessCase> {
+ protected:
+  void SetUp() override {
+    RegisterProductStandIns();
+    const char* old = std::getenv("XDG_DATA_HOME");
+    if (old != nullptr) oldData_ = old;
+    setenv("XDG_DATA_HOME", (data_.path() / "data").c_str(), 1);
+  }
+  void TearDown() override {
+    if (oldData_) {
+      setenv("XDG_DATA_HOME", oldData_->c_str(), 1);
+    } else {
+      unsetenv("XDG_DATA_HOME");
+    }
+  }
+
+  test::ScopedConfigDir config_;
+  test::ScopedTempDir data_;
+  std::optional<std::string> oldData_;
+};
+
+TEST_P(ProcessEndToEnd, TellsTheHostWhatToDo) {
+  // Real files: the plug-in's own runner asks the disk whether they exist.
+  ComPtr<FakeRunHost> host = MakeComObject<FakeRunHost>();
+  for (const char* name : {"a.jpg", "b.jpg"}) {
+    const auto path = data_.path() / name;
+    std::ofstream(path) << "x";
+    host->AddImage(std::wstring(path.wstring()));
+  }
+  auto rule = std::make_shared<CRule>(L"rule");
+  for (std::wstring_view kind : GetParam().kinds) {
+    rule->AddAction(std::make_shared<ProductKindAction>(kind));
+  }
+  RunRequest request;
+  request.mode = 2;
+  request.rules = {rule};
+  ComPtr<IStream> stream = NewStream();
+  ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
+
+  ComPtr<ILumarkoPlugin> plugin;
+  ASSERT_EQ(CFileUtilities::Create(nullptr, IID_ILumarkoPlugin,
+                                   reinterpret_cast<void**>(plugin.GetAddressOf())),
+            S_OK);
+  ASSERT_EQ(plugin->Initialize(host.Get(), 0x409, stream.Get(), 0), S_OK);
+  DWORD behaviour = 0xDEADBEEF;
+  EXPECT_EQ(plugin->Process(nullptr, nullptr, nullptr, 0, &behaviour), S_OK);
+  EXPECT_EQ(behaviour, GetParam().expected);
+  EXPECT_EQ(host->Delivered(), (std::vector<ULONG>{0, 1}));
+  EXPECT_EQ(plugin->Terminate(), S_OK);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Plugin, ProcessEndToEnd,
+    ::testing::ValuesIn(std::vector<ProcessCase>{
+        {"Nothing", {L"Copy"}, LMKPLUGINFLAG_POSTACTIONBEHAVIOR_DONOTHING},
+        {"Refresh", {L"SetXMPRating"}, LMKPLUGINFLAG_POSTACTIONBEHAVIOR_REFRESHCURRENT},
+        {"ReloadWins",
+         {L"SetXMPRating", L"Move"},
+         LMKPLUGINFLAG_POSTACTIONBEHAVIOR_RELOADIMAGEFOLDER},
+    }),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace lmk
