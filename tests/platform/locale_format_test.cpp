@@ -1,0 +1,102 @@
+// Short sizes, digit grouping and the fixed English formats of the C locale.
+#include "platform/locale_format.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/environment.h"
+#include "platform/system_info.h"
+
+namespace lmk {
+namespace {
+
+struct SizeCase {
+  const char* name;
+  uint64_t bytes;
+  std::wstring text;
+};
+
+class ShortSize : public ::testing::TestWithParam<SizeCase> {};
+
+TEST_P(ShortSize, ThreeSignificantDigits) {
+  auto format = LocaleFormat::ForLocale("C");
+  ASSERT_NE(format, nullptr);
+  EXPECT_EQ(format->ShortSize(GetParam().bytes), GetParam().text);
+}
+
+const SizeCase kSizes[] = {
+    {"Zero", 0, L"0 bytes"},
+    {"Bytes", 999, L"999 bytes"},
+    {"JustBelowKilo", 1023, L"1023 bytes"},
+    {"OneKilo", 1024, L"1.00 KB"},
+    {"TwoDecimals", 1240, L"1.21 KB"},             // 1.2109 truncated
+    {"OneDecimal", 12 * 1024 + 400, L"12.3 KB"},   // 12.39
+    {"NoDecimals", 123 * 1024 + 1000, L"123 KB"},  // 123.98 truncated
+    {"ThousandKiloIsMega", 1000 * 1024, L"0.97 MB"},
+    {"TwelveMega", 12900000, L"12.3 MB"},  // 12.302 MB
+    {"Giga", 5368709120ull, L"5.00 GB"},
+    {"Exa", 0xFFFFFFFFFFFFFFFFull, L"15.9 EB"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Platform, ShortSize, ::testing::ValuesIn(kSizes),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+struct GroupCase {
+  const char* name;
+  uint64_t value;
+  std::wstring text;
+};
+
+class Grouping : public ::testing::TestWithParam<GroupCase> {};
+
+TEST_P(Grouping, EnglishThousands) {
+  EXPECT_EQ(LocaleFormat::ForLocale("POSIX")->GroupedNumber(GetParam().value), GetParam().text);
+}
+
+const GroupCase kGroups[] = {
+    {"Small", 999, L"999"},
+    {"Thousand", 1000, L"1,000"},
+    {"Million", 1234567, L"1,234,567"},
+    {"Max", 18446744073709551615ull, L"18,446,744,073,709,551,615"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Platform, Grouping, ::testing::ValuesIn(kGroups),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LocaleFormatTest, FixedEnglishForPlainLocales) {
+  auto format = LocaleFormat::ForLocale("C.UTF-8");
+  ASSERT_NE(format, nullptr);
+  EXPECT_TRUE(format->IsFixedEnglish());
+  SYSTEMTIME t{};
+  t.wYear = 2024;
+  t.wMonth = 12;
+  t.wDay = 25;
+  t.wDayOfWeek = 3;
+  t.wHour = 0;
+  t.wMinute = 7;
+  EXPECT_EQ(format->ShortDate(t), L"12/25/2024");
+  EXPECT_EQ(format->LongDate(t), L"Wednesday, December 25, 2024");
+  EXPECT_EQ(format->Time(t), L"12:07:00 AM");
+  EXPECT_EQ(format->DayName(7, false), L"");
+  EXPECT_EQ(format->MonthName(0, true), L"");
+  EXPECT_EQ(LocaleFormat::ForLocale("xx_NOWHERE.UTF-8"), nullptr);
+}
+
+TEST(EnvironmentTest, ExpandsTheThreeForms) {
+  setenv("LMK_ENV_A", "alpha", 1);
+  unsetenv("LMK_ENV_UNSET");
+  EXPECT_EQ(ExpandEnvironmentText(L"%LMK_ENV_A%|$LMK_ENV_A.|${LMK_ENV_A}x|100%|$|"
+                                  L"%LMK_ENV_UNSET%|$LMK_ENV_UNSET"),
+            L"alpha|alpha.|alphax|100%|$|%LMK_ENV_UNSET%|$LMK_ENV_UNSET");
+}
+
+TEST(SystemInfoTest, DomainFormJoinsHostAndUser) {
+  std::wstring computer = ComputerName();
+  std::wstring user = LogonUserName();
+  ASSERT_FALSE(computer.empty());
+  ASSERT_FALSE(user.empty());
+  EXPECT_EQ(computer.find(L'.'), std::wstring::npos);
+  EXPECT_EQ(DomainUserName(), computer + L"\\" + user);
+}
+
+}  // namespace
+}  // namespace lmk

@@ -1,0 +1,215 @@
+// Date and time formats against an independent computation: Python's datetime, run with the
+// same TZ, and hand-worked week numbers.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "record_fixture.h"
+#include "templates/date_formatter.h"
+#include "templates/template_expander.h"
+
+namespace lmk {
+namespace {
+
+// Sets TZ for the life of the object (and tzset so localtime sees it).
+class ScopedTimeZone {
+ public:
+  explicit ScopedTimeZone(const char* zone) {
+    const char* old = std::getenv("TZ");
+    had_old_ = old != nullptr;
+    if (had_old_) old_ = old;
+    setenv("TZ", zone, 1);
+    tzset();
+  }
+  ~ScopedTimeZone() {
+    if (had_old_) {
+      setenv("TZ", old_.c_str(), 1);
+    } else {
+      unsetenv("TZ");
+    }
+    tzset();
+  }
+
+ private:
+  bool had_old_ = false;
+  std::string old_;
+};
+
+// Unix seconds of the instants checked: leap day, both sides of the European DST changes,
+// New Year's Eve late in the evening, a morning and noon (am/pm), and dates around week 1.
+const std::vector<int64_t> kInstants = {
+    951782400,   // 2000-02-29 00:00:00 UTC
+    1711846799,  // 2024-03-31 00:59:59 UTC, one second before summer time in Europe
+    1711846800,  // 2024-03-31 01:00:00 UTC
+    1729990800,  // 2024-10-27 01:00:00 UTC, end of summer time
+    1704065400,  // 2023-12-31 23:30:00 UTC
+    1709820309,  // 2024-03-07 14:05:09 UTC
+    1735516800,  // 2024-12-30 00:00:00 UTC
+    1609459200,  // 2021-01-01 00:00:00 UTC
+    1672574400,  // 2023-01-01 12:00:00 UTC
+};
+
+// One line per instant from Python: Y M D h m s weekday(0 = Sunday) day-of-year hour12 ampm.
+std::vector<std::string> PythonFields(const char* zone) {
+  std::ostringstream script;
+  script << "import datetime,os,time\n"
+            "os.environ['TZ']='"
+         << zone
+         << "'\ntime.tzset()\n"
+            "for t in [";
+  for (int64_t t : kInstants) script << t << ",";
+  script << "]:\n"
+            " d=datetime.datetime.fromtimestamp(t)\n"
+            " print(d.strftime('%Y %m %d %H %M %S'), (d.weekday()+1)%7, "
+            "d.timetuple().tm_yday, d.strftime('%I %p'))\n";
+  std::string command = "python3 -c \"" + script.str() + "\"";
+  std::vector<std::string> lines;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return lines;
+  char buffer[256];
+  while (std::fgets(buffer, sizeof(buffer), pipe) != nullptr) {
+    std::string line(buffer);
+    if (!line.empty() && line.back() == '\n') line.pop_back();
+    lines.push_back(line);
+  }
+  pclose(pipe);
+  return lines;
+}
+
+struct ZoneCase {
+  const char* name;
+  const char* zone;
+  bool utc_token;  // "{DateTakenUtc:...}" rather than local time
+};
+
+class DateAgainstPython : public ::testing::TestWithParam<ZoneCase> {};
+
+TEST_P(DateAgainstPython, PartsMatch) {
+  ScopedTimeZone zone(GetParam().zone);
+  std::vector<std::string> expected = PythonFields(GetParam().utc_token ? "UTC0" : GetParam().zone);
+  ASSERT_EQ(expected.size(), kInstants.size()) << "python3 did not answer";
+  std::wstring name = GetParam().utc_token ? L"DateTakenUtc" : L"DateTaken";
+  std::wstring templ;
+  for (const wchar_t* part : {L"Year", L"Month0", L"Day0", L"Hour0", L"Minute0", L"Second0",
+                              L"DayOfWeek", L"DayOfYear", L"Hour012", L"AMPM"}) {
+    if (!templ.empty()) templ += L" ";
+    templ += L"{" + name + L":" + part + L"}";
+  }
+  for (size_t i = 0; i < kInstants.size(); ++i) {
+    int64_t ticks = (kInstants[i] + 11644473600LL) * 10000000LL;
+    ComPtr<IDictionary> record = test::MakeRecord({{L"Meta.DateTakenFT", Variant::I8(ticks)}});
+    std::wstring result;
+    ASSERT_EQ(ExpandTemplate(record.Get(), templ, &result), S_OK);
+    EXPECT_EQ(std::string(result.begin(), result.end()), expected[i]) << "at " << kInstants[i];
+  }
+}
+
+const ZoneCase kZones[] = {
+    {"Utc", "UTC0", false},
+    {"CentralEurope", "CET-1CEST,M3.5.0,M10.5.0/3", false},
+    {"NewYork", "EST5EDT,M3.2.0,M11.1.0", false},
+    {"UtcWordInNonUtcZone", "CET-1CEST,M3.5.0,M10.5.0/3", true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Dates, DateAgainstPython, ::testing::ValuesIn(kZones),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+struct WeekCase {
+  const char* name;
+  int year, month, day;
+  int week;
+};
+
+class WeekNumber : public ::testing::TestWithParam<WeekCase> {};
+
+TEST_P(WeekNumber, FollowsTheFormula) {
+  const WeekCase& c = GetParam();
+  EXPECT_EQ(DateFormatter::WeekOfYear(c.year, c.month, c.day), c.week);
+}
+
+// wd() is the weekday, 0 = Sunday. Result = (wd(Y,1,1) < 4 ? -3 : -4)
+//   + ((2m - dow + j + d + 3) * 36) / 256 + 4m.
+const WeekCase kWeeks[] = {
+    // 2024-03-07: dow 4, j = wd(2024,1,1) = 1, m 3, d 7: -3 + (13*36)/256 + 12 = -3 + 1 + 12.
+    {"March7", 2024, 3, 7, 10},
+    // 2024-01-01: dow 1, j 1 (not > 3): -3 + ((2-1+1+1+3)*36)/256 + 4 = -3 + 0 + 4.
+    {"NewYearMonday", 2024, 1, 1, 1},
+    // 2024-12-30: wd(2025,1,1) = 3, 31 - 30 = 1 < 3 < 4: week 1 of next year.
+    {"LastDaysInNextYearsWeek1", 2024, 12, 30, 1},
+    // 2020-12-31: wd(2021,1,1) = 5 is not < 4; dow 4, j 3, m 12, d 31:
+    // -3 + (57*36)/256 + 48 = -3 + 8 + 48.
+    {"Week53", 2020, 12, 31, 53},
+    // 2021-01-01: j = 5, 3 < 5 < 8 - 1: dow 4, j = wd(2020,1,1) = 3, m 12, d 31; the leading term
+    // still looks at wd(2021,1,1) = 5: -4 + (57*36)/256 + 48 = 52 (the formula's own answer).
+    {"EarlyJanuaryInLastYearsWeek", 2021, 1, 1, 52},
+    // 2023-01-01: j = 0 (Sunday), not > 3: dow 0, -3 + ((2-0+0+1+3)*36)/256 + 4 = 1.
+    {"SundayNewYear", 2023, 1, 1, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Dates, WeekNumber, ::testing::ValuesIn(kWeeks),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+struct FormatCase {
+  const char* name;
+  std::wstring selector;
+  std::wstring expected;
+};
+
+class NumberedFormat : public ::testing::TestWithParam<FormatCase> {};
+
+// 2024-03-07 14:05:09.123 UTC, a Thursday, with the fixed English formats of the C locale.
+TEST_P(NumberedFormat, Utc) {
+  ComPtr<IDictionary> record =
+      test::MakeRecord({{L"Meta.DateTakenFT", Variant::I8(test::kMarch7)}});
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{DateTakenUtc" + GetParam().selector + L"}", &result),
+            S_OK);
+  EXPECT_EQ(result, GetParam().expected);
+}
+
+const FormatCase kFormats[] = {
+    {"Default", L"", L"3/7/2024 2:05:09 PM"},
+    {"Zero", L":0", L"3/7/2024 2:05:09 PM"},
+    {"TwentyLikeDefault", L":20", L"3/7/2024 2:05:09 PM"},
+    {"LongDateTime", L":1", L"Thursday, March 7, 2024 2:05:09 PM"},
+    {"ShortDate", L":2", L"3/7/2024"},
+    {"LongDate", L":3", L"Thursday, March 7, 2024"},
+    {"Time", L":4", L"2:05:09 PM"},
+    {"YearMonth", L":5", L"202403"},
+    {"YearMonthDay", L":6", L"20240307"},
+    {"DayMonthYear", L":7", L"07032024"},
+    {"MonthDayYear", L":8", L"03072024"},
+    {"MonthAbbreviation", L":9", L"07MAR24"},
+    {"HourMinute", L":10", L"1405"},
+    {"HourMinuteSecond", L":11", L"140509"},
+    {"WithMilliseconds", L":12", L"140509123"},
+    {"DayName", L":13", L"Thursday"},
+    {"DayAbbreviation", L":14", L"Thu"},
+    {"MonthName", L":15", L"March"},
+    {"MonthNameAbbreviation", L":16", L"Mar"},
+    {"MonthNameUpper", L":17", L"MAR"},
+    {"DashedYearMonth", L":18", L"2024-03"},
+    {"DashedDate", L":19", L"2024-03-07"},
+    {"Year2", L":Year2", L"24"},
+    {"MonthPlain", L":month", L"3"},
+    {"Hour12", L":Hour12", L"2"},
+    {"Millisecond0", L":Millisecond0", L"123"},
+    {"LowerAmPm", L":ampm", L"pm"},
+    {"UpperAmPm", L":AMPM", L"PM"},
+    {"MixedAmPmIsUpper", L":AmPm", L"PM"},
+    {"DayOfYear0", L":DayOfYear0", L"067"},
+    {"WeekOfYear0", L":WeekOfYear0", L"10"},
+    {"ThreeDigitsRejected", L":100", L"{DateTakenUtc:100}"},
+    {"UtcMustComeFirst", L":2Utc", L"{DateTakenUtc:2Utc}"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Dates, NumberedFormat, ::testing::ValuesIn(kFormats),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace lmk

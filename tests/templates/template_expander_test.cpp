@@ -1,0 +1,317 @@
+// Template expansion over records filled directly: scan rules, every variable family, context.
+#include "templates/template_expander.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "record_fixture.h"
+#include "support/temp_dir.h"
+#include "templates/regex_cache.h"
+
+namespace lmk {
+namespace {
+
+using test::Fields;
+using test::MakeRecord;
+
+Fields StandardFields() {
+  return {
+      {L"File.PathNoExt", Variant::String(L"C:\\Photos\\Trip 2024\\my_holiday-pic~01")},
+      {L"File.Name", Variant::String(L"C:\\Photos\\Trip 2024\\my_holiday-pic~01.jpg")},
+      {L"File.Extensions", Variant::String(L"jpg")},
+      {L"File.DisplayExtensions", Variant::String(L"Jpg")},
+      {L"File.Size", Variant::UI4(1239040)},
+      {L"File.HashCode64", Variant::I8(0x0123456789ABCDEF)},
+      {L"File.LastWriteTimeFT", Variant::I8(test::kNewYearsEve)},
+      {L"Meta.DateTakenFT", Variant::I8(test::kMarch7)},
+      {L"Image.Height", Variant::UI4(3000)},
+      {L"Image.Width", Variant::UI4(4000)},
+      {L"Image.BPP", Variant::UI1(24)},
+      {L"Image.Index", Variant::UI4(42)},
+      {L"Misc.MultiFramesFlag", Variant::Bool(false)},
+      {L"Misc.TotalFrames", Variant::UI2(1)},
+      {L"Misc.CopiedFlag", Variant::Bool(true)},
+      {L"Misc.MarkedForPublishingFlag", Variant::Bool(false)},
+      {L"Meta.CameraModel", Variant::String(L"EOS R5")},
+      {L"Meta.CameraMake", Variant::String(L"Maker")},
+      {L"Meta.Comment", Variant::String(L"")},
+      {L"Meta.ExposureBias", Variant::R4(-0.7f)},
+      {L"Meta.FNumber", Variant::R4(2.8f)},
+      {L"Meta.FocalLength", Variant::R4(50.4f)},
+      {L"Meta.SubjectDistance", Variant::R4(3.5f)},
+      {L"Meta.FocalLengthInFilm", Variant::UI2(75)},
+      {L"Meta.ISOSpeed", Variant::UI4(400)},
+      {L"Meta.ExposureTime", Variant::R4(0.004f)},
+      {L"Meta.XMP.Rating", Variant::I2(3)},
+      {L"Meta.XMP.Label", Variant::I2(2)},
+      {L"Meta.Photoshop.Urgency", Variant::I2(-1)},
+      {L"Meta.Flash", Variant::UI2(1)},
+      {L"Meta.FileNumber", Variant::UI4(42)},
+      {L"Meta.FolderNumber", Variant::UI4(7)},
+      {L"App.Version", Variant::String(L"1.0.0")},
+  };
+}
+
+struct Case {
+  const char* name;
+  std::wstring templ;
+  std::wstring expected;
+};
+
+class ExpandCase : public ::testing::TestWithParam<Case> {};
+
+TEST_P(ExpandCase, GivesExpectedText) {
+  ComPtr<IDictionary> record = MakeRecord(StandardFields());
+  std::wstring result = L"previous";
+  ASSERT_EQ(ExpandTemplate(record.Get(), GetParam().templ, &result), S_OK);
+  EXPECT_EQ(result, GetParam().expected);
+}
+
+const Case kCases[] = {
+    // Outer scan.
+    {"PlainText", L"plain text", L"plain text"},
+    {"DoubledOpenBrace", L"{{Year}}", L"{Year}"},
+    {"DoubledCloseBrace", L"a}}b", L"a}b"},
+    {"SingleCloseBraceCopied", L"a}b", L"a}b"},
+    {"UnclosedDropsRest", L"x{FileName", L"x"},
+    {"UnclosedNestedDropsRest", L"ab{Upper{FileName}", L"ab"},
+    {"UnknownStaysAsTyped", L"[{NoSuchThing}]", L"[{NoSuchThing}]"},
+    {"CameraMakeIsNoVariable", L"{CameraMake}", L"{CameraMake}"},
+    {"EmptyToken", L"a{}b", L"a{}b"},
+    // Simple numbers and text.
+    {"HeightWidth", L"{Width}x{Height}", L"4000x3000"},
+    {"CaseInsensitiveNames", L"{WIDTH}x{height}", L"4000x3000"},
+    {"BitsPerPixel", L"{BitsPerPixel}", L"24"},
+    {"MultiFramesAndTotal", L"{MultiFrames}/{TotalFrames}", L"0/1"},
+    {"FileNameHash", L"{FileNameHash}", L"0123456789abcdef"},
+    {"CameraModel", L"{CameraModel}", L"EOS R5"},
+    {"EmptyCommentDisappears", L"a{Comment}b", L"ab"},
+    {"MissingArtistDisappears", L"a{Artist}b", L"ab"},
+    {"AppVersion", L"{AppVersion}", L"1.0.0"},
+    {"ExposureBiasNegative", L"{ExposureBias}", L"-0.7"},
+    {"FNumber", L"{FNumber}", L"2.8"},
+    {"FocalLength", L"{FocalLength}", L"50"},
+    {"SubjectDistance", L"{SubjectDistance}", L"3.500"},
+    {"SubjectDistanceFt", L"{SubjectDistanceFt}", L"1.067"},
+    {"FocalLengthInFilm", L"{FocalLengthInFilm}", L"75"},
+    {"IsoSpeed", L"{ISOSpeed}", L"400"},
+    {"ExposureTimeDecimal", L"{ExposureTime}", L"0.004"},
+    {"ExposureTimeFraction", L"{ExposureTime:1}", L"1/250"},
+    {"ExposureTimeBadModifier", L"{ExposureTime:2}", L"{ExposureTime:2}"},
+    // Names and paths with the case modifier.
+    {"FileName", L"{FileName}", L"my_holiday-pic~01"},
+    {"FileNameUpper", L"{FileName:1}", L"MY_HOLIDAY-PIC~01"},
+    {"FileNameLower", L"{FileName:2}", L"my_holiday-pic~01"},
+    {"FileNameTitle", L"{FileName:3}", L"My_Holiday-Pic~01"},
+    {"FileNameBadModifier", L"{FileName:4}", L"{FileName:4}"},
+    {"FileNamePrefixNoFallThrough", L"{FileNames}", L"{FileNames}"},
+    {"FilePathBare", L"{FilePath}", L"Trip 2024"},
+    {"FilePathLevel1Upper", L"{FilePath[1]:1}", L"PHOTOS"},
+    {"FilePathDriveLetter", L"{FilePath[2]}", L"C"},
+    {"FilePathAboveRootEmpty", L"<{FilePath[3]}>", L"<>"},
+    {"FilePathBadIndex", L"{FilePath[x]}", L"{FilePath[x]}"},
+    {"Extensions", L"{FileExtensions:1}.{DisplayExtensions}", L"JPG.Jpg"},
+    // Text functions, from the inside out.
+    {"NestedFunctions", L"{InnerTrim{TitleCase{Replace{FileName},\"[_\\-~]\",\" \"}}}",
+     L"MyHolidayPic01"},
+    {"ReplaceEmptyReplacement", L"{Replace{FileName},\"[aeiou]\",\"\"}", L"my_hldy-pc~01"},
+    {"ReplaceSpaceAfterComma", L"{Replace{FileName}, \"_\",  \"+\"}", L"my+holiday-pic~01"},
+    {"ReplaceGroupReference", L"{Replace{FileName},\"(\\w+)_(\\w+)\",\"$2_$1\"}",
+     L"holiday_my-pic~01"},
+    {"LeftLongerThanText", L"{Left{FileName},30}", L"my_holiday-pic~01"},
+    {"LeftThree", L"{Left{FileName},3}", L"my_"},
+    {"RightThree", L"{Right{FileName},3}", L"~01"},
+    {"MidFromFour", L"{Mid{FileName},3,7}", L"holiday"},
+    {"MidPastEnd", L"a{Mid{FileName},40,2}b", L"ab"},
+    {"LTrimDropsAll", L"a{LTrim{FileName},50}b", L"ab"},
+    {"LTrimDropsTwo", L"{LTrim{FileName},2}", L"_holiday-pic~01"},
+    {"RTrimDropsThree", L"{RTrim{FileName},3}", L"my_holiday-pic"},
+    {"UpperLowerReverse", L"{Upper{FileExtensions}}{Lower{DisplayExtensions}}{Reverse{Width}}",
+     L"JPGjpg0004"},
+    {"InnerTemplateWithTwoTokens", L"{Upper{FileExtensions}-{Width}}", L"JPG-4000"},
+    {"FunctionOfLiteralText", L"{Upper{x}}", L"{X}"},
+    {"FunctionMissingNumber", L"{Left{FileName}}", L"{Left{FileName}}"},
+    {"FunctionFourDigitNumber", L"{Left{FileName},1000}", L"{Left{FileName},1000}"},
+    // Number modifier: 1 and 9 are hexadecimal.
+    {"ImageIndexPlain", L"{ImageIndex}", L"42"},
+    {"ImageIndexHex4", L"{ImageIndex:1}", L"002a"},
+    {"ImageIndexPadded5", L"{ImageIndex:5}", L"00042"},
+    {"ImageIndexHex8", L"{ImageIndex:9}", L"0000002a"},
+    {"SessionKeepCopyIndexMissing", L"{SessionKeepCopyIndex:3}", L"000"},
+    // Value lists.
+    {"LabelList", L"{Label:None|Red|Yellow|Green|Blue|Purple}", L"Yellow"},
+    {"RatingBeyondList", L"{Rating:No|One|Two}", L"3"},
+    {"RatingBare", L"{Rating}", L"3"},
+    {"NegativeCountsAsZero", L"{Urgency:none|one}", L"none"},
+    {"MissingCountsAsZero", L"{Contrast:Normal|Soft|Hard}", L"Normal"},
+    {"FlagSetIsOne", L"{Copied:No|Yes}/{MarkedForPublishing:No|Yes}", L"Yes/No"},
+    {"EmptyItemStaysAsTyped", L"{Flash:a|}", L"{Flash:a|}"},
+    {"ValueListPrefixNoFallThrough", L"{Flashy}", L"{Flashy}"},
+    // Dates (UTC, so the test does not depend on the machine's zone).
+    {"DateTakenParts", L"{DateTakenUtc:Year}/{DateTakenUtc:Month0}/{DateTakenUtc:Day}",
+     L"2024/03/7"},
+    {"DateTakenNumbered", L"{DateTakenUtc:19}_{DateTakenUtc:11}", L"2024-03-07_140509"},
+    {"DateBadWord", L"{DateTakenUtc:Fortnight}", L"{DateTakenUtc:Fortnight}"},
+    {"LastWriteDate", L"{FileLastWriteDateUtc:6}", L"20231231"},
+    // Sizes and numbers.
+    {"FileSizeBytes", L"{FileSize}", L"1239040"},
+    {"FileSizeGrouped", L"{FileSize:1}", L"1,239,040"},
+    {"FileSizeShort", L"{FileSize:2}", L"1.18 MB"},
+    {"FileNumberPadded", L"{FileNumber}-{FileNumber:1}", L"42-0042"},
+    {"FolderNumberPadded", L"{FolderNumber:1}", L"007"},
+    {"FileHashOutOfRange", L"{FileHash:9}", L"{FileHash:9}"},
+    {"FileHashUnreadable", L"{FileHash}", L"{FileHash}"},
+    // Back-references.
+    {"BackReferencesEmptyWithoutRegEx", L"[{1}]", L"[]"},
+    {"RegExNoMatchGivesNothing", L"{RegEx:(\\d+)-(\\d+)}[{2}_{1}]", L"[_]"},
+    {"RegExCaseInsensitive", L"{RegEx:MY_(.*)-PIC.*}{1}", L"holiday"},
+    {"RegExOnPath", L"{RegEx*:.*\\\\(Trip) (\\d+)\\\\.*}{2}{1}", L"2024Trip"},
+    {"RegExOnInnerTemplate", L"{RegEx{DateTakenUtc:19}:(\\d+)-(\\d+)-(\\d+)}{3}.{2}", L"07.03"},
+    {"RegExInvalidPattern", L"{RegEx:(}[{0}]", L"[]"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Templates, ExpandCase, ::testing::ValuesIn(kCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(ExpandTemplateTest, NullTemplateLeavesResultUntouched) {
+  std::wstring result = L"kept";
+  EXPECT_EQ(ExpandTemplate(nullptr, static_cast<const wchar_t*>(nullptr), &result), S_OK);
+  EXPECT_EQ(result, L"kept");
+  EXPECT_EQ(ExpandTemplate(nullptr, L"x", nullptr), E_INVALIDARG);
+}
+
+TEST(ExpandTemplateTest, NullRecordReadsAsMissing) {
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(nullptr, L"{Width}|{CameraModel}|{FileName}", &result), S_OK);
+  EXPECT_EQ(result, L"0||{FileName}");
+}
+
+TEST(ExpandTemplateTest, BackReferencesCarryAcrossTemplatesOfOneContext) {
+  ComPtr<IDictionary> record = MakeRecord({{L"File.PathNoExt", Variant::String(L"/p/12-34")}});
+  TemplateContext context;
+  std::wstring first, second;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{RegEx:(\\d+)-(\\d+)}{2}_{1}", &first, &context), S_OK);
+  EXPECT_EQ(first, L"34_12");
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{RegEx:(1)(2).*}{4}", &second, &context), S_OK);
+  // The second expression appends after the first one's three entries: {4} is its group 1.
+  EXPECT_EQ(second, L"1");
+  EXPECT_EQ(context.back_references().size(), 6u);
+}
+
+TEST(ExpandTemplateTest, NameOverrideReplacesNameAndPath) {
+  ComPtr<IDictionary> record =
+      MakeRecord({{L"File.PathNoExt", Variant::String(L"/photos/day/IMG_1")}});
+  TemplateContext context;
+  context.set_name_override(L"new name");
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{FileName}|{RegEx*:(.*)}{1}", &result, &context), S_OK);
+  EXPECT_EQ(result, L"new name|/photos/day/new name");
+  context.set_name_override(L"/else/where");
+  context.back_references().clear();
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{RegEx*:(.*)}{1}", &result, &context), S_OK);
+  EXPECT_EQ(result, L"/else/where");
+}
+
+TEST(ExpandTemplateTest, NowIsSharedAndTakenOnce) {
+  TemplateContext context;
+  std::wstring a, b;
+  ASSERT_EQ(ExpandTemplate(nullptr, L"{NowUtc:12}", &a, &context), S_OK);
+  int64_t taken = context.now();
+  EXPECT_NE(taken, 0);
+  ASSERT_EQ(ExpandTemplate(nullptr, L"{NowUtc:12}", &b, &context), S_OK);
+  EXPECT_EQ(a, b);
+  EXPECT_EQ(context.now(), taken);
+  context.set_now(test::kMarch7);
+  ASSERT_EQ(ExpandTemplate(nullptr, L"{NowUtc:19} {NowUtc:12}", &a, &context), S_OK);
+  EXPECT_EQ(a, L"2024-03-07 140509123");
+}
+
+TEST(ExpandTemplateTest, DateTakenFallsBackToLastWrite) {
+  ComPtr<IDictionary> record = MakeRecord({{L"File.LastWriteTimeFT", Variant::I8(test::kMarch7)},
+                                           {L"Meta.DateTakenFT", Variant::I8(0)}});
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{DateTakenUtc:6}", &result), S_OK);
+  EXPECT_EQ(result, L"20240307");
+}
+
+TEST(ExpandTemplateTest, TokenValueIsLimited) {
+  std::wstring long_name(3000, L'x');
+  ComPtr<IDictionary> record = MakeRecord({{L"File.PathNoExt", Variant::String(long_name)}});
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{FileName}|{FileName}", &result), S_OK);
+  EXPECT_EQ(result, std::wstring(1039, L'x') + L"|" + std::wstring(1039, L'x'));
+  // The inner template is not limited, only what the function yields.
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{Right{FileName},5}", &result), S_OK);
+  EXPECT_EQ(result, L"xxxxx");
+}
+
+TEST(ExpandTemplateTest, ResultGrowsPastItsFirstBuffer) {
+  std::wstring templ(40000, L'a');
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(nullptr, templ + L"{Width}", &result), S_OK);
+  EXPECT_EQ(result, templ + L"0");
+}
+
+TEST(ExpandTemplateTest, DeepNestingEndsWithoutCrash) {
+  std::wstring templ;
+  for (int i = 0; i < 5000; ++i) templ += L"{Upper";
+  templ += L"{FileExtensions}";
+  for (int i = 0; i < 5000; ++i) templ += L"}";
+  ComPtr<IDictionary> record = MakeRecord({{L"File.Extensions", Variant::String(L"jpg")}});
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), templ, &result), S_OK);
+  EXPECT_FALSE(result.empty());
+}
+
+TEST(ExpandTemplateTest, FileHashReadsTheFile) {
+  test::ScopedTempDir dir;
+  std::filesystem::path file = dir / "abc.txt";
+  std::ofstream(file) << "abc";
+  ComPtr<IDictionary> record = MakeRecord({{L"File.Name", Variant::String(file.wstring())}});
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{FileHash}|{FileHash:1}", &result), S_OK);
+  EXPECT_EQ(result, L"900150983cd24fb0d6963f7d28e17f72|a9993e364706816aba3e25717850c26c9cd0d89d");
+}
+
+TEST(ExpandTemplateTest, PatternCompiledOncePerThread) {
+  ComPtr<IDictionary> record = MakeRecord({{L"File.PathNoExt", Variant::String(L"a_b")}});
+  std::wstring result;
+  ASSERT_EQ(ExpandTemplate(record.Get(), L"{Replace{FileName},\"_q_\",\"-\"}", &result), S_OK);
+  size_t compiled = RegexCache::CompiledCount();
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_EQ(ExpandTemplate(record.Get(), L"{Replace{FileName},\"_q_\",\"-\"}", &result), S_OK);
+  }
+  EXPECT_EQ(RegexCache::CompiledCount(), compiled);
+}
+
+struct VariableCase {
+  const char* name;
+  std::wstring token;
+  size_t consumed;
+  std::wstring value;
+};
+
+class ExpandVariableCase : public ::testing::TestWithParam<VariableCase> {};
+
+TEST_P(ExpandVariableCase, ReportsConsumedLength) {
+  ComPtr<IDictionary> record = MakeRecord(StandardFields());
+  std::wstring value = L"old";
+  size_t consumed = 99;
+  ASSERT_EQ(ExpandVariable(&value, record.Get(), GetParam().token, &consumed), S_OK);
+  EXPECT_EQ(consumed, GetParam().consumed);
+  EXPECT_EQ(value, GetParam().value);
+}
+
+const VariableCase kVariableCases[] = {
+    {"Recognised", L"{Width}", 7, L"4000"},   {"FollowedByText", L"{Width}rest", 7, L"4000"},
+    {"AllowedEmpty", L"{Comment}", 9, L""},   {"Unknown", L"{Nope}", 0, L""},
+    {"Unclosed", L"{Width", 0, L""},          {"NotAToken", L"Width", 0, L""},
+    {"RequiredEmpty", L"{FileHash}", 0, L""},
+};
+
+INSTANTIATE_TEST_SUITE_P(Templates, ExpandVariableCase, ::testing::ValuesIn(kVariableCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace lmk
