@@ -1,0 +1,137 @@
+// Moving, copying, linking and deleting files with the guarantees of the Windows file calls.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "com/com.h"
+#include "platform/file_facts.h"
+
+namespace lmk {
+
+// Every path is a full path in the system's own form. Every function is safe from any thread.
+// An existing target is always reported as HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), whether the
+// call was a copy or a move, so that callers test one code for "the target is already there".
+// A file whose read-only attribute is set (no owner write permission on POSIX) is refused as a
+// target to replace and as a file to delete with E_ACCESSDENIED, as Windows refuses it, even for
+// an administrator or root: callers clear the attribute first when they mean it.
+
+/// Flags of MoveFileTo, the values of MoveFileExW's.
+inline constexpr DWORD kMoveReplaceExisting = 0x1;  ///< replace a target that exists
+inline constexpr DWORD kMoveCopyAllowed = 0x2;      ///< copy and delete across volumes
+
+/// Whether CopyFileTo waits until the copy is on the device before giving it its name.
+enum class CopyDurability {
+  /// Flushed first: even a power cut never leaves a partial file under the target name. Costs
+  /// one device flush per file (milliseconds each on a disk).
+  kFlushToDevice,
+  /// Left to the system's write-back: while the system runs no partial file is ever seen under
+  /// the target name, but after a power cut a target may be short; the source is untouched.
+  kLeaveToSystem,
+};
+
+/// Copies `source` to `target`: contents, last-write and last-access times and permissions
+/// (the read-only attribute with them). The copy is written under a temporary name in the
+/// target's folder, flushed to the device and only then given the target name, so that no
+/// partial file ever stands under the target name, even after a crash. With `failIfExists` an
+/// existing target is never overwritten, even by a process that creates it meanwhile.
+/// Returns S_OK; HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) for an existing target with
+/// `failIfExists` (both files are left as they were); ERROR_FILE_NOT_FOUND for a missing
+/// source; ERROR_PATH_NOT_FOUND for a missing target folder; E_ACCESSDENIED when the target is
+/// a folder or a read-only file, or when the system refuses; ERROR_DISK_FULL; ERROR_NOT_SAME_DEVICE
+/// never. A description naming the file is set (lmk::SetErrorDescription) on failure.
+/// `durability` chooses whether the copy is flushed to the device before it gets its name.
+[[nodiscard]] HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target,
+                                 bool failIfExists,
+                                 CopyDurability durability = CopyDurability::kFlushToDevice);
+
+/// Moves (renames) `source` to `target`. On one volume this is one atomic rename. Across
+/// volumes it needs kMoveCopyAllowed (else HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE)): the file
+/// is copied under a temporary name into the target folder, always flushed, renamed into place and
+/// only then is the source removed, so that a crash at any point loses nothing (at worst both
+/// copies remain). Without kMoveReplaceExisting an existing target gives
+/// HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) and nothing changes. Other results as CopyFileTo;
+/// a folder may be moved within one volume only.
+[[nodiscard]] HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags);
+
+/// Creates the hard link `link` to the existing file `existing` (the argument order of
+/// CreateHardLinkW). S_OK; HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) when `link` exists;
+/// ERROR_NOT_SAME_DEVICE across volumes; ERROR_FILE_NOT_FOUND / ERROR_PATH_NOT_FOUND;
+/// E_ACCESSDENIED (also for a folder, or a file system without hard links).
+[[nodiscard]] HRESULT MakeHardLink(std::wstring_view link, std::wstring_view existing);
+
+/// Deletes the file `path` for good. S_OK; ERROR_FILE_NOT_FOUND / ERROR_PATH_NOT_FOUND;
+/// E_ACCESSDENIED for a read-only file (clear the attribute first), a folder, or a refusal.
+[[nodiscard]] HRESULT DeleteFileAt(std::wstring_view path);
+
+/// Reads the Windows attribute bits of `path` (kFileAttributeReadOnly: the owner may not write;
+/// kFileAttributeHidden: the name begins with '.'; kFileAttributeDirectory;
+/// kFileAttributeArchive for files). Links are followed. S_OK; ERROR_FILE_NOT_FOUND /
+/// ERROR_PATH_NOT_FOUND; E_INVALIDARG for a null `attributes`.
+[[nodiscard]] HRESULT GetFileAttributesOf(std::wstring_view path, DWORD* attributes);
+
+/// Applies the read-only bit of `attributes` to `path`: set removes every write permission,
+/// clear gives the owner write permission back. The other bits are facts of the name or the
+/// kind of file and are ignored. S_OK (also when nothing changes); ERROR_FILE_NOT_FOUND /
+/// ERROR_PATH_NOT_FOUND; E_ACCESSDENIED when the caller does not own the file.
+[[nodiscard]] HRESULT SetFileAttributesOf(std::wstring_view path, DWORD attributes);
+
+/// Sets the last-access and last-write times (UTC) of `path`; a null pointer leaves that time
+/// as it is. S_OK; ERROR_FILE_NOT_FOUND / ERROR_PATH_NOT_FOUND; E_ACCESSDENIED.
+/// The times are read back through GetFileFacts (platform/file_facts.h).
+[[nodiscard]] HRESULT SetFileTimesOf(std::wstring_view path, const FILETIME* lastAccess,
+                                     const FILETIME* lastWrite);
+
+/// The size in bytes of the file `path`. S_OK; ERROR_FILE_NOT_FOUND / ERROR_PATH_NOT_FOUND;
+/// E_ACCESSDENIED for a folder; E_INVALIDARG for a null `size`.
+[[nodiscard]] HRESULT GetFileSizeOf(std::wstring_view path, ULONGLONG* size);
+
+/// True when `path` names an existing folder (links followed). Files: lmk::FileExists in
+/// platform/file_system.h.
+bool FolderExists(std::wstring_view path);
+
+/// Creates the folder `path` and every missing parent. S_OK when created; S_FALSE when it
+/// already was a folder; HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS) when a file stands there;
+/// ERROR_PATH_NOT_FOUND when a parent is a file; E_ACCESSDENIED; ERROR_FILENAME_EXCED_RANGE.
+[[nodiscard]] HRESULT CreateDirectories(std::wstring_view path);
+
+/// Removes the folder `path` when it is empty. S_OK; HRESULT_FROM_WIN32(ERROR_DIR_NOT_EMPTY)
+/// when it holds anything; ERROR_FILE_NOT_FOUND / ERROR_PATH_NOT_FOUND; E_ACCESSDENIED when the
+/// folder is read-only (its own read-only attribute, as on Windows) or the parent refuses.
+[[nodiscard]] HRESULT RemoveEmptyDirectory(std::wstring_view path);
+
+/// The steps of the calls above at which a test can inject a failure.
+enum class FileStep {
+  kRename,        ///< MoveFileTo on one volume (and the first attempt of any move)
+  kCopy,          ///< CopyFileTo, before anything is written
+  kPublish,       ///< the final rename of a copied file to its target name (copy or move)
+  kRemoveSource,  ///< a move across volumes removing its source after the copy stands
+  kLink,          ///< MakeHardLink
+  kDelete,        ///< DeleteFileAt
+  kRemoveFolder,  ///< RemoveEmptyDirectory
+};
+
+/// A test hook: called with the step and the path it works on (the source for kRename,
+/// kCopy and kRemoveSource; the target for kPublish; else the path argument); a non-zero
+/// Win32 code makes that step fail with HRESULT_FROM_WIN32(code) as if the system had said so.
+///
+/// POSIX has no sharing violations: another program holding the file open never stops a rename
+/// or a delete. The retry paths for ERROR_SHARING_VIOLATION therefore run only when a hook
+/// returns it (for example for the first few kRename calls). The Windows implementation calls
+/// the same hook before the system call.
+using FileFaultHook = std::function<DWORD(FileStep step, std::wstring_view path)>;
+
+/// Installs `hook` for the whole process while it lives; the previous hook comes back when it
+/// is destroyed. For tests only; not to be nested across threads.
+class ScopedFileFaultHook {
+ public:
+  explicit ScopedFileFaultHook(FileFaultHook hook);
+  ~ScopedFileFaultHook();
+  ScopedFileFaultHook(const ScopedFileFaultHook&) = delete;
+  ScopedFileFaultHook& operator=(const ScopedFileFaultHook&) = delete;
+
+ private:
+  FileFaultHook previous_;
+};
+
+}  // namespace lmk

@@ -1,0 +1,561 @@
+// Only Linux and generic POSIX code here: copies, moves, links and deletes that never leave a
+// partial file under a final name and never overwrite what they were told to keep.
+#include "platform/file_operations.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/posix/error_map.h"
+#include "platform/posix/unique_fd.h"
+#include "platform/text_encoding.h"
+
+namespace lmk {
+namespace {
+
+// ---- the test hook ----------------------------------------------------------------------------
+
+std::atomic<bool> g_hookInstalled{false};
+std::mutex g_hookMutex;
+FileFaultHook g_hook;
+
+DWORD InjectedFault(FileStep step, std::wstring_view path) {
+  if (!g_hookInstalled.load(std::memory_order_acquire)) return ERROR_SUCCESS;
+  FileFaultHook hook;
+  {
+    std::lock_guard lock(g_hookMutex);
+    hook = g_hook;
+  }
+  return hook ? hook(step, path) : ERROR_SUCCESS;
+}
+
+HRESULT InjectedFailure(DWORD code, std::wstring_view what, std::wstring_view path) {
+  std::wstring text(what);
+  text += L" '";
+  text += path;
+  text += L"': the step was made to fail (error ";
+  text += std::to_wstring(code);
+  text += L").";
+  SetErrorDescription(text);
+  return HRESULT_FROM_WIN32(code);
+}
+
+// ---- paths ------------------------------------------------------------------------------------
+
+// The folder and the name of a native path; "a" has the folder ".", "/a" the folder "/".
+struct SplitPath {
+  std::string folder;
+  std::string name;
+};
+
+SplitPath Split(const std::string& path) {
+  std::string trimmed = path;
+  while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.pop_back();
+  const std::size_t slash = trimmed.find_last_of('/');
+  if (slash == std::string::npos) return {".", trimmed};
+  if (slash == 0) return {"/", trimmed.substr(1)};
+  return {trimmed.substr(0, slash), trimmed.substr(slash + 1)};
+}
+
+bool IsFolder(const std::string& path) {
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// A missing file whose folder is missing too is "path not found", as Windows tells them apart.
+int RefineMissing(int error, const std::string& path) {
+  if (error == ENOENT && !IsFolder(Split(path).folder)) return ENOTDIR;
+  return error;
+}
+
+HRESULT Fail(HRESULT hr, std::wstring_view text) {
+  SetErrorDescription(text);
+  return hr;
+}
+
+std::wstring Quoted(std::wstring_view path) {
+  std::wstring text(L"'");
+  text += path;
+  text += L'\'';
+  return text;
+}
+
+bool IsReadOnly(const struct stat& info) { return (info.st_mode & S_IWUSR) == 0; }
+
+// A name that no other writer picks: hidden (so folder scans pass it by), short (so that a
+// target name near the length limit still leaves room) and random per thread.
+std::string TemporaryName() {
+  thread_local std::mt19937_64 random{std::random_device{}() ^
+                                      std::hash<std::thread::id>{}(std::this_thread::get_id()) ^
+                                      static_cast<uint64_t>(::getpid())};
+  char name[32];
+  std::snprintf(name, sizeof name, ".lmk-%016llx.tmp", static_cast<unsigned long long>(random()));
+  return name;
+}
+
+// ---- copying ----------------------------------------------------------------------------------
+
+constexpr std::size_t kCopyChunk = 1 << 20;
+
+bool WriteAll(int fd, const char* data, std::size_t size, int* error) {
+  while (size > 0) {
+    const ssize_t written = ::write(fd, data, size);
+    if (written < 0) {
+      if (errno == EINTR) continue;
+      *error = errno;
+      return false;
+    }
+    data += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+// Copies every byte of `in` to the empty `out`: a shared-extent clone where the file system
+// offers one, else an in-kernel copy, else plain reads and writes. Returns 0 or an errno.
+int CopyContents(int in, int out) {
+  if (::ioctl(out, FICLONE, in) == 0) return 0;
+  ::posix_fadvise(in, 0, 0, POSIX_FADV_SEQUENTIAL);
+  bool kernelCopy = true;
+  off_t copied = 0;
+  while (kernelCopy) {
+    const ssize_t n = ::copy_file_range(in, nullptr, out, nullptr, kCopyChunk, 0);
+    if (n > 0) {
+      copied += n;
+      continue;
+    }
+    if (n == 0) return 0;
+    if (errno == EINTR) continue;
+    // Older kernels, other file systems and special files refuse before the first byte.
+    if (copied == 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
+                        errno == EOPNOTSUPP || errno == EBADF || errno == EPERM)) {
+      kernelCopy = false;
+    } else {
+      return errno;
+    }
+  }
+  std::vector<char> buffer(kCopyChunk);
+  for (;;) {
+    const ssize_t got = ::read(in, buffer.data(), buffer.size());
+    if (got == 0) return 0;
+    if (got < 0) {
+      if (errno == EINTR) continue;
+      return errno;
+    }
+    int error = 0;
+    if (!WriteAll(out, buffer.data(), static_cast<std::size_t>(got), &error)) return error;
+  }
+}
+
+// A copy written under a temporary name in the target folder and removed again unless it was
+// given its final name.
+class TemporaryCopy {
+ public:
+  TemporaryCopy() = default;
+  ~TemporaryCopy() {
+    if (!name_.empty()) ::unlinkat(folder_, name_.c_str(), 0);
+  }
+  TemporaryCopy(const TemporaryCopy&) = delete;
+  TemporaryCopy& operator=(const TemporaryCopy&) = delete;
+
+  // Writes the copy of the open `source` (described by `info`) into the open `folder`,
+  // with the source's contents, permissions and times, flushed to the device.
+  // Returns 0 or an errno.
+  int Write(int folder, int source, const struct stat& info, bool flush) {
+    folder_ = folder;
+    UniqueFd out;
+    for (int attempt = 0; attempt < 16 && !out.valid(); ++attempt) {
+      std::string name = TemporaryName();
+      out = UniqueFd(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+      if (out.valid()) {
+        name_ = std::move(name);
+      } else if (errno != EEXIST) {
+        return errno;
+      }
+    }
+    if (!out.valid()) return EEXIST;
+    if (const int error = CopyContents(source, out.get()); error != 0) return error;
+    if (::fchmod(out.get(), info.st_mode & 0777) != 0) return errno;
+    const struct timespec times[2] = {info.st_atim, info.st_mtim};
+    if (::futimens(out.get(), times) != 0) return errno;
+    if (flush && ::fsync(out.get()) != 0) return errno;
+    return out.Close();
+  }
+
+  // Gives the copy its final `name` in the folder: never over an existing file when `replace`
+  // is false, even when another process creates that name meanwhile. Returns 0 or an errno.
+  int Publish(const std::string& name, bool replace) {
+    if (replace) {
+      if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return errno;
+      name_.clear();
+      return 0;
+    }
+    if (::renameat2(folder_, name_.c_str(), folder_, name.c_str(), RENAME_NOREPLACE) == 0) {
+      name_.clear();
+      return 0;
+    }
+    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return errno;
+    // File systems without an exclusive rename still refuse to link over an existing name.
+    if (::linkat(folder_, name_.c_str(), folder_, name.c_str(), 0) != 0) return errno;
+    return 0;  // the destructor removes the temporary name, the link stays
+  }
+
+ private:
+  int folder_ = -1;
+  std::string name_;
+};
+
+struct CopyRequest {
+  std::wstring_view source;
+  std::wstring_view target;
+  bool replace = false;
+  const wchar_t* verb = L"Cannot copy";
+  bool flush = true;
+};
+
+// The copy shared by CopyFileTo and a move across volumes; on success the target name holds the
+// complete copy. `sourceInfo` receives what the source was.
+HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo) {
+  const std::string source = ToUtf8(request.source);
+  const std::string target = ToUtf8(request.target);
+  const std::wstring context =
+      std::wstring(request.verb) + L" " + Quoted(request.source) + L" to " + Quoted(request.target);
+
+  UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!in.valid()) {
+    return HresultFromErrno(RefineMissing(errno, source),
+                            std::wstring(request.verb) + L" " + Quoted(request.source));
+  }
+  if (::fstat(in.get(), sourceInfo) != 0)
+    return HresultFromErrno(errno, std::wstring(request.verb) + L" " + Quoted(request.source));
+  if (S_ISDIR(sourceInfo->st_mode)) {
+    return Fail(E_ACCESSDENIED, context + L": the source is a folder.");
+  }
+
+  struct stat targetInfo {};
+  if (::stat(target.c_str(), &targetInfo) == 0) {
+    if (S_ISDIR(targetInfo.st_mode)) {
+      return Fail(E_ACCESSDENIED, context + L": a folder of that name exists.");
+    }
+    if (!request.replace) {
+      return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+    }
+    if (IsReadOnly(targetInfo)) {
+      return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
+    }
+  }
+
+  const SplitPath parts = Split(target);
+  UniqueFd folder(::open(parts.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid()) {
+    const int error = errno == ENOENT ? ENOTDIR : errno;
+    return HresultFromErrno(error, L"Cannot open the folder of " + Quoted(request.target));
+  }
+  TemporaryCopy copy;
+  if (const int error = copy.Write(folder.get(), in.get(), *sourceInfo, request.flush);
+      error != 0) {
+    return HresultFromErrno(error, context);
+  }
+  if (const DWORD fault = InjectedFault(FileStep::kPublish, request.target); fault != 0) {
+    return InjectedFailure(fault, request.verb, request.target);
+  }
+  if (const int error = copy.Publish(parts.name, request.replace); error != 0) {
+    if (error == EEXIST) {
+      return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+    }
+    return HresultFromErrno(error, context);
+  }
+  return S_OK;
+}
+
+int SyncFolderOf(const std::string& path) {
+  UniqueFd folder(::open(Split(path).folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid()) return errno;
+  return ::fsync(folder.get()) == 0 ? 0 : errno;
+}
+
+HRESULT MoveAcrossVolumes(std::wstring_view source, std::wstring_view target, bool replace) {
+  const std::string nativeSource = ToUtf8(source);
+  struct stat info {};
+  if (::lstat(nativeSource.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+    return Fail(HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE),
+                L"Cannot move the folder " + Quoted(source) + L" to another volume.");
+  }
+  LMK_RETURN_IF_FAILED(
+      CopyThroughTemporary({source, target, replace, L"Cannot move", true}, &info));
+  // The new name must be on the device before the old file goes.
+  if (const int error = SyncFolderOf(ToUtf8(target)); error != 0) {
+    return HresultFromErrno(error, L"Cannot flush the folder of " + Quoted(target));
+  }
+  DWORD fault = InjectedFault(FileStep::kRemoveSource, source);
+  if (fault == 0 && ::unlink(nativeSource.c_str()) != 0) fault = Win32FromErrno(errno);
+  if (fault != 0) {
+    // The copy stays: removing it could lose the only complete file if the source goes later.
+    return Fail(HRESULT_FROM_WIN32(fault), L"Moved " + Quoted(source) + L" to " + Quoted(target) +
+                                               L" but could not remove the original.");
+  }
+  return S_OK;
+}
+
+}  // namespace
+
+// ---- the interface ----------------------------------------------------------------------------
+
+ScopedFileFaultHook::ScopedFileFaultHook(FileFaultHook hook) {
+  std::lock_guard lock(g_hookMutex);
+  previous_ = std::move(g_hook);
+  g_hook = std::move(hook);
+  g_hookInstalled.store(static_cast<bool>(g_hook), std::memory_order_release);
+}
+
+ScopedFileFaultHook::~ScopedFileFaultHook() {
+  std::lock_guard lock(g_hookMutex);
+  g_hook = std::move(previous_);
+  g_hookInstalled.store(static_cast<bool>(g_hook), std::memory_order_release);
+}
+
+HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool failIfExists,
+                   CopyDurability durability) {
+  if (source.empty() || target.empty()) return E_INVALIDARG;
+  if (const DWORD fault = InjectedFault(FileStep::kCopy, source); fault != 0) {
+    return InjectedFailure(fault, L"Cannot copy", source);
+  }
+  struct stat info {};
+  return CopyThroughTemporary(
+      {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice},
+      &info);
+}
+
+HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags) {
+  if (source.empty() || target.empty()) return E_INVALIDARG;
+  if (const DWORD fault = InjectedFault(FileStep::kRename, source); fault != 0) {
+    return InjectedFailure(fault, L"Cannot move", source);
+  }
+  const std::string from = ToUtf8(source);
+  const std::string to = ToUtf8(target);
+  const bool replace = (flags & kMoveReplaceExisting) != 0;
+  const std::wstring context = L"Cannot move " + Quoted(source) + L" to " + Quoted(target);
+
+  struct stat targetInfo {};
+  if (replace && ::stat(to.c_str(), &targetInfo) == 0 && !S_ISDIR(targetInfo.st_mode) &&
+      IsReadOnly(targetInfo)) {
+    return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
+  }
+  int result = replace
+                   ? ::rename(from.c_str(), to.c_str())
+                   : ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
+  int error = result == 0 ? 0 : errno;
+  if (!replace && (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP)) {
+    // No exclusive rename here: a link refuses an existing name just as well.
+    struct stat sourceInfo {};
+    if (::lstat(from.c_str(), &sourceInfo) == 0 && !S_ISDIR(sourceInfo.st_mode)) {
+      error = ::link(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+      if (error == 0 && ::unlink(from.c_str()) != 0) error = errno;
+    }
+  }
+  if (error == 0) return S_OK;
+  if (error == EXDEV) {
+    if ((flags & kMoveCopyAllowed) == 0) {
+      return Fail(HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE),
+                  context + L": the target is on another volume.");
+    }
+    return MoveAcrossVolumes(source, target, replace);
+  }
+  if (error == EEXIST || error == ENOTEMPTY) {
+    return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the target exists.");
+  }
+  if (error == ENOENT) {
+    struct stat sourceInfo {};
+    error = ::lstat(from.c_str(), &sourceInfo) == 0 ? ENOTDIR : RefineMissing(ENOENT, from);
+  }
+  return HresultFromErrno(error, context);
+}
+
+HRESULT MakeHardLink(std::wstring_view link, std::wstring_view existing) {
+  if (link.empty() || existing.empty()) return E_INVALIDARG;
+  if (const DWORD fault = InjectedFault(FileStep::kLink, link); fault != 0) {
+    return InjectedFailure(fault, L"Cannot create the link", link);
+  }
+  const std::string from = ToUtf8(existing);
+  const std::string to = ToUtf8(link);
+  if (::link(from.c_str(), to.c_str()) == 0) return S_OK;
+  int error = errno;
+  if (error == EEXIST) {
+    return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
+                L"Cannot create the link " + Quoted(link) + L": the file exists.");
+  }
+  if (error == ENOENT) {
+    struct stat info {};
+    error = ::lstat(from.c_str(), &info) == 0 ? ENOTDIR : RefineMissing(ENOENT, from);
+  }
+  return HresultFromErrno(error, L"Cannot link to " + Quoted(existing) + L" from " + Quoted(link));
+}
+
+HRESULT DeleteFileAt(std::wstring_view path) {
+  if (path.empty()) return E_INVALIDARG;
+  if (const DWORD fault = InjectedFault(FileStep::kDelete, path); fault != 0) {
+    return InjectedFailure(fault, L"Cannot delete", path);
+  }
+  const std::string native = ToUtf8(path);
+  struct stat info {};
+  if (::lstat(native.c_str(), &info) != 0) {
+    return HresultFromErrno(RefineMissing(errno, native), L"Cannot delete " + Quoted(path));
+  }
+  if (S_ISDIR(info.st_mode))
+    return Fail(E_ACCESSDENIED, L"Cannot delete the folder " + Quoted(path) + L" as a file.");
+  if (S_ISREG(info.st_mode) && IsReadOnly(info)) {
+    return Fail(E_ACCESSDENIED, L"Cannot delete " + Quoted(path) + L": the file is read-only.");
+  }
+  if (::unlink(native.c_str()) != 0) {
+    return HresultFromErrno(RefineMissing(errno, native), L"Cannot delete " + Quoted(path));
+  }
+  return S_OK;
+}
+
+HRESULT GetFileAttributesOf(std::wstring_view path, DWORD* attributes) {
+  if (attributes == nullptr) return E_INVALIDARG;
+  *attributes = 0;
+  if (path.empty()) return E_INVALIDARG;
+  const std::string native = ToUtf8(path);
+  struct stat info {};
+  if (::stat(native.c_str(), &info) != 0) return HresultFromErrno(RefineMissing(errno, native));
+  DWORD bits = S_ISDIR(info.st_mode) ? kFileAttributeDirectory : kFileAttributeArchive;
+  if (IsReadOnly(info)) bits |= kFileAttributeReadOnly;
+  const std::string name = Split(native).name;
+  if (name.size() > 1 && name[0] == '.' && name != "..") bits |= kFileAttributeHidden;
+  *attributes = bits;
+  return S_OK;
+}
+
+HRESULT SetFileAttributesOf(std::wstring_view path, DWORD attributes) {
+  if (path.empty()) return E_INVALIDARG;
+  const std::string native = ToUtf8(path);
+  struct stat info {};
+  if (::stat(native.c_str(), &info) != 0) return HresultFromErrno(RefineMissing(errno, native));
+  const mode_t mode = info.st_mode & 07777;
+  const mode_t wanted = (attributes & kFileAttributeReadOnly) != 0
+                            ? mode & ~static_cast<mode_t>(S_IWUSR | S_IWGRP | S_IWOTH)
+                            : mode | S_IWUSR;
+  if (wanted == mode) return S_OK;
+  if (::chmod(native.c_str(), wanted) != 0) {
+    return HresultFromErrno(errno, L"Cannot change the attributes of " + Quoted(path));
+  }
+  return S_OK;
+}
+
+HRESULT SetFileTimesOf(std::wstring_view path, const FILETIME* lastAccess,
+                       const FILETIME* lastWrite) {
+  if (path.empty()) return E_INVALIDARG;
+  // 100-ns ticks between 1601-01-01 and 1970-01-01.
+  constexpr int64_t kEpochTicks = 116444736000000000LL;
+  auto toTimespec = [](const FILETIME* time) {
+    struct timespec spec {
+      0, UTIME_OMIT
+    };
+    if (time != nullptr) {
+      const int64_t ticks =
+          static_cast<int64_t>((static_cast<uint64_t>(time->dwHighDateTime) << 32) |
+                               time->dwLowDateTime) -
+          kEpochTicks;
+      int64_t seconds = ticks / 10000000;
+      int64_t rest = ticks % 10000000;
+      if (rest < 0) {
+        rest += 10000000;
+        --seconds;
+      }
+      spec.tv_sec = static_cast<time_t>(seconds);
+      spec.tv_nsec = static_cast<long>(rest * 100);
+    }
+    return spec;
+  };
+  const struct timespec times[2] = {toTimespec(lastAccess), toTimespec(lastWrite)};
+  const std::string native = ToUtf8(path);
+  if (::utimensat(AT_FDCWD, native.c_str(), times, 0) != 0) {
+    return HresultFromErrno(RefineMissing(errno, native),
+                            L"Cannot set the times of " + Quoted(path));
+  }
+  return S_OK;
+}
+
+HRESULT GetFileSizeOf(std::wstring_view path, ULONGLONG* size) {
+  if (size == nullptr) return E_INVALIDARG;
+  *size = 0;
+  if (path.empty()) return E_INVALIDARG;
+  const std::string native = ToUtf8(path);
+  struct stat info {};
+  if (::stat(native.c_str(), &info) != 0) return HresultFromErrno(RefineMissing(errno, native));
+  if (S_ISDIR(info.st_mode)) return E_ACCESSDENIED;
+  *size = static_cast<ULONGLONG>(info.st_size);
+  return S_OK;
+}
+
+bool FolderExists(std::wstring_view path) { return !path.empty() && IsFolder(ToUtf8(path)); }
+
+HRESULT CreateDirectories(std::wstring_view path) {
+  if (path.empty()) return E_INVALIDARG;
+  std::string native = ToUtf8(path);
+  while (native.size() > 1 && native.back() == '/') native.pop_back();
+  struct stat info {};
+  if (::stat(native.c_str(), &info) == 0) {
+    if (S_ISDIR(info.st_mode)) return S_FALSE;
+    return Fail(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS),
+                L"Cannot create the folder " + Quoted(path) + L": a file of that name exists.");
+  }
+  // Each prefix up to a separator, then the whole path; existing ones are passed over.
+  for (std::size_t end = native.find('/', 1);; end = native.find('/', end + 1)) {
+    const bool last = end == std::string::npos;
+    const std::string prefix = last ? native : native.substr(0, end);
+    if (!prefix.empty() && prefix.back() != '/' && ::mkdir(prefix.c_str(), 0777) != 0) {
+      const int error = errno;
+      if (error != EEXIST) {
+        return HresultFromErrno(error == ENOENT ? ENOTDIR : error,
+                                L"Cannot create the folder " + Quoted(path));
+      }
+      if (!IsFolder(prefix)) {
+        return last ? Fail(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS),
+                           L"Cannot create the folder " + Quoted(path) +
+                               L": a file of that name exists.")
+                    : HresultFromErrno(ENOTDIR, L"Cannot create the folder " + Quoted(path));
+      }
+    }
+    if (last) break;
+  }
+  return S_OK;
+}
+
+HRESULT RemoveEmptyDirectory(std::wstring_view path) {
+  if (path.empty()) return E_INVALIDARG;
+  if (const DWORD fault = InjectedFault(FileStep::kRemoveFolder, path); fault != 0) {
+    return InjectedFailure(fault, L"Cannot remove the folder", path);
+  }
+  const std::string native = ToUtf8(path);
+  struct stat info {};
+  if (::lstat(native.c_str(), &info) != 0) {
+    return HresultFromErrno(RefineMissing(errno, native),
+                            L"Cannot remove the folder " + Quoted(path));
+  }
+  if (!S_ISDIR(info.st_mode))
+    return HresultFromErrno(ENOTDIR, L"Cannot remove the folder " + Quoted(path));
+  if (IsReadOnly(info)) {
+    return Fail(E_ACCESSDENIED,
+                L"Cannot remove the folder " + Quoted(path) + L": the folder is read-only.");
+  }
+  if (::rmdir(native.c_str()) != 0) {
+    const int error = errno == EEXIST ? ENOTEMPTY : errno;
+    return HresultFromErrno(error, L"Cannot remove the folder " + Quoted(path));
+  }
+  return S_OK;
+}
+
+}  // namespace lmk

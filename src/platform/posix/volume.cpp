@@ -1,0 +1,291 @@
+// Only Linux and generic POSIX code here: volume keys from the file system's device, drive
+// kinds from /sys, and volume locks as flock()ed slot files.
+#include "platform/volume.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform/posix/block_device.h"
+#include "platform/posix/error_map.h"
+#include "platform/posix/unique_fd.h"
+#include "platform/text_encoding.h"
+
+namespace lmk {
+namespace {
+
+constexpr std::wstring_view kNetworkKey = L"Network";
+
+bool StartsWith(std::string_view text, std::string_view prefix) {
+  return text.substr(0, prefix.size()) == prefix;
+}
+
+// The file system type of the mount whose device is `device`, from /proc/self/mountinfo
+// ("36 35 98:0 /mnt1 /mnt2 rw,noatime master:1 - ext3 /dev/root rw,errors=continue").
+std::string MountType(dev_t device) {
+  std::ifstream mounts("/proc/self/mountinfo");
+  const std::string wanted = std::to_string(major(device)) + ":" + std::to_string(minor(device));
+  std::string line;
+  while (std::getline(mounts, line)) {
+    std::istringstream fields(line);
+    std::string id, parent, numbers;
+    fields >> id >> parent >> numbers;
+    if (numbers != wanted) continue;
+    const std::size_t dash = line.find(" - ");
+    if (dash == std::string::npos) continue;
+    std::istringstream rest(line.substr(dash + 3));
+    std::string type;
+    rest >> type;
+    return type;
+  }
+  return {};
+}
+
+std::string ReadFirstLine(const std::string& path) {
+  std::ifstream file(path);
+  std::string line;
+  std::getline(file, line);
+  return line;
+}
+
+DriveKind KindOfBlockDevice(unsigned majorNumber, unsigned minorNumber) {
+  const std::string link =
+      "/sys/dev/block/" + std::to_string(majorNumber) + ":" + std::to_string(minorNumber);
+  char* resolved = ::realpath(link.c_str(), nullptr);
+  if (resolved == nullptr) return DriveKind::kUnknown;
+  std::string device(resolved);
+  std::free(resolved);
+  // A partition's "removable" flag lives on its whole disk, the folder above it.
+  std::string disk = device;
+  struct stat info {};
+  if (::stat((device + "/partition").c_str(), &info) == 0) {
+    disk = device.substr(0, device.find_last_of('/'));
+  }
+  const std::string diskName = disk.substr(disk.find_last_of('/') + 1);
+  const bool removable = ReadFirstLine(disk + "/removable") == "1";
+  return ClassifyBlockDevice(device, diskName, removable);
+}
+
+struct DeviceFacts {
+  std::wstring key;
+  DriveKind kind = DriveKind::kUnknown;
+};
+
+std::mutex g_devicesMutex;
+std::map<dev_t, DeviceFacts>& Devices() {
+  static std::map<dev_t, DeviceFacts> devices;
+  return devices;
+}
+
+const DeviceFacts& FactsOf(dev_t device) {
+  {
+    std::lock_guard lock(g_devicesMutex);
+    if (auto found = Devices().find(device); found != Devices().end()) return found->second;
+  }
+  DeviceFacts facts;
+  const std::string type = MountType(device);
+  if (IsNetworkFileSystemType(type)) {
+    facts.key = kNetworkKey;
+    facts.kind = DriveKind::kNetwork;
+  } else {
+    facts.key = L"dev:" + std::to_wstring(major(device)) + L":" + std::to_wstring(minor(device));
+    facts.kind =
+        major(device) == 0 ? DriveKind::kUnknown : KindOfBlockDevice(major(device), minor(device));
+  }
+  std::lock_guard lock(g_devicesMutex);
+  // std::map never moves its elements: the reference stays valid after the lock is gone.
+  return Devices().emplace(device, std::move(facts)).first->second;
+}
+
+// ---- the lock ---------------------------------------------------------------------------------
+
+// Per user, so that one user's folder never blocks another's; in the runtime folder when the
+// session has one (a memory file system, emptied at log-out).
+HRESULT LockFolder(std::string* folder) {
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  std::string base;
+  if (runtime != nullptr && runtime[0] == '/') {
+    base = std::string(runtime) + "/lumarko-locks";
+  } else {
+    const char* temp = std::getenv("TMPDIR");
+    base = std::string(temp != nullptr && temp[0] == '/' ? temp : "/tmp") + "/lumarko-locks-" +
+           std::to_string(::getuid());
+  }
+  if (::mkdir(base.c_str(), 0700) != 0 && errno != EEXIST) {
+    return HresultFromErrno(errno, L"Cannot create the lock folder '" + FromUtf8(base) + L"'");
+  }
+  struct stat info {};
+  if (::lstat(base.c_str(), &info) != 0) {
+    return HresultFromErrno(errno, L"Cannot open the lock folder '" + FromUtf8(base) + L"'");
+  }
+  // A folder planted by another user in a shared temp folder must not be trusted.
+  if (!S_ISDIR(info.st_mode) || info.st_uid != ::getuid()) {
+    SetErrorDescription(L"The lock folder '" + FromUtf8(base) +
+                        L"' is not a folder of this user; remove it.");
+    return E_ACCESSDENIED;
+  }
+  *folder = std::move(base);
+  return S_OK;
+}
+
+std::string SlotFileName(std::wstring_view key, unsigned slot) {
+  std::string name = "VolumeLock_" + ToUtf8(key);
+  for (char& c : name) {
+    if (c == '/') c = '_';
+  }
+  return name + "." + std::to_string(slot);
+}
+
+}  // namespace
+
+bool IsNetworkFileSystemType(std::string_view type) {
+  static constexpr std::array<std::string_view, 21> kNetworkTypes = {
+      "nfs",   "nfs4",  "cifs",       "smb3",        "smbfs",          "ncpfs",     "9p",
+      "ceph",  "afs",   "coda",       "glusterfs",   "lustre",         "gpfs",      "afpfs",
+      "davfs", "ocfs2", "fuse.sshfs", "fuse.rclone", "fuse.glusterfs", "fuse.s3fs", "fuse.cephfs"};
+  for (std::string_view known : kNetworkTypes) {
+    if (type == known) return true;
+  }
+  // FUSE front ends of network protocols name themselves after the protocol.
+  return StartsWith(type, "fuse.afp") || StartsWith(type, "fuse.smb") ||
+         StartsWith(type, "fuse.davfs") || StartsWith(type, "fuse.curlftpfs") ||
+         StartsWith(type, "fuse.gvfsd-fuse");
+}
+
+DriveKind ClassifyBlockDevice(std::string_view devicePath, std::string_view diskName,
+                              bool removable) {
+  if (StartsWith(diskName, "sr")) return DriveKind::kOptical;
+  if (removable) return DriveKind::kRemovable;
+  if (devicePath.find("/usb") != std::string_view::npos) return DriveKind::kUsb;
+  return DriveKind::kFixed;
+}
+
+std::wstring GetVolumeKey(std::wstring_view path) {
+  if (path.empty()) return L"Invalid";
+  std::string native = ToUtf8(path);
+  struct stat info {};
+  // A target that does not exist yet lies on the volume of its nearest existing folder.
+  while (::stat(native.c_str(), &info) != 0) {
+    if (errno != ENOENT && errno != ENOTDIR) return L"Unknown";
+    while (native.size() > 1 && native.back() == '/') native.pop_back();
+    const std::size_t slash = native.find_last_of('/');
+    if (slash == std::string::npos) {
+      native = ".";
+    } else {
+      native.resize(slash == 0 ? 1 : slash);
+    }
+    if (native == "/" && ::stat("/", &info) != 0) return L"Unknown";
+  }
+  return FactsOf(info.st_dev).key;
+}
+
+DriveKind GetDriveKind(std::wstring_view volumeKey) {
+  if (volumeKey == kNetworkKey) return DriveKind::kNetwork;
+  const std::string key = ToUtf8(volumeKey);
+  unsigned majorNumber = 0;
+  unsigned minorNumber = 0;
+  char tail = 0;
+  if (std::sscanf(key.c_str(), "dev:%u:%u%c", &majorNumber, &minorNumber, &tail) != 2) {
+    return DriveKind::kUnknown;
+  }
+  return FactsOf(makedev(majorNumber, minorNumber)).kind;
+}
+
+unsigned VolumeSlotCount(DriveKind kind) {
+  switch (kind) {
+    case DriveKind::kUsb:
+    case DriveKind::kNetwork:
+      return 2;
+    case DriveKind::kOptical:
+    case DriveKind::kRemovable:
+    case DriveKind::kFixed:
+    case DriveKind::kUnknown:
+      return 1;
+  }
+  return 1;
+}
+
+VolumeLockGuard::~VolumeLockGuard() { Release(); }
+
+VolumeLockGuard::VolumeLockGuard(VolumeLockGuard&& other) noexcept
+    : handle_(std::exchange(other.handle_, -1)), slot_(other.slot_) {}
+
+VolumeLockGuard& VolumeLockGuard::operator=(VolumeLockGuard&& other) noexcept {
+  if (this != &other) {
+    Release();
+    handle_ = std::exchange(other.handle_, -1);
+    slot_ = other.slot_;
+  }
+  return *this;
+}
+
+void VolumeLockGuard::Release() noexcept {
+  // Closing the only descriptor of the open file drops its flock.
+  if (handle_ >= 0) ::close(std::exchange(handle_, -1));
+}
+
+HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
+                          std::chrono::milliseconds timeout, VolumeLockGuard* guard) {
+  if (guard == nullptr || volumeKey.empty()) return E_INVALIDARG;
+  guard->Release();
+  if (slots == 0) slots = 1;
+  std::string folder;
+  LMK_RETURN_IF_FAILED(LockFolder(&folder));
+  std::vector<UniqueFd> files;
+  files.reserve(slots);
+  for (unsigned slot = 0; slot < slots; ++slot) {
+    const std::string path = folder + "/" + SlotFileName(volumeKey, slot);
+    UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!file.valid()) {
+      return HresultFromErrno(errno, L"Cannot open the lock file '" + FromUtf8(path) + L"'");
+    }
+    files.push_back(std::move(file));
+  }
+  // One slot and no limit: the kernel queues the waiters.
+  if (slots == 1 && timeout < std::chrono::milliseconds::zero()) {
+    while (::flock(files[0].get(), LOCK_EX) != 0) {
+      if (errno != EINTR) return HresultFromErrno(errno, L"Cannot lock the volume");
+    }
+    guard->slot_ = 0;
+    guard->handle_ = files[0].Release();
+    return S_OK;
+  }
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  std::chrono::milliseconds pause{1};
+  for (;;) {
+    for (unsigned slot = 0; slot < slots; ++slot) {
+      if (::flock(files[slot].get(), LOCK_EX | LOCK_NB) == 0) {
+        guard->slot_ = slot;
+        guard->handle_ = files[slot].Release();
+        return S_OK;
+      }
+      if (errno != EWOULDBLOCK && errno != EINTR) {
+        return HresultFromErrno(errno, L"Cannot lock the volume");
+      }
+    }
+    if (timeout >= std::chrono::milliseconds::zero() &&
+        std::chrono::steady_clock::now() >= deadline) {
+      return HRESULT_FROM_WIN32(ERROR_TIMEOUT);
+    }
+    std::this_thread::sleep_for(pause);
+    pause = std::min(pause * 2, std::chrono::milliseconds{16});
+  }
+}
+
+}  // namespace lmk
