@@ -3,7 +3,8 @@
 
 PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-dev \
             libyaml-cpp-dev libcli11-dev libglib2.0-dev libgtest-dev libgmock-dev \
-            libbenchmark-dev libimage-exiftool-perl g++-mingw-w64-x86-64-posix mingw-w64-tools
+            libbenchmark-dev libgeographiclib-dev libimage-exiftool-perl \
+            g++-mingw-w64-x86-64-posix mingw-w64-tools
 JOBS ?= $(shell nproc)
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 BUILD_TEST := build/test

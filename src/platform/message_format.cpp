@@ -10,7 +10,7 @@ namespace {
 // Widths and precisions above this are a broken format, not a wish for megabytes of padding.
 constexpr size_t kMaxWidth = 4096;
 
-struct Spec {
+struct FieldFormat {
   bool left = false;
   bool zero = false;
   bool plus = false;
@@ -33,28 +33,28 @@ bool ParseNumber(std::wstring_view format, size_t* pos, size_t* out) {
 }
 
 // Parses what follows a '%' up to and including the conversion character.
-bool ParseSpec(std::wstring_view format, size_t* pos, Spec* spec) {
+bool ParseFieldFormat(std::wstring_view format, size_t* pos, FieldFormat* field) {
   for (; *pos < format.size(); ++*pos) {
     const wchar_t c = format[*pos];
     if (c == L'-')
-      spec->left = true;
+      field->left = true;
     else if (c == L'0')
-      spec->zero = true;
+      field->zero = true;
     else if (c == L'+')
-      spec->plus = true;
+      field->plus = true;
     else if (c == L' ')
-      spec->space = true;
+      field->space = true;
     else if (c == L'#')
-      spec->alternate = true;
+      field->alternate = true;
     else
       break;
   }
-  if (!ParseNumber(format, pos, &spec->width)) return false;
+  if (!ParseNumber(format, pos, &field->width)) return false;
   if (*pos < format.size() && format[*pos] == L'.') {
     ++*pos;
     size_t precision = 0;
     if (!ParseNumber(format, pos, &precision)) return false;
-    spec->precision = precision;
+    field->precision = precision;
   }
   const std::wstring_view rest = format.substr(*pos);
   if (rest.starts_with(L"I64") || rest.starts_with(L"I32")) {
@@ -66,15 +66,15 @@ bool ParseSpec(std::wstring_view format, size_t* pos, Spec* spec) {
     }
   }
   if (*pos >= format.size()) return false;
-  spec->conversion = format[(*pos)++];
+  field->conversion = format[(*pos)++];
   return true;
 }
 
-void Pad(const Spec& spec, std::wstring_view body, std::wstring* out) {
-  const size_t fill = spec.width > body.size() ? spec.width - body.size() : 0;
-  if (!spec.left) out->append(fill, L' ');
+void Pad(const FieldFormat& field, std::wstring_view body, std::wstring* out) {
+  const size_t fill = field.width > body.size() ? field.width - body.size() : 0;
+  if (!field.left) out->append(fill, L' ');
   out->append(body);
-  if (spec.left) out->append(fill, L' ');
+  if (field.left) out->append(fill, L' ');
 }
 
 std::wstring Digits(uint64_t value, unsigned base, bool upper) {
@@ -87,11 +87,11 @@ std::wstring Digits(uint64_t value, unsigned base, bool upper) {
   return text;
 }
 
-bool FormatInteger(const Spec& spec, const FormatArg& arg, std::wstring* out) {
+bool FormatInteger(const FieldFormat& field, const FormatArg& arg, std::wstring* out) {
   if (arg.kind() != FormatArg::Kind::kSigned && arg.kind() != FormatArg::Kind::kUnsigned) {
     return false;
   }
-  const wchar_t c = spec.conversion;
+  const wchar_t c = field.conversion;
   const bool is_decimal_signed = c == L'd' || c == L'i';
   std::wstring sign;
   uint64_t magnitude = 0;
@@ -103,30 +103,30 @@ bool FormatInteger(const Spec& spec, const FormatArg& arg, std::wstring* out) {
     magnitude = arg.as_unsigned();
   }
   if (is_decimal_signed && sign.empty()) {
-    if (spec.plus)
+    if (field.plus)
       sign = L"+";
-    else if (spec.space)
+    else if (field.space)
       sign = L" ";
   }
   const unsigned base = (c == L'x' || c == L'X') ? 16 : c == L'o' ? 8 : 10;
   std::wstring digits = Digits(magnitude, base, c == L'X');
-  if (spec.precision) {
-    if (*spec.precision == 0 && magnitude == 0) digits.clear();
-    if (digits.size() < *spec.precision) digits.insert(0, *spec.precision - digits.size(), L'0');
+  if (field.precision) {
+    if (*field.precision == 0 && magnitude == 0) digits.clear();
+    if (digits.size() < *field.precision) digits.insert(0, *field.precision - digits.size(), L'0');
   }
   std::wstring prefix = sign;
-  if (spec.alternate && magnitude != 0 && base == 16) prefix += c == L'X' ? L"0X" : L"0x";
-  if (spec.alternate && base == 8 && (digits.empty() || digits[0] != L'0'))
+  if (field.alternate && magnitude != 0 && base == 16) prefix += c == L'X' ? L"0X" : L"0x";
+  if (field.alternate && base == 8 && (digits.empty() || digits[0] != L'0'))
     digits.insert(0, 1, L'0');
-  if (spec.zero && !spec.left && !spec.precision) {
+  if (field.zero && !field.left && !field.precision) {
     const size_t used = prefix.size() + digits.size();
-    if (spec.width > used) digits.insert(0, spec.width - used, L'0');
+    if (field.width > used) digits.insert(0, field.width - used, L'0');
   }
-  Pad(spec, prefix + digits, out);
+  Pad(field, prefix + digits, out);
   return true;
 }
 
-bool FormatText(const Spec& spec, const FormatArg& arg, std::wstring* out) {
+bool FormatText(const FieldFormat& field, const FormatArg& arg, std::wstring* out) {
   std::wstring text;
   if (arg.kind() == FormatArg::Kind::kWide) {
     text = arg.is_null() ? L"(null)" : std::wstring(arg.wide());
@@ -135,18 +135,18 @@ bool FormatText(const Spec& spec, const FormatArg& arg, std::wstring* out) {
   } else {
     return false;
   }
-  if (spec.precision && text.size() > *spec.precision) text.resize(*spec.precision);
-  Pad(spec, text, out);
+  if (field.precision && text.size() > *field.precision) text.resize(*field.precision);
+  Pad(field, text, out);
   return true;
 }
 
-bool FormatCharacter(const Spec& spec, const FormatArg& arg, std::wstring* out) {
+bool FormatCharacter(const FieldFormat& field, const FormatArg& arg, std::wstring* out) {
   if (arg.kind() != FormatArg::Kind::kSigned && arg.kind() != FormatArg::Kind::kUnsigned) {
     return false;
   }
   const uint64_t value = arg.as_unsigned();
   if (value == 0 || value > 0x10FFFF) return false;
-  Pad(spec, std::wstring(1, static_cast<wchar_t>(value)), out);
+  Pad(field, std::wstring(1, static_cast<wchar_t>(value)), out);
   return true;
 }
 
@@ -163,30 +163,30 @@ std::optional<std::wstring> FormatMessageText(std::wstring_view format,
     out.append(format.substr(pos, percent - pos));
     if (percent == std::wstring_view::npos) break;
     pos = percent + 1;
-    Spec spec;
-    if (!ParseSpec(format, &pos, &spec)) return std::nullopt;
-    if (spec.conversion == L'%') {
+    FieldFormat field;
+    if (!ParseFieldFormat(format, &pos, &field)) return std::nullopt;
+    if (field.conversion == L'%') {
       out += L'%';
       continue;
     }
     if (next_arg >= args.size()) return std::nullopt;
     const FormatArg& arg = args[next_arg++];
     bool ok = false;
-    switch (spec.conversion) {
+    switch (field.conversion) {
       case L'd':
       case L'i':
       case L'u':
       case L'x':
       case L'X':
       case L'o':
-        ok = FormatInteger(spec, arg, &out);
+        ok = FormatInteger(field, arg, &out);
         break;
       case L's':
       case L'S':
-        ok = FormatText(spec, arg, &out);
+        ok = FormatText(field, arg, &out);
         break;
       case L'c':
-        ok = FormatCharacter(spec, arg, &out);
+        ok = FormatCharacter(field, arg, &out);
         break;
       default:
         ok = false;

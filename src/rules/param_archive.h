@@ -112,7 +112,7 @@ class CParamArchive {
   void Finish() const;
 
   const std::vector<NamedParam>& saved() const { return params_; }
-  const std::vector<ParamSpec>& specs() const { return specs_; }
+  const std::vector<ParamSpec>& described() const { return specs_; }
 
  private:
   explicit CParamArchive(Mode mode) : mode_(mode) {}

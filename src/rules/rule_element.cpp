@@ -70,7 +70,7 @@ std::vector<NamedParam> CRuleElement::NamedParameters() const {
 std::vector<ParamSpec> CRuleElement::DescribeParameters() const {
   CParamArchive archive = CParamArchive::ForDescribe();
   const_cast<CRuleElement*>(this)->ExchangeNamedParameters(archive);
-  return archive.specs();
+  return archive.described();
 }
 
 void CRuleElement::ExchangeFields(CFieldArchive& /*archive*/, BYTE /*version*/) {}

@@ -169,8 +169,8 @@ TEST(MemoryStream, TransactionsAndLocks) {
   ULARGE_INTEGER offset{}, size{};
   EXPECT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
   EXPECT_EQ(stream->Revert(), S_OK);
-  EXPECT_EQ(stream->LockRegion(offset, size, LOCK_WRITE), STG_E_INVALIDFUNCTION);
-  EXPECT_EQ(stream->UnlockRegion(offset, size, LOCK_WRITE), STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(stream->LockRegion(offset, size, kLockTypeWrite), STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(stream->UnlockRegion(offset, size, kLockTypeWrite), STG_E_INVALIDFUNCTION);
 }
 
 TEST(MemoryStream, AnswersSequentialStreamAndNullPointers) {

@@ -328,11 +328,11 @@ TEST(YamlRuleSetTest, DescribesElementsAndTheirParameters) {
   test::CFakeAction action(test::FakeActionKind(0));
   action.SetOnFailure(CActionErrorMode::Abort);
   EXPECT_EQ(action.Description(), L"Action.FakeA (result: done, on-failure: abort)");
-  const std::vector<ParamSpec> specs = action.DescribeParameters();
-  ASSERT_EQ(specs.size(), 2u);
-  EXPECT_EQ(specs[1].name, L"on-failure");
-  EXPECT_EQ(specs[1].type, ParamType::Choice);
-  EXPECT_EQ(specs[1].values, L"one of ignore, skip-actions, skip-rules, abort");
+  const std::vector<ParamSpec> described = action.DescribeParameters();
+  ASSERT_EQ(described.size(), 2u);
+  EXPECT_EQ(described[1].name, L"on-failure");
+  EXPECT_EQ(described[1].type, ParamType::Choice);
+  EXPECT_EQ(described[1].values, L"one of ignore, skip-actions, skip-rules, abort");
 }
 
 }  // namespace

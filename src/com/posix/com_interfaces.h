@@ -39,7 +39,11 @@ struct IEnumVARIANT : public IUnknown {
 enum STREAM_SEEK : DWORD { STREAM_SEEK_SET = 0, STREAM_SEEK_CUR = 1, STREAM_SEEK_END = 2 };
 enum STATFLAG : DWORD { STATFLAG_DEFAULT = 0, STATFLAG_NONAME = 1, STATFLAG_NOOPEN = 2 };
 enum STGTY : DWORD { STGTY_STORAGE = 1, STGTY_STREAM = 2, STGTY_LOCKBYTES = 3, STGTY_PROPERTY = 4 };
-enum LOCKTYPE : DWORD { LOCK_WRITE = 1, LOCK_EXCLUSIVE = 2, LOCK_ONLYONCE = 4 };
+// The C library's <fcntl.h> defines LOCK_WRITE as a macro of its own (mandatory locking), so
+// these names are not enumerators here: an enumerator would break whichever include comes first.
+inline constexpr DWORD kLockTypeWrite = 1;
+inline constexpr DWORD kLockTypeExclusive = 2;
+inline constexpr DWORD kLockTypeOnlyOnce = 4;
 enum STGC : DWORD { STGC_DEFAULT = 0, STGC_OVERWRITE = 1, STGC_ONLYIFCURRENT = 2 };
 
 #define STGM_READ 0x00000000L

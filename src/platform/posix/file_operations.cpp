@@ -460,7 +460,7 @@ HRESULT SetFileTimesOf(std::wstring_view path, const FILETIME* lastAccess,
   // 100-ns ticks between 1601-01-01 and 1970-01-01.
   constexpr int64_t kEpochTicks = 116444736000000000LL;
   auto toTimespec = [](const FILETIME* time) {
-    struct timespec spec {
+    struct timespec stamp {
       0, UTIME_OMIT
     };
     if (time != nullptr) {
@@ -474,10 +474,10 @@ HRESULT SetFileTimesOf(std::wstring_view path, const FILETIME* lastAccess,
         rest += 10000000;
         --seconds;
       }
-      spec.tv_sec = static_cast<time_t>(seconds);
-      spec.tv_nsec = static_cast<long>(rest * 100);
+      stamp.tv_sec = static_cast<time_t>(seconds);
+      stamp.tv_nsec = static_cast<long>(rest * 100);
     }
-    return spec;
+    return stamp;
   };
   const struct timespec times[2] = {toTimespec(lastAccess), toTimespec(lastWrite)};
   const std::string native = ToUtf8(path);
