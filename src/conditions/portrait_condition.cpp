@@ -1,0 +1,26 @@
+// The "Portrait" condition.
+#include "conditions/portrait_condition.h"
+
+#include "conditions/record_value.h"
+
+namespace lmk {
+
+CPortraitCondition::CPortraitCondition()
+    : CFlagCondition(ProductKind(ElementFamily::Condition, L"Portrait"), L"portrait") {}
+
+std::wstring CPortraitCondition::Description() const {
+  return Sentence(
+      Pick(L"the image is in portrait orientation", L"the image is not in portrait orientation"));
+}
+
+HRESULT CPortraitCondition::Test(IDictionary& record) const {
+  static const Bstr kWidth(L"Image.NativeWidth");
+  static const Bstr kHeight(L"Image.NativeHeight");
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  LMK_RETURN_IF_FAILED(GetRecordInt(record, kWidth, &width));
+  LMK_RETURN_IF_FAILED(GetRecordInt(record, kHeight, &height));
+  return Answer(height > width);
+}
+
+}  // namespace lmk
