@@ -1,0 +1,118 @@
+#!/bin/sh
+# Compares `lumarko apply` with exiftool on the same generated pictures: move by date taken
+# into year/month folders, copy by date, rename by date; with a read-and-rename loop over a
+# precomputed list (the floor) and `cp -r` of the tree for reference. Prints files per second
+# and the ratios. A measurement, not a test: run it on a quiet machine.
+#
+#   LUMARKO=build/release/bin/lumarko bench/compare_exiftool.sh [N=5000] [WORK_DIR]
+set -eu
+
+here=$(cd "$(dirname "$0")" && pwd)
+count=${1:-5000}
+work=${2:-$(mktemp -d "${TMPDIR:-/tmp}/lumarko-bench.XXXXXX")}
+lumarko=${LUMARKO:-lumarko}
+
+command -v exiftool >/dev/null 2>&1 || { echo "compare_exiftool.sh: exiftool is missing" >&2; exit 1; }
+command -v "$lumarko" >/dev/null 2>&1 || [ -x "$lumarko" ] ||
+  { echo "compare_exiftool.sh: set LUMARKO to the lumarko command" >&2; exit 1; }
+mkdir -p "$work"
+work=$(cd "$work" && pwd)
+export LUMARKO_CONFIG_DIR="$work/config"
+
+pictures="$work/pictures"
+if [ ! -d "$pictures" ]; then
+  "$here/make_pictures.sh" "$pictures" "$count" >/dev/null
+fi
+files=$(find "$pictures" -maxdepth 1 -type f -name '*.jpg' | wc -l)
+
+now() { date +%s.%N; }
+# rate NAME START END: prints and remembers files per second of one measurement.
+rate() {
+  r=$(awk -v n="$files" -v s="$2" -v e="$3" 'BEGIN { t = e - s; printf "%.0f", (t > 0 ? n / t : 0) }')
+  printf '%-28s %8s files/s\n' "$1" "$r"
+  eval "rate_$4=$r"
+}
+# fresh: an untouched copy of the pictures (not timed), and an empty output folder.
+fresh() {
+  rm -rf "$work/in" "$work/out"
+  cp -r "$pictures" "$work/in"
+  mkdir -p "$work/out"
+  sync
+}
+rules() {
+  cat >"$work/rules.yaml" <<YAML
+rules:
+  - name: bench
+    actions:
+      - $1
+YAML
+}
+apply() { "$lumarko" apply "$work/rules.yaml" "$work/in" --mode all >/dev/null; }
+
+echo "$files pictures in $pictures"
+
+fresh
+rules "Action.Move: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
+s=$(now); apply; e=$(now); rate "lumarko move by date" "$s" "$e" lmove
+fresh
+s=$(now); exiftool -q -q '-Directory<DateTimeOriginal' -d "$work/out/%Y/%m" "$work/in"; e=$(now)
+rate "exiftool move by date" "$s" "$e" xmove
+
+fresh
+rules "Action.Copy: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
+s=$(now); apply; e=$(now); rate "lumarko copy by date" "$s" "$e" lcopy
+fresh
+s=$(now); exiftool -q -q -o . '-Directory<DateTimeOriginal' -d "$work/out/%Y/%m" "$work/in"; e=$(now)
+rate "exiftool copy by date" "$s" "$e" xcopy
+
+fresh
+rules "Action.Rename: { template: \"{DateTaken:6}_{DateTaken:11}_{FileName}\" }"
+s=$(now); apply; e=$(now); rate "lumarko rename by date" "$s" "$e" lrename
+fresh
+s=$(now); exiftool -q -q '-FileName<DateTimeOriginal' -d '%Y%m%d_%H%M%S_%%f.%%e' "$work/in"; e=$(now)
+rate "exiftool rename by date" "$s" "$e" xrename
+
+# The floor: read the first 64 KiB of each file and rename it, names computed beforehand.
+fresh
+cat >"$work/floor.c" <<'C'
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+int main(int argc, char** argv) {
+  static char buffer[65536], line[8192];
+  FILE* list = fopen(argv[1], "r");
+  if (list == NULL) return 1;
+  while (fgets(line, sizeof line, list) != NULL) {
+    line[strcspn(line, "\n")] = 0;
+    char* to = strchr(line, '\t');
+    if (to == NULL) continue;
+    *to++ = 0;
+    int fd = open(line, O_RDONLY);
+    if (fd < 0 || read(fd, buffer, sizeof buffer) < 0) return 1;
+    close(fd);
+    if (rename(line, to) != 0) return 1;
+  }
+  return 0;
+}
+C
+find "$work/in" -maxdepth 1 -type f -name '*.jpg' | awk '{ print $0 "\t" $0 ".renamed" }' >"$work/list"
+if cc -O2 -o "$work/floor" "$work/floor.c" 2>/dev/null; then
+  s=$(now); "$work/floor" "$work/list"; e=$(now); rate "read-and-rename floor" "$s" "$e" floor
+else
+  echo "no C compiler: the floor is not measured"; rate_floor=0
+fi
+
+fresh
+s=$(now); cp -r "$work/in" "$work/out/tree"; sync; e=$(now); rate "cp -r of the tree" "$s" "$e" cp
+
+echo
+awk -v lm="$rate_lmove" -v xm="$rate_xmove" -v lc="$rate_lcopy" -v xc="$rate_xcopy" \
+    -v lr="$rate_lrename" -v xr="$rate_xrename" -v fl="$rate_floor" -v cp="$rate_cp" 'BEGIN {
+  printf "move:   %.1f x exiftool (target >= 50), floor / lumarko %.1f (target <= 5)\n",
+         (xm > 0 ? lm / xm : 0), (lm > 0 ? fl / lm : 0)
+  printf "copy:   %.1f x exiftool (target >= 10), cp -r / lumarko %.2f (target <= 1.5)\n",
+         (xc > 0 ? lc / xc : 0), (lc > 0 ? cp / lc : 0)
+  printf "rename: %.1f x exiftool (target >= 50)\n", (xr > 0 ? lr / xr : 0)
+}'
+rm -rf "$work/in" "$work/out"

@@ -1,0 +1,41 @@
+// Finding the sidecar and audio files of an image.
+#include "actions/companion_files.h"
+
+#include <cwctype>
+
+#include "platform/file_system.h"
+
+namespace lmk {
+
+std::optional<CompanionFile> FindCompanion(std::wstring_view imagePath, std::wstring_view pathNoExt,
+                                           std::wstring_view extension) {
+  if (pathNoExt.empty() || extension.empty()) return std::nullopt;
+  std::wstring upper(extension);
+  for (wchar_t& c : upper) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+  const std::wstring_view imageExtension =
+      imagePath.starts_with(pathNoExt) ? imagePath.substr(pathNoExt.size()) : std::wstring_view();
+  const std::wstring suffixes[] = {std::wstring(extension), upper,
+                                   std::wstring(imageExtension) + std::wstring(extension)};
+  for (const std::wstring& suffix : suffixes) {
+    // The image itself is never its own companion (an ".xmp" image with an XMP suffix).
+    if (suffix == imageExtension) continue;
+    std::wstring path(pathNoExt);
+    path += suffix;
+    if (FileExists(path)) return CompanionFile{std::move(path), suffix};
+  }
+  return std::nullopt;
+}
+
+std::vector<CompanionFile> FindCompanions(std::wstring_view imagePath, std::wstring_view pathNoExt,
+                                          DWORD flags) {
+  std::vector<CompanionFile> found;
+  if ((flags & kCompanionXmp) != 0) {
+    if (auto xmp = FindCompanion(imagePath, pathNoExt, L".xmp")) found.push_back(std::move(*xmp));
+  }
+  if ((flags & kCompanionWav) != 0) {
+    if (auto wav = FindCompanion(imagePath, pathNoExt, L".wav")) found.push_back(std::move(*wav));
+  }
+  return found;
+}
+
+}  // namespace lmk

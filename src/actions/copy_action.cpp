@@ -1,0 +1,32 @@
+// The "Copy" action.
+#include "actions/copy_action.h"
+
+#include "actions/action_texts.h"
+#include "actions/copy_verification.h"
+#include "actions/volume_lock_use.h"
+#include "platform/file_operations.h"
+
+namespace lmk {
+
+CCopyAction::CCopyAction() : CTransferAction(ProductKind(ElementFamily::Action, L"Copy")) {}
+
+std::wstring_view CCopyAction::AnnounceText(bool renamed) const {
+  return renamed ? action_text::kCopyingRenamed : action_text::kCopying;
+}
+
+std::wstring_view CCopyAction::FailureText() const { return action_text::kCannotCopy; }
+
+HRESULT CCopyAction::BeginTransfers(std::wstring_view /*source*/, std::wstring_view folder,
+                                    TransferSession* session) const {
+  // A copy always writes a whole file to the destination device.
+  return LockVolumeOf(folder, &session->lock);
+}
+
+HRESULT CCopyAction::TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
+                                  TransferSession& /*session*/, std::wstring* failure) const {
+  LMK_RETURN_IF_FAILED(CopyFileTo(source, target, !replace));
+  if (!Option(kTransferVerify)) return S_OK;
+  return VerifyCopy(source, target, failure);
+}
+
+}  // namespace lmk

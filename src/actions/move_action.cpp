@@ -1,0 +1,66 @@
+// The "Move" action.
+#include "actions/move_action.h"
+
+#include "actions/action_failure.h"
+#include "actions/action_record.h"
+#include "actions/action_texts.h"
+#include "actions/copy_verification.h"
+#include "actions/volume_lock_use.h"
+#include "com/com_error.h"
+#include "platform/file_operations.h"
+
+namespace lmk {
+
+CMoveAction::CMoveAction() : CTransferAction(ProductKind(ElementFamily::Action, L"Move")) {}
+
+std::wstring_view CMoveAction::AnnounceText(bool renamed) const {
+  return renamed ? action_text::kMovingRenamed : action_text::kMoving;
+}
+
+std::wstring_view CMoveAction::FailureText() const { return action_text::kCannotMove; }
+
+HRESULT CMoveAction::BeginTransfers(std::wstring_view source, std::wstring_view folder,
+                                    TransferSession* session) const {
+  // A rename within one volume moves no data and never waits for the device.
+  session->crossVolume = !OnSameVolume(source, folder);
+  if (!session->crossVolume) return S_OK;
+  return LockVolumeOf(folder, &session->lock);
+}
+
+HRESULT CMoveAction::CopyVerifyDelete(std::wstring_view source, std::wstring_view target,
+                                      bool replace, std::wstring* failure) const {
+  LMK_RETURN_IF_FAILED(CopyFileTo(source, target, !replace));
+  // Files that differ stay both: the copy for inspection, the source untouched.
+  LMK_RETURN_IF_FAILED(VerifyCopy(source, target, failure));
+  DWORD attributes = 0;
+  if (SUCCEEDED(GetFileAttributesOf(source, &attributes)) &&
+      (attributes & kFileAttributeReadOnly) != 0) {
+    // A read-only file moves like any other; only the removal of its source needs the bit off.
+    (void)SetFileAttributesOf(source, attributes & ~kFileAttributeReadOnly);
+  }
+  return DeleteFileAt(source);
+}
+
+HRESULT CMoveAction::TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
+                                  TransferSession& session, std::wstring* failure) const {
+  const DWORD replaceFlag = replace ? kMoveReplaceExisting : 0;
+  if (!session.crossVolume) {
+    const HRESULT hr = MoveFileTo(source, target, replaceFlag);
+    if (hr != HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE)) return hr;
+    // One device seen through two mounts still refuses a rename: move as across volumes.
+    TakeErrorDescription();
+    session.crossVolume = true;
+    if (!session.lock.held()) LMK_RETURN_IF_FAILED(LockVolumeOf(target, &session.lock));
+  }
+  if (Option(kTransferVerify)) return CopyVerifyDelete(source, target, replace, failure);
+  return MoveFileTo(source, target, kMoveCopyAllowed | replaceFlag);
+}
+
+HRESULT CMoveAction::AfterImage(IDictionary& record, std::wstring_view source,
+                                std::wstring_view target) const {
+  LMK_RETURN_IF_FAILED(UpdateFilePath(record, target));
+  TellHostRenamed(record, source, target);
+  return S_OK;
+}
+
+}  // namespace lmk

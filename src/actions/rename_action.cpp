@@ -1,0 +1,117 @@
+// The "Rename" action.
+#include "actions/rename_action.h"
+
+#include "actions/action_failure.h"
+#include "actions/action_path.h"
+#include "actions/action_record.h"
+#include "actions/companion_words.h"
+#include "actions/template_syntax.h"
+#include "com/com_error.h"
+#include "platform/usage_counter.h"
+#include "templates/template_expander.h"
+
+namespace lmk {
+
+CRenameAction::CRenameAction() : CAction(ProductKind(ElementFamily::Action, L"Rename")) {
+  SetFlags(kCompanionXmp | kCompanionWav);
+}
+
+void CRenameAction::ExchangeFields(CFieldArchive& archive, BYTE /*version*/) {
+  archive.Text(template_);
+}
+
+void CRenameAction::ExchangeParameters(CParamArchive& archive) {
+  archive.Text(L"template", template_);
+  std::uint32_t flags = Flags();
+  archive.FlagBit(L"overwrite", flags, kRenameOverwrite);
+  ExchangeCompanions(archive, flags);
+  SetFlags(flags);
+}
+
+bool CRenameAction::IsValid(std::wstring* reason) const {
+  std::wstring why;
+  if (TrimWhiteSpace(template_).empty()) {
+    why =
+        L"template: the renaming template is missing; give one, such as "
+        L"\"{DateTaken:6}_{FileName}\"";
+  } else if (CheckTemplateSyntax(template_, &why)) {
+    return true;
+  } else {
+    why = L"template: " + why;
+  }
+  if (reason != nullptr) *reason = std::move(why);
+  return false;
+}
+
+std::wstring CRenameAction::Description() const {
+  std::wstring text = L"Rename the image using \"" + template_ + L"\"";
+  text += Option(kRenameOverwrite) ? L", overwriting existing files"
+                                   : L", without overwriting existing files";
+  text += CompanionPhrase(Flags());
+  text += L'.';
+  return text;
+}
+
+HRESULT CRenameAction::Execute(IDictionary* record) const {
+  if (record == nullptr) return E_INVALIDARG;
+  try {
+    return ExecuteFrame(*record);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
+  constexpr PathStyle kStyle = kNativePathStyle;
+  unsigned frame = 0;
+  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
+  if (frame > 0) return S_FALSE;
+  CountUsage(UsageEventName());
+
+  std::wstring oldPath;
+  LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &oldPath));
+  if (oldPath.empty()) return S_FALSE;
+  std::wstring pathNoExt;
+  LMK_RETURN_IF_FAILED(ReadPathNoExt(record, oldPath, &pathNoExt));
+  const std::vector<CompanionFile> companions = FindCompanions(oldPath, pathNoExt, Flags());
+
+  TemplateContext context;
+  std::wstring expanded;
+  LMK_RETURN_IF_FAILED(ExpandTemplate(&record, template_, &expanded, &context));
+  const std::wstring valid = ReplaceInvalidNameCharacters(expanded, kStyle);
+  const std::wstring_view newName = TrimWhiteSpace(valid);
+  // A template that yields nothing leaves the file alone rather than naming it ".jpg".
+  if (newName.empty()) return S_FALSE;
+
+  const std::wstring_view extension = ExtensionOf(oldPath, kStyle);
+  std::wstring newPath(FolderOf(oldPath, kStyle));
+  if (!newPath.empty() && !IsSeparator(newPath.back(), kStyle)) {
+    newPath += PreferredSeparator(kStyle);
+  }
+  const std::size_t newNoExtLength = newPath.size() + newName.size();
+  newPath += newName;
+  newPath += extension;
+  if (newPath == oldPath) return S_OK;
+
+  std::wstring errorText;
+  const HRESULT hr =
+      RenameFile(oldPath, newPath, Option(kRenameOverwrite), template_, &errorText, retry_);
+  if (FAILED(hr)) return ReportFailure(hr, errorText);
+  LMK_RETURN_IF_FAILED(UpdateFilePath(record, newPath));
+  TellHostRenamed(record, oldPath, newPath);
+
+  const std::wstring newNoExt = newPath.substr(0, newNoExtLength);
+  for (const CompanionFile& companion : companions) {
+    errorText.clear();
+    const HRESULT companionHr = RenameFile(companion.path, newNoExt + companion.suffix,
+                                           Option(kRenameOverwrite), template_, &errorText, retry_);
+    if (FAILED(companionHr)) {
+      // The image keeps its new name whatever happens to its sidecar.
+      if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(companionHr, errorText);
+      LogFailure(errorText);
+    }
+  }
+  return S_OK;
+}
+
+}  // namespace lmk

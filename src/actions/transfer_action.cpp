@@ -1,0 +1,200 @@
+// The steps that copy, move and hard link share.
+#include "actions/transfer_action.h"
+
+#include "actions/action_failure.h"
+#include "actions/action_path.h"
+#include "actions/action_record.h"
+#include "actions/action_texts.h"
+#include "actions/companion_words.h"
+#include "actions/template_syntax.h"
+#include "actions/transfer_destination.h"
+#include "com/com_error.h"
+#include "platform/event_log_writer.h"
+#include "platform/file_operations.h"
+#include "platform/file_system.h"
+#include "platform/usage_counter.h"
+
+namespace lmk {
+namespace {
+
+constexpr HRESULT kFileExistsHr = HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
+
+// Gives the owner write permission back, so that a read-only target can be replaced.
+void ClearReadOnly(std::wstring_view path) {
+  DWORD attributes = 0;
+  if (SUCCEEDED(GetFileAttributesOf(path, &attributes)) &&
+      (attributes & kFileAttributeReadOnly) != 0) {
+    (void)SetFileAttributesOf(path, attributes & ~kFileAttributeReadOnly);
+  }
+}
+
+std::wstring FileExistsMessage(std::wstring_view target) {
+  return FormatActionText(action_text::kFileExists, target) + L" (" + FormatHresult(kFileExistsHr) +
+         L")";
+}
+
+}  // namespace
+
+CTransferAction::CTransferAction(const ElementKind& kind) : CAction(kind) {
+  SetFlags(kCompanionXmp | kCompanionWav);
+}
+
+void CTransferAction::ExchangeFields(CFieldArchive& archive, BYTE /*version*/) {
+  archive.Text(destination_);
+  archive.Text(renameTemplate_);
+}
+
+void CTransferAction::ExchangeParameters(CParamArchive& archive) {
+  archive.Text(L"destination", destination_);
+  archive.Text(L"rename", renameTemplate_);
+  std::uint32_t flags = Flags();
+  archive.FlagBit(L"preserve-hierarchy", flags, kTransferPreserveHierarchy);
+  archive.FlagBit(L"overwrite", flags, kTransferOverwrite);
+  if (Verifies()) archive.FlagBit(L"verify", flags, kTransferVerify);
+  ExchangeCompanions(archive, flags);
+  SetFlags(flags);
+}
+
+bool CTransferAction::IsValid(std::wstring* reason) const {
+  const auto refuse = [reason](std::wstring why) {
+    if (reason != nullptr) *reason = std::move(why);
+    return false;
+  };
+  if (TrimWhiteSpace(destination_).empty()) {
+    return refuse(
+        L"destination: the destination folder is missing; give one, such as "
+        L"\"Sorted/{DateTaken:Year}/{DateTaken:Month0}\"");
+  }
+  std::wstring why;
+  if (!CheckTemplateSyntax(destination_, &why)) return refuse(L"destination: " + why);
+  if (!renameTemplate_.empty()) {
+    if (!CheckTemplateSyntax(renameTemplate_, &why)) return refuse(L"rename: " + why);
+    CRenamingTemplateStore store;
+    std::wstring text;
+    // A store that cannot be read is reported when the action runs, where the error is seen.
+    if (ResolveRenamingTemplate(store, renameTemplate_, &text) == S_FALSE) {
+      return refuse(L"rename: " + FormatActionText(action_text::kUnknownTemplate, renameTemplate_));
+    }
+  }
+  return true;
+}
+
+std::wstring CTransferAction::Description() const {
+  std::wstring text(Verb());
+  text += L" the image to \"" + destination_ + L"\"";
+  if (!renameTemplate_.empty()) text += L", renamed using \"" + renameTemplate_ + L"\"";
+  text += Option(kTransferPreserveHierarchy) ? L", preserving the folder hierarchy"
+                                             : L", flattening the folder hierarchy";
+  text += Option(kTransferOverwrite) ? L", overwriting existing files"
+                                     : L", without overwriting existing files";
+  text += CompanionPhrase(Flags());
+  if (Verifies() && Option(kTransferVerify)) text += L", checking the copy's integrity";
+  text += L'.';
+  return text;
+}
+
+HRESULT CTransferAction::AfterImage(IDictionary& /*record*/, std::wstring_view /*source*/,
+                                    std::wstring_view /*target*/) const {
+  return S_OK;
+}
+
+HRESULT CTransferAction::Execute(IDictionary* record) const {
+  if (record == nullptr) return E_INVALIDARG;
+  try {
+    return ExecuteFrame(*record);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstring_view target,
+                                           TransferSession& session, std::wstring* failure) const {
+  const bool overwrite = Option(kTransferOverwrite);
+  if (!overwrite && FileExists(target)) {
+    *failure = FileExistsMessage(target);
+    return kFileExistsHr;
+  }
+  HRESULT hr = TransferFile(source, target, false, session, failure);
+  if (hr == kFileExistsHr && overwrite) {
+    TakeErrorDescription();
+    failure->clear();
+    ClearReadOnly(target);
+    hr = TransferFile(source, target, true, session, failure);
+  }
+  if (FAILED(hr)) {
+    // The platform's own description is replaced by the action's text, which names both files.
+    TakeErrorDescription();
+    if (hr == kFileExistsHr) {
+      *failure = FileExistsMessage(target);
+    } else if (failure->empty()) {
+      *failure = FailureMessage(FormatActionText(FailureText(), source, target), hr);
+    }
+  }
+  return hr;
+}
+
+HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
+  unsigned frame = 0;
+  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
+  // Only the first frame of a multi-frame file is transferred: the file is one file.
+  if (frame > 0) return S_FALSE;
+  CountUsage(UsageEventName());
+
+  std::wstring source;
+  LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &source));
+  if (source.empty()) return S_FALSE;
+  std::wstring pathNoExt;
+  LMK_RETURN_IF_FAILED(ReadPathNoExt(record, source, &pathNoExt));
+
+  CRenamingTemplateStore store;
+  TemplateContext context;
+  TransferTarget target;
+  std::wstring failure;
+  const DestinationSettings settings{destination_, renameTemplate_,
+                                     Option(kTransferPreserveHierarchy)};
+  HRESULT hr = PlanTransfer(record, source, settings, store, context, &target, &failure);
+  if (FAILED(hr)) return ReportFailure(hr, failure.empty() ? FailureMessage(L"", hr) : failure);
+
+  if (renameTemplate_.empty()) {
+    LogEvent(kEventLevelInformation, AnnounceText(false), source, target.folder);
+  } else {
+    LogEvent(kEventLevelInformation, AnnounceText(true), source, target.folder, renameTemplate_);
+  }
+
+  hr = CreateDirectories(target.folder);
+  if (FAILED(hr)) {
+    TakeErrorDescription();
+    return ReportFailure(
+        hr, FailureMessage(FormatActionText(action_text::kCannotCreateFolder, target.folder), hr));
+  }
+  // A file that already stands where it is to be moved is done (a rule set run twice).
+  if (AlreadyDone(source, target.path)) return S_OK;
+
+  // Companions are looked up before the image goes: they are found beside it.
+  const std::vector<CompanionFile> companions = FindCompanions(source, pathNoExt, Flags());
+
+  TransferSession session;
+  hr = BeginTransfers(source, target.folder, &session);
+  if (FAILED(hr)) {
+    return ReportFailure(hr,
+                         FailureMessage(FormatActionText(FailureText(), source, target.path), hr));
+  }
+  hr = TransferWithRetry(source, target.path, session, &failure);
+  if (FAILED(hr)) return ReportFailure(hr, failure);
+  LMK_RETURN_IF_FAILED(AfterImage(record, source, target.path));
+
+  std::wstring targetNoExt = target.path.substr(0, target.path.size() - target.extension.size());
+  for (const CompanionFile& companion : companions) {
+    const std::wstring companionTarget = targetNoExt + companion.suffix;
+    failure.clear();
+    hr = TransferWithRetry(companion.path, companionTarget, session, &failure);
+    if (FAILED(hr)) {
+      // What was done to the image stands; the policy decides whether the rule goes on.
+      if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, failure);
+      LogFailure(failure);
+    }
+  }
+  return S_OK;
+}
+
+}  // namespace lmk

@@ -1,0 +1,47 @@
+// Where copy, move and link put an image: the destination folder template expanded and made
+// valid, resolved against the image's folder or the images folder, the folder hierarchy kept
+// when asked, and the new name from a named renaming template.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "actions/renaming_template_store.h"
+#include "com/com.h"
+#include "dictionary/idictionary.h"
+#include "templates/template_context.h"
+
+namespace lmk {
+
+/// The parameters that decide the destination.
+struct DestinationSettings {
+  std::wstring_view folderTemplate;  ///< e.g. "Best/{DateTaken:Year}"
+  std::wstring_view renameTemplate;  ///< a template's name (or the template itself); empty: keep
+  bool preserveHierarchy = false;
+};
+
+/// Where one image goes.
+struct TransferTarget {
+  std::wstring folder;     ///< the destination folder
+  std::wstring baseName;   ///< the image's name there, without extension
+  std::wstring extension;  ///< the image's own extension, kept
+  std::wstring path;       ///< folder, baseName and extension joined
+};
+
+/// Plans the transfer of the image at source (`File.Name` of record). All templates are
+/// expanded with context, so that one template's `{RegEx:...}` feeds the next one's `{1}`.
+/// S_OK; a failure of the record, the expander or the template store, or
+/// HRESULT_FROM_WIN32(ERROR_NOT_FOUND) for a renaming template that does not exist, with
+/// *failure set to the text that says so.
+[[nodiscard]] HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
+                                   const DestinationSettings& settings,
+                                   CRenamingTemplateStore& store, TemplateContext& context,
+                                   TransferTarget* target, std::wstring* failure);
+
+/// The text of the renaming template settings.renameTemplate names: the stored template of
+/// that name, else the text itself when it holds a '{' (a template written in place). S_OK;
+/// S_FALSE when it is neither; the store's failure.
+[[nodiscard]] HRESULT ResolveRenamingTemplate(CRenamingTemplateStore& store, std::wstring_view name,
+                                              std::wstring* text);
+
+}  // namespace lmk

@@ -1,0 +1,172 @@
+// Shared setup of the file action tests: a temporary folder, files in it, per-file records, a
+// host that remembers the notices it gets, and a run's log kept in memory.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "com/bstr.h"
+#include "com/com.h"
+#include "com/com_error.h"
+#include "com/com_object.h"
+#include "com/com_ptr.h"
+#include "com/variant.h"
+#include "dictionary/idictionary.h"
+#include "platform/event_log_writer.h"
+#include "platform/fake/memory_event_trace_sink.h"
+#include "platform/file_operations.h"
+#include "platform/text_encoding.h"
+#include "shell/lumarko_host.h"
+#include "support/temp_dir.h"
+
+namespace lmk::test {
+
+namespace fs = std::filesystem;
+
+inline fs::path PathOf(const std::wstring& path) { return fs::path(ToUtf8(path)); }
+inline std::wstring WideOf(const fs::path& path) { return FromUtf8(path.string()); }
+
+inline void WriteFile(const fs::path& path, const std::string& content) {
+  fs::create_directories(path.parent_path());
+  std::ofstream out(path, std::ios::binary);
+  out << content;
+}
+
+inline std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+inline void MakeReadOnly(const fs::path& path) {
+  ThrowIfFailed(SetFileAttributesOf(WideOf(path), kFileAttributeReadOnly));
+}
+
+/// A host that only remembers the rename and delete notices.
+class NoticeHost final : public ComObject<NoticeHost, ILumarkoHost> {
+ public:
+  struct Notice {
+    ULONGLONG cookie;
+    std::wstring from;
+    std::wstring to;
+  };
+  std::vector<Notice> renamed;
+  std::vector<Notice> deleted;
+
+  HRESULT STDMETHODCALLTYPE OnFileRenamed(ULONGLONG cookie, LPCWSTR oldPath,
+                                          LPCWSTR newPath) override {
+    std::lock_guard lock(mutex_);
+    renamed.push_back({cookie, oldPath, newPath});
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE OnFileDeleted(ULONGLONG cookie, LPCWSTR path) override {
+    std::lock_guard lock(mutex_);
+    deleted.push_back({cookie, path, L""});
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE IsScanning(BOOL*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetImageCount(ULONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetCurrentIndex(ULONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetLastIndex(ULONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetSessionInfo(FILETIME*, BSTR*, ULONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetSessionKeepCopyIndex(ULONG) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetImagesFolder(BSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetKeepCopyFolder(BSTR*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetCurrentImage(ILumarkoImage**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetFirstImage(ILumarkoImage**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetImageAt(ULONG, ILumarkoImage**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetNextImage(ILumarkoImage*, ILumarkoImage**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE GetNextImageOfRange(ILumarkoImage**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetImageByCookie(ULONGLONG, ILumarkoImage**) override {
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE IsRatingInPlace(BOOL*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetXmpRating(ULONGLONG, SHORT) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetXmpLabel(ULONGLONG, SHORT, SHORT) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG, SHORT) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetLabelNames(DWORD, SHORT, IEnumVARIANT**) override {
+    return E_NOTIMPL;
+  }
+
+ private:
+  std::mutex mutex_;
+};
+
+/// A per-file record for the image at path: the keys the file actions read.
+inline ComPtr<IDictionary> MakeImageRecord(const std::wstring& path,
+                                           const std::wstring& imagesFolder,
+                                           unsigned short frame = 0, IUnknown* host = nullptr,
+                                           const std::wstring& keepCopyFolder = L"") {
+  ComPtr<IDictionary> record;
+  ThrowIfFailed(
+      CreateDictionary(nullptr, IID_IDictionary, reinterpret_cast<void**>(record.GetAddressOf())));
+  const auto put = [&](const wchar_t* key, const Variant& value) {
+    Bstr name(key);
+    ThrowIfFailed(record->put_Value(name.get(), value.ref()));
+  };
+  const std::size_t slash = path.rfind(L'/');
+  const std::size_t dot = path.rfind(L'.');
+  const std::wstring noExt =
+      dot != std::wstring::npos && dot > slash + 1 ? path.substr(0, dot) : path;
+  put(L"File.Name", Variant::String(path));
+  put(L"File.PathNoExt", Variant::String(noExt));
+  put(L"App.ImagesFolder", Variant::String(imagesFolder));
+  put(L"App.KeepCopyFolder", Variant::String(keepCopyFolder));
+  put(L"Misc.FrameNumber", Variant::UI2(frame));
+  put(L"File.InternalCookie", Variant::UI8(77));
+  put(L"File.LastWriteTimeFT", Variant::I8(133542939091230000));
+  put(L"Meta.DateTakenFT", Variant::I8(133542939091230000));  // 2024-03-07 14:05:09 UTC
+  if (host != nullptr) put(L"Plugin.Host", Variant::Unknown(host));
+  return record;
+}
+
+inline std::wstring RecordText(IDictionary* record, const wchar_t* key) {
+  Bstr name(key);
+  Variant value;
+  ThrowIfFailed(record->get_Value(name.get(), &value));
+  ThrowIfFailed(value.ChangeType(VT_BSTR));
+  return value.ref().bstrVal;
+}
+
+/// A run's log in memory, current for the test's lifetime.
+class MemoryLog {
+ public:
+  MemoryLog()
+      : sink_(new fake::MemoryEventTraceSink), writer_(std::unique_ptr<EventTraceSink>(sink_)) {
+    writer_.Open(L"test", L"/nonexistent/test.etl");
+    scope_ = std::make_unique<EventLogWriter::Scope>(writer_);
+  }
+  ~MemoryLog() {
+    scope_.reset();
+    writer_.Close();
+  }
+  std::vector<std::wstring> Texts() const {
+    std::vector<std::wstring> texts;
+    for (const auto& event : sink_->Events()) texts.push_back(event.text.value_or(L""));
+    return texts;
+  }
+  std::vector<std::wstring> TextsAt(BYTE level) const {
+    std::vector<std::wstring> texts;
+    for (const auto& event : sink_->Events()) {
+      if (event.level == level) texts.push_back(event.text.value_or(L""));
+    }
+    return texts;
+  }
+
+ private:
+  fake::MemoryEventTraceSink* sink_;
+  EventLogWriter writer_;
+  std::unique_ptr<EventLogWriter::Scope> scope_;
+};
+
+}  // namespace lmk::test

@@ -1,0 +1,273 @@
+// Rename and delete on real files: the template rules, sidecars, retries of a file held open,
+// read-only files, the host's notices and the removal of emptied folders with its stops.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "actions/action_fixture.h"
+#include "actions/delete_action.h"
+#include "actions/empty_folder_removal.h"
+#include "actions/rename_action.h"
+#include "platform/file_operations.h"
+
+namespace lmk {
+namespace {
+
+using test::MakeImageRecord;
+using test::MemoryLog;
+using test::ReadFile;
+using test::WideOf;
+using test::WriteFile;
+
+constexpr SharingRetry kQuickRetry{15, std::chrono::milliseconds(1)};
+
+struct RenameCase {
+  std::string name;
+  std::wstring file;
+  std::wstring templ;
+  std::wstring expected;  // empty: the file keeps its name
+  HRESULT result = S_OK;
+  unsigned short frame = 0;
+};
+
+std::vector<RenameCase> RenameCases() {
+  return {
+      {"LowerKeepsExtension", L"IMG_1.JPG", L"{Lower{FileName}}", L"img_1.JPG"},
+      {"SeparatorsBecomeTilde", L"a.jpg", L"x/y\\z", L"x~y~z.jpg"},
+      {"WhiteSpaceTrimmed", L"b.jpg", L"  spaced name  ", L"spaced name.jpg"},
+      {"DateTemplate", L"c.nef", L"{DateTaken:19}_{FileName}", L"2024-03-07_c.nef"},
+      {"EmptyExpansionLeavesFile", L"d.jpg", L"{CameraModel}", L"", S_FALSE},
+      {"LaterFrameLeftAlone", L"e.tif", L"new", L"", S_FALSE, 2},
+      {"NonAscii", L"f.jpg", L"\u00e9t\u00e9 {FileName}", L"\u00e9t\u00e9 f.jpg"},
+  };
+}
+
+class RenameTest : public ::testing::TestWithParam<RenameCase> {
+ protected:
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_P(RenameTest, RenamesInPlace) {
+  const RenameCase& c = GetParam();
+  const std::wstring root = WideOf(dir_.path());
+  const std::wstring old = root + L"/" + c.file;
+  WriteFile(test::PathOf(old), "img");
+  ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
+  CRenameAction rename;
+  rename.SetTemplate(c.templ);
+  ComPtr<IDictionary> record = MakeImageRecord(old, root, c.frame, host.Get());
+
+  EXPECT_EQ(rename.Execute(record.Get()), c.result) << ToUtf8(TakeErrorDescription());
+  if (c.expected.empty()) {
+    EXPECT_EQ(ReadFile(test::PathOf(old)), "img");
+    EXPECT_TRUE(host->renamed.empty());
+    return;
+  }
+  const std::wstring renamed = root + L"/" + c.expected;
+  EXPECT_EQ(ReadFile(test::PathOf(renamed)), "img");
+  EXPECT_FALSE(std::filesystem::exists(test::PathOf(old)));
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), renamed);
+  ASSERT_EQ(host->renamed.size(), 1u);
+  EXPECT_EQ(host->renamed[0].to, renamed);
+  EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{L"Renaming \"" + old + L"\" to \"" + renamed +
+                                                    L"\" using template \"" + c.templ + L"\"."});
+}
+
+INSTANTIATE_TEST_SUITE_P(Templates, RenameTest, ::testing::ValuesIn(RenameCases()),
+                         [](const auto& i) { return i.param.name; });
+
+class RenameFilesTest : public ::testing::Test {
+ protected:
+  std::wstring Root() const { return WideOf(dir_.path()); }
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_F(RenameFilesTest, ExistingNameIsKeptWithoutOverwrite) {
+  WriteFile(dir_ / "a.jpg", "a");
+  WriteFile(dir_ / "b.jpg", "b");
+  CRenameAction rename;
+  rename.SetTemplate(L"b");
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/a.jpg", Root());
+  EXPECT_EQ(rename.Execute(record.Get()), HRESULT_FROM_WIN32(ERROR_FILE_EXISTS));
+  EXPECT_EQ(TakeErrorDescription(), L"Cannot rename '" + Root() + L"/a.jpg' to '" + Root() +
+                                        L"/b.jpg'. The file exists. (0x80070050)");
+  EXPECT_EQ(ReadFile(dir_ / "a.jpg"), "a");
+  EXPECT_EQ(ReadFile(dir_ / "b.jpg"), "b");
+
+  rename.SetOption(kRenameOverwrite, true);
+  test::MakeReadOnly(dir_ / "b.jpg");
+  EXPECT_EQ(rename.Execute(record.Get()), S_OK);
+  EXPECT_EQ(ReadFile(dir_ / "b.jpg"), "a");
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "a.jpg"));
+}
+
+TEST_F(RenameFilesTest, SidecarsFollow) {
+  WriteFile(dir_ / "s.cr2", "raw");
+  WriteFile(dir_ / "s.xmp", "xmp");
+  WriteFile(dir_ / "s.WAV", "wav");
+  CRenameAction rename;
+  rename.SetTemplate(L"t");
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/s.cr2", Root());
+  ASSERT_EQ(rename.Execute(record.Get()), S_OK);
+  EXPECT_EQ(ReadFile(dir_ / "t.cr2"), "raw");
+  EXPECT_EQ(ReadFile(dir_ / "t.xmp"), "xmp");
+  EXPECT_EQ(ReadFile(dir_ / "t.WAV"), "wav");
+  EXPECT_EQ(log_.Texts().size(), 3u);
+}
+
+struct RetryCase {
+  std::string name;
+  int sharedAttempts;  // how many first attempts meet a sharing violation
+  HRESULT expected;
+};
+
+class SharingRetryTest : public RenameFilesTest, public ::testing::WithParamInterface<RetryCase> {};
+
+TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
+  WriteFile(dir_ / "held.jpg", "img");
+  int calls = 0;
+  const int shared = GetParam().sharedAttempts;
+  ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
+    if (step != FileStep::kRename) return 0;
+    return ++calls <= shared ? ERROR_SHARING_VIOLATION : 0;
+  });
+  CRenameAction rename;
+  rename.SetTemplate(L"free");
+  rename.SetSharingRetry(kQuickRetry);
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/held.jpg", Root());
+  EXPECT_EQ(rename.Execute(record.Get()), GetParam().expected);
+  TakeErrorDescription();
+  EXPECT_EQ(calls, std::min(shared + 1, 16));
+  EXPECT_EQ(std::filesystem::exists(dir_ / "free.jpg"), SUCCEEDED(GetParam().expected));
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "free.jpg") ||
+              std::filesystem::exists(dir_ / "held.jpg"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Attempts, SharingRetryTest,
+    ::testing::Values(RetryCase{"FreedAfterTwo", 2, S_OK}, RetryCase{"FreedOnLastRetry", 15, S_OK},
+                      RetryCase{"NeverFreed", 100, HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)}),
+    [](const auto& i) { return i.param.name; });
+
+struct DeleteCase {
+  std::string name;
+  bool readOnly;
+  bool readOnlyOption;
+  HRESULT expected;
+};
+
+class PermanentDeleteTest : public ::testing::TestWithParam<DeleteCase> {
+ protected:
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
+  const DeleteCase& c = GetParam();
+  const std::wstring root = WideOf(dir_.path());
+  WriteFile(dir_ / "x.jpg", "img");
+  WriteFile(dir_ / "x.xmp", "xmp");
+  if (c.readOnly) test::MakeReadOnly(dir_ / "x.jpg");
+  ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
+  CDeleteAction action;
+  action.SetOption(kDeleteToTrash, false);
+  action.SetOption(kDeleteReadOnly, c.readOnlyOption);
+  ComPtr<IDictionary> record = MakeImageRecord(root + L"/x.jpg", root, 0, host.Get());
+
+  EXPECT_EQ(action.Execute(record.Get()), c.expected);
+  const bool deleted = SUCCEEDED(c.expected);
+  EXPECT_EQ(std::filesystem::exists(dir_ / "x.jpg"), !deleted);
+  EXPECT_EQ(std::filesystem::exists(dir_ / "x.xmp"), !deleted);
+  EXPECT_EQ(host->deleted.size(), deleted ? 1u : 0u);
+  if (!deleted) {
+    EXPECT_EQ(TakeErrorDescription(),
+              L"Cannot delete '" + root + L"/x.jpg'. Access is denied. (0x80070005)");
+  } else {
+    EXPECT_EQ(log_.Texts(), (std::vector<std::wstring>{L"Deleting \"" + root + L"/x.jpg\".",
+                                                       L"Deleting \"" + root + L"/x.xmp\"."}));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, PermanentDeleteTest,
+                         ::testing::Values(DeleteCase{"Writable", false, false, S_OK},
+                                           DeleteCase{"ReadOnlyRefused", true, false,
+                                                      E_ACCESSDENIED},
+                                           DeleteCase{"ReadOnlyWhenAsked", true, true, S_OK}),
+                         [](const auto& i) { return i.param.name; });
+
+struct ClimbCase {
+  std::string name;
+  std::vector<std::string> others;  // files left in the tree, relative to the root
+  std::string keepCopy;             // relative keep-copy folder, or empty
+  std::vector<std::string> remaining;
+  std::vector<std::string> removed;
+};
+
+std::vector<ClimbCase> ClimbCases() {
+  return {
+      {"UpToTheImagesFolder", {}, "", {"pics"}, {"pics/2024/03", "pics/2024"}},
+      {"StopsAtAFolderInUse", {"pics/2024/other.jpg"}, "", {"pics/2024"}, {"pics/2024/03"}},
+      {"ThumbsDbIsNoContent",
+       {"pics/2024/03/Thumbs.db"},
+       "",
+       {"pics"},
+       {"pics/2024/03", "pics/2024"}},
+      {"StopsAtKeepCopyFolder", {}, "pics/2024", {"pics/2024"}, {"pics/2024/03"}},
+  };
+}
+
+class ClimbTest : public ::testing::TestWithParam<ClimbCase> {
+ protected:
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_P(ClimbTest, RemovesEmptiedFoldersAndStops) {
+  const ClimbCase& c = GetParam();
+  const std::wstring root = WideOf(dir_.path());
+  WriteFile(dir_ / "pics/2024/03/last.jpg", "img");
+  for (const std::string& other : c.others) WriteFile(dir_ / other, "x");
+  CDeleteAction action;
+  action.SetOption(kDeleteToTrash, false);
+  action.SetOption(kDeleteEmptyFolders, true);
+  action.SetSharingRetry(kQuickRetry);
+  ComPtr<IDictionary> record =
+      MakeImageRecord(root + L"/pics/2024/03/last.jpg", root + L"/pics", 0, nullptr,
+                      c.keepCopy.empty() ? L"" : root + L"/" + WideOf(c.keepCopy));
+  ASSERT_EQ(action.Execute(record.Get()), S_OK);
+  for (const std::string& folder : c.remaining) {
+    EXPECT_TRUE(std::filesystem::is_directory(dir_ / folder)) << folder;
+  }
+  for (const std::string& folder : c.removed) {
+    EXPECT_FALSE(std::filesystem::exists(dir_ / folder)) << folder;
+  }
+  const std::vector<std::wstring> texts = log_.Texts();
+  ASSERT_EQ(texts.size(), 1 + c.removed.size());
+  EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(c.removed[0]) + L"\".");
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest, ::testing::ValuesIn(ClimbCases()),
+                         [](const auto& i) { return i.param.name; });
+
+TEST(EmptyFolderClimbTest, NeverTouchesShortPaths) {
+  // "/tmp/x" is 6 characters: the climb stops before it, whatever it holds.
+  EXPECT_EQ(RemoveEmptiedFolders(L"/a/b.jpg", L"", L"", false), 0);
+  EXPECT_EQ(RemoveEmptiedFolders(L"/abcde/b.jpg", L"", L"", false), 0);
+}
+
+TEST(DeleteActionTest, LaterFrameIsNotDeleted) {
+  test::ScopedTempDir dir;
+  WriteFile(dir / "m.tif", "img");
+  CDeleteAction action;
+  action.SetOption(kDeleteToTrash, false);
+  ComPtr<IDictionary> record = MakeImageRecord(WideOf(dir / "m.tif"), WideOf(dir.path()), 2);
+  EXPECT_EQ(action.Execute(record.Get()), S_FALSE);
+  EXPECT_TRUE(std::filesystem::exists(dir / "m.tif"));
+}
+
+}  // namespace
+}  // namespace lmk

@@ -1,0 +1,369 @@
+// Copy, move and hard link on real files: destinations, renaming, overwrite, companions, the
+// log texts, and that no failure ever loses a file.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "actions/action_fixture.h"
+#include "actions/action_path.h"
+#include "actions/copy_action.h"
+#include "actions/link_action.h"
+#include "actions/move_action.h"
+#include "actions/renaming_template_store.h"
+#include "platform/file_operations.h"
+
+namespace lmk {
+namespace {
+
+using test::MakeImageRecord;
+using test::MemoryLog;
+using test::PathOf;
+using test::ReadFile;
+using test::WideOf;
+using test::WriteFile;
+
+enum class Kind { Copy, Move, Link };
+
+std::unique_ptr<CTransferAction> MakeAction(Kind kind) {
+  switch (kind) {
+    case Kind::Copy:
+      return std::make_unique<CCopyAction>();
+    case Kind::Move:
+      return std::make_unique<CMoveAction>();
+    case Kind::Link:
+      return std::make_unique<CLinkAction>();
+  }
+  return nullptr;
+}
+
+struct TransferCase {
+  std::string name;
+  Kind kind;
+  std::wstring destination;
+  std::wstring rename;
+  std::wstring image;     // relative to the images folder
+  std::wstring expected;  // relative to the images folder
+  std::wstring logLine;   // with <root> for the images folder
+  DWORD options = 0;
+};
+
+std::vector<TransferCase> TransferCases() {
+  return {
+      {"CopyByDate", Kind::Copy, L"Sorted/{DateTaken:Year}/{DateTaken:Month0}", L"", L"a/IMG_1.JPG",
+       L"Sorted/2024/03/IMG_1.JPG",
+       L"Copying \"<root>/a/IMG_1.JPG\" to \"<root>/Sorted/2024/03\"."},
+      {"MoveBesideImage", Kind::Move, L"...\\Best", L"", L"a/b/x.jpg", L"a/b/Best/x.jpg",
+       L"Moving \"<root>/a/b/x.jpg\" to \"<root>/a/b/Best\"."},
+      {"LinkRenamed", Kind::Link, L"Links", L"{DateTaken:6}_{FileName}", L"p.jpg",
+       L"Links/20240307_p.jpg",
+       L"Linking to \"<root>/p.jpg\" from \"<root>/Links\", link renamed using "
+       L"\"{DateTaken:6}_{FileName}\"."},
+      {"MoveRenamedInvalidCharacters", Kind::Move, L"out", L"{FileName}/x\\y", L"n.jpg",
+       L"out/n~x~y.jpg",
+       L"Moving \"<root>/n.jpg\" to \"<root>/out\", renamed using \"{FileName}/x\\y\"."},
+      {"CopyPreservesHierarchy", Kind::Copy, L"Backup", L"", L"2024/trip/day1/d.jpg",
+       L"Backup/2024/trip/day1/d.jpg",
+       L"Copying \"<root>/2024/trip/day1/d.jpg\" to \"<root>/Backup/2024/trip/day1\".",
+       kTransferPreserveHierarchy},
+      {"SpacesAndNonAscii", Kind::Move, L"Été 2024/{FileName}", L"", L"my photo \u65e5.jpg",
+       L"Été 2024/my photo \u65e5/my photo \u65e5.jpg",
+       L"Moving \"<root>/my photo \u65e5.jpg\" to \"<root>/Été 2024/my photo \u65e5\"."},
+      {"EmptyRenameKeepsName", Kind::Copy, L"c", L"{CameraModel}", L"k.jpg", L"c/k.jpg",
+       L"Copying \"<root>/k.jpg\" to \"<root>/c\", renamed using \"{CameraModel}\"."},
+  };
+}
+
+class TransferTest : public ::testing::TestWithParam<TransferCase> {
+ protected:
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_P(TransferTest, PutsTheImageWhereTheTemplatesSay) {
+  const TransferCase& c = GetParam();
+  const std::wstring root = WideOf(dir_.path());
+  const std::wstring image = root + L"/" + c.image;
+  WriteFile(PathOf(image), "pixels");
+  auto action = MakeAction(c.kind);
+  action->SetDestination(c.destination);
+  action->SetRenameTemplate(c.rename);
+  action->SetFlags(action->Flags() | c.options);
+  ComPtr<IDictionary> record = MakeImageRecord(image, root);
+
+  ASSERT_EQ(action->Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
+
+  const std::wstring target = root + L"/" + c.expected;
+  EXPECT_EQ(ReadFile(PathOf(target)), "pixels");
+  EXPECT_EQ(std::filesystem::exists(PathOf(image)), c.kind != Kind::Move);
+  std::wstring line = c.logLine;
+  for (std::size_t at; (at = line.find(L"<root>")) != std::wstring::npos;)
+    line.replace(at, 6, root);
+  EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{line});
+  // Only a move changes where the rule's later actions find the file.
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), c.kind == Kind::Move ? target : image);
+}
+
+INSTANTIATE_TEST_SUITE_P(Actions, TransferTest, ::testing::ValuesIn(TransferCases()),
+                         [](const auto& i) { return i.param.name; });
+
+struct RefusalCase {
+  std::string name;
+  Kind kind;
+  bool overwrite;
+  bool targetReadOnly;
+  HRESULT expected;
+  const char* expectedTarget;  // content of the target afterwards
+};
+
+std::vector<RefusalCase> RefusalCases() {
+  const HRESULT exists = HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
+  return {
+      {"CopyKeepsBoth", Kind::Copy, false, false, exists, "old"},
+      {"MoveKeepsBoth", Kind::Move, false, false, exists, "old"},
+      {"LinkKeepsBoth", Kind::Link, false, false, exists, "old"},
+      {"CopyOverwritesReadOnly", Kind::Copy, true, true, S_OK, "new"},
+      {"MoveOverwritesReadOnly", Kind::Move, true, true, S_OK, "new"},
+      {"LinkOverwrites", Kind::Link, true, false, S_OK, "new"},
+  };
+}
+
+class ExistingTargetTest : public ::testing::TestWithParam<RefusalCase> {
+ protected:
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_P(ExistingTargetTest, OverwritesOnlyWhenAsked) {
+  const RefusalCase& c = GetParam();
+  const std::wstring root = WideOf(dir_.path());
+  WriteFile(dir_ / "img.jpg", "new");
+  WriteFile(dir_ / "out/img.jpg", "old");
+  if (c.targetReadOnly) test::MakeReadOnly(dir_ / "out/img.jpg");
+  auto action = MakeAction(c.kind);
+  action->SetDestination(L"out");
+  action->SetOption(kTransferOverwrite, c.overwrite);
+  ComPtr<IDictionary> record = MakeImageRecord(root + L"/img.jpg", root);
+
+  EXPECT_EQ(action->Execute(record.Get()), c.expected);
+  EXPECT_EQ(ReadFile(dir_ / "out/img.jpg"), c.expectedTarget);
+  if (FAILED(c.expected)) {
+    EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "new");
+    EXPECT_EQ(TakeErrorDescription(),
+              L"File already exists: '" + root + L"/out/img.jpg'. (0x80070050)");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Actions, ExistingTargetTest, ::testing::ValuesIn(RefusalCases()),
+                         [](const auto& i) { return i.param.name; });
+
+struct FailureCase {
+  std::string name;
+  Kind kind;
+  bool sourceMissing;
+  bool destinationIsFile;
+  std::wstring expectedStart;  // with <root>
+};
+
+std::vector<FailureCase> FailureCases() {
+  return {
+      {"MoveMissingSource", Kind::Move, true, false,
+       L"Cannot move '<root>/img.jpg' to '<root>/out/img.jpg'. The system cannot find the file "
+       L"specified. (0x80070002)"},
+      {"CopyMissingSource", Kind::Copy, true, false,
+       L"Cannot copy '<root>/img.jpg' to '<root>/out/img.jpg'. The system cannot find the file "
+       L"specified. (0x80070002)"},
+      {"LinkMissingSource", Kind::Link, true, false,
+       L"Cannot link to '<root>/img.jpg' from '<root>/out/img.jpg'. The system cannot find the "
+       L"file specified. (0x80070002)"},
+      {"DestinationIsAFile", Kind::Copy, false, true,
+       L"Cannot create folder '<root>/out'. Cannot create a file when that file already exists. "
+       L"(0x800700B7)"},
+  };
+}
+
+class TransferFailureTest : public ::testing::TestWithParam<FailureCase> {
+ protected:
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_P(TransferFailureTest, ReportsWhatFailed) {
+  const FailureCase& c = GetParam();
+  const std::wstring root = WideOf(dir_.path());
+  if (!c.sourceMissing) WriteFile(dir_ / "img.jpg", "data");
+  if (c.destinationIsFile) WriteFile(dir_ / "out", "a file");
+  auto action = MakeAction(c.kind);
+  action->SetDestination(L"out");
+  ComPtr<IDictionary> record = MakeImageRecord(root + L"/img.jpg", root);
+
+  EXPECT_TRUE(FAILED(action->Execute(record.Get())));
+  std::wstring expected = c.expectedStart;
+  for (std::size_t at; (at = expected.find(L"<root>")) != std::wstring::npos;) {
+    expected.replace(at, 6, root);
+  }
+  EXPECT_EQ(TakeErrorDescription(), expected);
+  if (!c.sourceMissing) EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "data");
+  if (c.destinationIsFile) EXPECT_EQ(ReadFile(dir_ / "out"), "a file");
+}
+
+INSTANTIATE_TEST_SUITE_P(Actions, TransferFailureTest, ::testing::ValuesIn(FailureCases()),
+                         [](const auto& i) { return i.param.name; });
+
+class TransferFilesTest : public ::testing::Test {
+ protected:
+  std::wstring Root() const { return WideOf(dir_.path()); }
+  test::ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+TEST_F(TransferFilesTest, LaterFramesAreLeftAlone) {
+  WriteFile(dir_ / "multi.tif", "frames");
+  CMoveAction move;
+  move.SetDestination(L"out");
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/multi.tif", Root(), 1);
+  EXPECT_EQ(move.Execute(record.Get()), S_FALSE);
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "multi.tif"));
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "out"));
+  EXPECT_TRUE(log_.Texts().empty());
+}
+
+TEST_F(TransferFilesTest, MoveTakesCompanionsAndTellsTheHost) {
+  WriteFile(dir_ / "a/IMG_2.CR2", "raw");
+  WriteFile(dir_ / "a/IMG_2.xmp", "xmp");
+  WriteFile(dir_ / "a/IMG_2.WAV", "wav");
+  WriteFile(dir_ / "a/IMG_2.txt", "stays");
+  ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
+  CMoveAction move;
+  move.SetDestination(L"out");
+  move.SetRenameTemplate(L"renamed_{FileName}");
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/a/IMG_2.CR2", Root(), 0, host.Get());
+
+  ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
+
+  EXPECT_EQ(ReadFile(dir_ / "out/renamed_IMG_2.CR2"), "raw");
+  EXPECT_EQ(ReadFile(dir_ / "out/renamed_IMG_2.xmp"), "xmp");
+  EXPECT_EQ(ReadFile(dir_ / "out/renamed_IMG_2.WAV"), "wav");
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "a/IMG_2.txt"));
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), Root() + L"/out/renamed_IMG_2.CR2");
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.PathNoExt"), Root() + L"/out/renamed_IMG_2");
+  ASSERT_EQ(host->renamed.size(), 1u);
+  EXPECT_EQ(host->renamed[0].cookie, 77u);
+  EXPECT_EQ(host->renamed[0].from, Root() + L"/a/IMG_2.CR2");
+  EXPECT_EQ(host->renamed[0].to, Root() + L"/out/renamed_IMG_2.CR2");
+}
+
+TEST_F(TransferFilesTest, CompanionsStayWhenNotSelected) {
+  WriteFile(dir_ / "i.jpg", "img");
+  WriteFile(dir_ / "i.xmp", "xmp");
+  CCopyAction copy;
+  copy.SetDestination(L"out");
+  copy.SetFlags(copy.Flags() & ~(kCompanionXmp | kCompanionWav));
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/i.jpg", Root());
+  ASSERT_EQ(copy.Execute(record.Get()), S_OK);
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "out/i.jpg"));
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "out/i.xmp"));
+}
+
+TEST_F(TransferFilesTest, CompanionFailureFollowsThePolicy) {
+  for (const CActionErrorMode mode : {CActionErrorMode::Ignore, CActionErrorMode::SkipActions}) {
+    test::ScopedTempDir dir;
+    const std::wstring root = WideOf(dir.path());
+    WriteFile(dir / "i.jpg", "img");
+    WriteFile(dir / "i.xmp", "new xmp");
+    WriteFile(dir / "out/i.xmp", "old xmp");
+    CCopyAction copy;
+    copy.SetDestination(L"out");
+    copy.SetOnFailure(mode);
+    ComPtr<IDictionary> record = MakeImageRecord(root + L"/i.jpg", root);
+    const HRESULT hr = copy.Execute(record.Get());
+    // The image is copied either way; only the policy decides whether the rule stops.
+    EXPECT_EQ(ReadFile(dir / "out/i.jpg"), "img");
+    EXPECT_EQ(ReadFile(dir / "out/i.xmp"), "old xmp");
+    EXPECT_EQ(hr, mode == CActionErrorMode::Ignore ? S_OK : HRESULT_FROM_WIN32(ERROR_FILE_EXISTS));
+    TakeErrorDescription();
+  }
+  EXPECT_EQ(log_.TextsAt(kEventLevelError).size(), 1u);
+}
+
+TEST_F(TransferFilesTest, VerifiedCopyIsLogged) {
+  WriteFile(dir_ / "v.jpg", std::string(300000, 'v'));
+  CCopyAction copy;
+  copy.SetDestination(L"out");
+  copy.SetOption(kTransferVerify, true);
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/v.jpg", Root());
+  ASSERT_EQ(copy.Execute(record.Get()), S_OK);
+  EXPECT_EQ(log_.Texts().back(), L"File '" + Root() +
+                                     L"/out/v.jpg' has been verified to be "
+                                     L"identical to '" +
+                                     Root() + L"/v.jpg'.");
+}
+
+TEST_F(TransferFilesTest, NamedRenamingTemplateMustExist) {
+  WriteFile(dir_ / "n.jpg", "img");
+  CCopyAction copy;
+  copy.SetDestination(L"out");
+  copy.SetRenameTemplate(L"No Such Template");
+  std::wstring reason;
+  {
+    RuleSetTemplatesScope templates(NamedTemplates{{L"no such TEMPLATE", L"x_{FileName}"}});
+    EXPECT_TRUE(copy.IsValid(&reason));
+    ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/n.jpg", Root());
+    ASSERT_EQ(copy.Execute(record.Get()), S_OK);
+    EXPECT_TRUE(std::filesystem::exists(dir_ / "out/x_n.jpg"));
+  }
+}
+
+TEST_F(TransferFilesTest, VeryLongPath) {
+  std::wstring folder = L"out";
+  for (int i = 0; i < 12; ++i) folder += L"/" + std::wstring(200, static_cast<wchar_t>(L'a' + i));
+  WriteFile(dir_ / "long.jpg", "img");
+  CMoveAction move;
+  move.SetDestination(folder);
+  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/long.jpg", Root());
+  ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
+  EXPECT_EQ(ReadFile(PathOf(Root() + L"/" + folder + L"/long.jpg")), "img");
+}
+
+// Many workers copying into one folder at once: every file arrives once, whole, and the log
+// has one announcement per file.
+TEST_F(TransferFilesTest, ParallelCopiesToOneDestination) {
+  constexpr int kFiles = 500;
+  constexpr int kWorkers = 8;
+  for (int i = 0; i < kFiles; ++i) {
+    WriteFile(dir_ / "in" / ("f" + std::to_string(i) + ".jpg"),
+              std::string(1000 + i, 'a' + i % 26));
+  }
+  CCopyAction copy;
+  copy.SetDestination(L"../out");
+  std::atomic<int> failures{0};
+  std::vector<std::thread> workers;
+  for (int w = 0; w < kWorkers; ++w) {
+    workers.emplace_back([&, w] {
+      for (int i = w; i < kFiles; i += kWorkers) {
+        const std::wstring image = Root() + L"/in/f" + std::to_wstring(i) + L".jpg";
+        ComPtr<IDictionary> record = MakeImageRecord(image, Root() + L"/in");
+        if (copy.Execute(record.Get()) != S_OK) ++failures;
+      }
+    });
+  }
+  for (std::thread& worker : workers) worker.join();
+  EXPECT_EQ(failures.load(), 0);
+  int arrived = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir_ / "out")) {
+    (void)entry;
+    ++arrived;
+  }
+  EXPECT_EQ(arrived, kFiles);
+  for (int i = 0; i < kFiles; ++i) {
+    const std::string name = "f" + std::to_string(i) + ".jpg";
+    ASSERT_EQ(ReadFile(dir_ / "out" / name), ReadFile(dir_ / "in" / name)) << name;
+  }
+  EXPECT_EQ(log_.Texts().size(), static_cast<std::size_t>(kFiles));
+}
+
+}  // namespace
+}  // namespace lmk
