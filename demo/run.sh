@@ -1,12 +1,15 @@
 #!/bin/sh
-# The demo of `make demo`: shows the command and the plug-in's registration round trip in a
-# throw-away settings folder, so the user's own settings are never touched.
+# The demo of `make demo`: the command, the plug-in's registration round trip, then a run of the
+# bundled rule set over a copy of the bundled pictures and the run's events. Everything happens
+# in a throw-away folder (settings, log, pictures), so the user's own files are never touched.
 set -eu
 build=${1:-build/release}
-lumarko="$build/src/cli/lumarko"
+here=$(cd "$(dirname "$0")" && pwd)
+lumarko="$build/bin/lumarko"
 work=$(mktemp -d "${TMPDIR:-/tmp}/lumarko-demo.XXXXXX")
 trap 'rm -rf "$work"' EXIT INT TERM
 export LUMARKO_CONFIG_DIR="$work/config"
+export XDG_DATA_HOME="$work/data"
 
 echo "== lumarko --version"
 "$lumarko" --version
@@ -22,3 +25,20 @@ echo "== lumarko unregister --user"
 echo
 echo "== lumarko plugins (after unregistering)"
 "$lumarko" plugins
+echo
+echo "== lumarko rules check demo/rules.yaml"
+"$lumarko" rules check "$here/rules.yaml"
+echo
+cp -R "$here/pictures" "$work/pictures"
+echo "== lumarko apply demo/rules.yaml <copy of demo/pictures> --mode all"
+# A warning is expected: one of the pictures is cut short on purpose.
+status=0
+"$lumarko" apply "$here/rules.yaml" "$work/pictures" --mode all || status=$?
+echo "(exit status $status)"
+echo
+echo "== lumarko events"
+"$lumarko" events
+echo
+echo "== lumarko events --filter warnings"
+"$lumarko" events --filter warnings
+[ "$status" -le 3 ]

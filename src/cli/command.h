@@ -16,6 +16,10 @@ enum ExitCode : int {
   kExitSuccess = 0,  ///< done
   kExitFailure = 1,  ///< the operation failed; stderr says why
   kExitUsage = 2,    ///< the command line is wrong
+  // Outcomes of a batch run (lumarko apply).
+  kExitWarnings = 3,  ///< the run completed; warnings were recorded
+  kExitErrors = 4,    ///< the run completed; errors were recorded
+  kExitAborted = 5,   ///< the run was cancelled (Ctrl+C) or aborted by a fatal error
 };
 
 /// The work of one subcommand, run after parsing when that subcommand was chosen.

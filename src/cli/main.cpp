@@ -1,6 +1,7 @@
 // The lumarko command: one table of subcommands, parsed with CLI11.
 #include <algorithm>
 #include <array>
+#include <clocale>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -25,13 +26,24 @@ constexpr std::array kSubcommands = {
     SubcommandEntry{"register", &lmk::cli::SetupRegister},
     SubcommandEntry{"unregister", &lmk::cli::SetupUnregister},
     SubcommandEntry{"plugins", &lmk::cli::SetupPlugins},
+    SubcommandEntry{"apply", &lmk::cli::SetupApply},
+    SubcommandEntry{"events", &lmk::cli::SetupEvents},
+    SubcommandEntry{"record", &lmk::cli::SetupRecord},
+    SubcommandEntry{"rules", &lmk::cli::SetupRules},
+    SubcommandEntry{"place", &lmk::cli::SetupPlace},
+    SubcommandEntry{"template", &lmk::cli::SetupTemplate},
+    SubcommandEntry{"vars", &lmk::cli::SetupVars},
+    SubcommandEntry{"templates", &lmk::cli::SetupTemplates},
 };
 
 constexpr const char* kFooter =
     "Exit codes:\n"
     "  0  success\n"
     "  1  the operation failed (the reason is on stderr)\n"
-    "  2  the command line is wrong\n";
+    "  2  the command line is wrong\n"
+    "  3  apply: the run completed, but warnings were recorded\n"
+    "  4  apply: the run completed, but errors were recorded\n"
+    "  5  apply: the run was cancelled (Ctrl+C) or aborted by a fatal error\n";
 
 // Edit distance, for suggesting the subcommand a mistyped name was meant to be.
 std::size_t Distance(std::string_view a, std::string_view b) {
@@ -77,6 +89,18 @@ std::string_view FirstCommandWord(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Day and month names, the locale's date and time formats and case changes follow the user's
+  // locale. Numbers stay in the C form: the fixed number formats of templates and log texts
+  // ("0.5", "12.3 MP") and the parsing of rule files must not depend on who runs the command;
+  // the locale's number grouping is read apart from LC_NUMERIC.
+  std::setlocale(LC_ALL, "");
+  std::setlocale(LC_NUMERIC, "C");
+  // Without a chosen locale towupper knows only ASCII; C.UTF-8, where present, knows every
+  // letter, so "{TitleCase{FileName}}" still capitalises "élan".
+  if (const char* ctype = std::setlocale(LC_CTYPE, nullptr);
+      ctype == nullptr || std::string_view(ctype) == "C" || std::string_view(ctype) == "POSIX") {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+  }
   CLI::App app{"lumarko: rule-based file copy / move / delete / rename / export for picture files",
                "lumarko"};
   app.set_version_flag("--version", std::string("lumarko ") + LMK_VERSION_TEXT_NARROW);

@@ -11,6 +11,7 @@ namespace {
 
 using RegisterFunction = HRESULT(STDAPICALLTYPE*)();
 using InstallFunction = HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR);
+using GetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, LPVOID*);
 
 constexpr const char* kEntryPoints[] = {"DllGetClassObject", "DllCanUnloadNow", "DllRegisterServer",
                                         "DllUnregisterServer", "DllInstall"};
@@ -57,6 +58,11 @@ HRESULT PluginModule::Install(bool install, bool perUser) const {
   }
   return library_->Function<RegisterFunction>(install ? "DllRegisterServer"
                                                       : "DllUnregisterServer")();
+}
+
+HRESULT PluginModule::GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) const {
+  if (!library_) return E_UNEXPECTED;
+  return library_->Function<GetClassObjectFunction>("DllGetClassObject")(clsid, riid, ppv);
 }
 
 }  // namespace lmk::cli

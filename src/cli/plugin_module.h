@@ -28,6 +28,10 @@ class PluginModule {
   /// module's own entry points. The module's HRESULT.
   HRESULT Install(bool install, bool perUser) const;
 
+  /// The module's class object of clsid queried for riid, through DllGetClassObject, as a host
+  /// creates a plug-in. The module's HRESULT; E_UNEXPECTED when nothing is loaded.
+  HRESULT GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) const;
+
   const std::wstring& path() const noexcept { return path_; }
 
  private:

@@ -8,5 +8,13 @@ namespace lmk::cli {
 Runner SetupRegister(CLI::App& app);
 Runner SetupUnregister(CLI::App& app);
 Runner SetupPlugins(CLI::App& app);
+Runner SetupPlace(CLI::App& app);
+Runner SetupApply(CLI::App& app);
+Runner SetupEvents(CLI::App& app);
+Runner SetupRecord(CLI::App& app);
+Runner SetupRules(CLI::App& app);
+Runner SetupTemplate(CLI::App& app);
+Runner SetupVars(CLI::App& app);
+Runner SetupTemplates(CLI::App& app);
 
 }  // namespace lmk::cli

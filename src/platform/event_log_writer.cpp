@@ -5,11 +5,14 @@
 #include <new>
 
 #include "platform/known_folders.h"
+#include "platform/process_shared_slot.h"
 
 namespace lmk {
 
 namespace {
-std::atomic<EventLogWriter*> g_current{nullptr};
+// Shared with the host program that loaded this module, so that what the host logs about a
+// picture lands in the run's log too.
+std::atomic<void*>& CurrentSlot() { return ProcessSharedSlot(ProcessSlot::kCurrentEventLog); }
 }  // namespace
 
 EventLogWriter::EventLogWriter() : EventLogWriter(CreateEventTraceSink()) {}
@@ -19,7 +22,7 @@ EventLogWriter::EventLogWriter(std::unique_ptr<EventTraceSink> sink) : sink_(std
 }
 
 EventLogWriter::~EventLogWriter() {
-  assert(g_current.load() != this);
+  assert(CurrentSlot().load() != this);
   if (sink_->IsStarted()) sink_->Stop();
 }
 
@@ -72,10 +75,13 @@ DWORD EventLogWriter::WriteFormatted(BYTE level, std::wstring_view format,
   }
 }
 
-EventLogWriter* EventLogWriter::Current() { return g_current.load(); }
+EventLogWriter* EventLogWriter::Current() {
+  return static_cast<EventLogWriter*>(CurrentSlot().load());
+}
 
-EventLogWriter::Scope::Scope(EventLogWriter& writer) : previous_(g_current.exchange(&writer)) {}
+EventLogWriter::Scope::Scope(EventLogWriter& writer)
+    : previous_(static_cast<EventLogWriter*>(CurrentSlot().exchange(&writer))) {}
 
-EventLogWriter::Scope::~Scope() { g_current.store(previous_); }
+EventLogWriter::Scope::~Scope() { CurrentSlot().store(previous_); }
 
 }  // namespace lmk

@@ -8,6 +8,7 @@
 #include "batch/main_dialog.h"
 #include "batch/terminal_dialog_view.h"
 #include "lumarko_version.h"
+#include "platform/interrupt_handler.h"
 #include "platform/usage_counter.h"
 
 namespace lmk {
@@ -290,6 +291,8 @@ HRESULT STDMETHODCALLTYPE CFileUtilities::Process(HWND hWnd, BSTR /*bstrFullPath
     bool refresh = false;
     {
       CMainDialog dialog(host_, initStream_, flags_, view);
+      // On a terminal, Ctrl+C is the dialog's Cancel button.
+      const InterruptHandler interrupt([&dialog] { dialog.Cancel(); });
       dialog.DoModal(hWnd);
       reload = dialog.ReloadImageFolder();
       refresh = dialog.RefreshCurrentImage();

@@ -1,6 +1,7 @@
 // The module entry points of the in-process server.
 #include <string>
 
+#include "batch/product_elements.h"
 #include "platform/module_path.h"
 #include "shell/class_factory.h"
 #include "shell/module_exports.h"
@@ -12,6 +13,10 @@ namespace {
 HRESULT OwnModulePath(std::wstring* path) {
   return lmk::GetModulePath(reinterpret_cast<const void*>(&OwnModulePath), path);
 }
+
+// The element kinds this module implements fill the product registry once, before a plug-in
+// object can load a rule set.
+void RegisterElements() { static_cast<void>(lmk::ProductElements()); }
 
 HRESULT Register(lmk::SettingsScope scope) {
   std::wstring path;
@@ -28,6 +33,11 @@ HRESULT Unregister(lmk::SettingsScope scope) {
 }  // namespace
 
 extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
+  try {
+    RegisterElements();
+  } catch (...) {
+    return lmk::HresultFromCurrentException();
+  }
   return lmk::CClassFactory::GetClassObject(rclsid, riid, ppv);
 }
 

@@ -1,0 +1,119 @@
+// CStandaloneHost: the host interface over a list of picture files, for running the plug-in
+// without the viewer. Records come from the file system and from Exiv2, read on the thread that
+// asks for the image, so that parallel workers read metadata in parallel.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "com/com.h"
+#include "com/com_object.h"
+#include "com/com_ptr.h"
+#include "host/exiv2_metadata_reader.h"
+#include "shell/image_record.h"
+#include "shell/lumarko_host.h"
+
+namespace lmk {
+
+/// Where the host keeps the session keep-copy index: HKEY_CURRENT_USER, this key, this value.
+inline constexpr std::wstring_view kHostSettingsKeyPath = L"SOFTWARE\\QELN\\Lumarko";
+inline constexpr std::wstring_view kSessionKeepCopyIndexValue = L"SessionKeepCopyIndex";
+
+/// The host of the lumarko command. Positions in the list stay fixed for the host's life, so
+/// that a run's range is never disturbed: a file the plug-in deletes keeps its place (its
+/// record then names a missing file, which a run skips) and a renamed file keeps its place
+/// under its new path. The cookie of the file at index i is i + 1.
+class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
+ public:
+  /// files: absolute paths, as the list shows them (CPictureFileScanner sorts them);
+  /// imagesFolder: the folder the list stands for. The current image is the first one. Makes
+  /// Exiv2 ready for the workers (CExiv2MetadataReader::Initialize).
+  CStandaloneHost(std::vector<std::wstring> files, std::wstring imagesFolder);
+
+  /// Makes the file at path the current image. S_OK; HRESULT_FROM_WIN32(ERROR_NOT_FOUND) when
+  /// the list does not hold it.
+  [[nodiscard]] HRESULT SetCurrentFile(std::wstring_view path);
+
+  /// The list as it stands now (renames applied, deleted files left out).
+  std::vector<std::wstring> Files() const;
+
+  /// Images handed out since the last range started (GetCurrentImage, GetFirstImage,
+  /// GetImageAt, then each GetNextImageOfRange that delivered one), for a progress display.
+  ULONG ImagesDelivered() const noexcept { return delivered_.load(); }
+  /// How many images the range started last covers, from its start to the end of the list.
+  ULONG RangeSize() const noexcept { return rangeSize_.load(); }
+  /// True once SetSessionKeepCopyIndex was called: the plug-in does so as a run ends, before
+  /// it shows the summary.
+  bool RunEnded() const noexcept { return runEnded_.load(); }
+  /// Called (on the plug-in's runner thread) when the run ends as above, so that a progress
+  /// display can close its line before the summary. Set it before the run starts.
+  void SetRunEndedCallback(std::function<void()> callback) { onRunEnded_ = std::move(callback); }
+
+  /// The record of one file, built now: file-system facts and the picture's metadata. A
+  /// picture the metadata reader cannot parse keeps its file-system facts and the reason is
+  /// logged as a warning in the run's log. Throws ComError(E_OUTOFMEMORY).
+  /// *problem (when given) receives the reader's complaint, empty when there was none.
+  ComPtr<CImageRecord> BuildRecord(std::wstring_view path, ULONG index,
+                                   std::wstring* problem = nullptr) const;
+
+  // ILumarkoHost.
+  HRESULT STDMETHODCALLTYPE IsScanning(BOOL* pfScanning) override;
+  HRESULT STDMETHODCALLTYPE GetImageCount(ULONG* pcImages) override;
+  HRESULT STDMETHODCALLTYPE GetCurrentIndex(ULONG* pIndex) override;
+  HRESULT STDMETHODCALLTYPE GetLastIndex(ULONG* pIndex) override;
+  HRESULT STDMETHODCALLTYPE GetSessionInfo(FILETIME* pftStart, BSTR* pbstrVersion,
+                                           ULONG* pKeepCopyIndex) override;
+  HRESULT STDMETHODCALLTYPE SetSessionKeepCopyIndex(ULONG keepCopyIndex) override;
+  HRESULT STDMETHODCALLTYPE GetImagesFolder(BSTR* pbstrFolder) override;
+  HRESULT STDMETHODCALLTYPE GetKeepCopyFolder(BSTR* pbstrFolder) override;
+  HRESULT STDMETHODCALLTYPE GetCurrentImage(ILumarkoImage** ppImage) override;
+  HRESULT STDMETHODCALLTYPE GetFirstImage(ILumarkoImage** ppImage) override;
+  HRESULT STDMETHODCALLTYPE GetImageAt(ULONG index, ILumarkoImage** ppImage) override;
+  HRESULT STDMETHODCALLTYPE GetNextImage(ILumarkoImage* pImage, ILumarkoImage** ppImage) override;
+  HRESULT STDMETHODCALLTYPE GetNextImageOfRange(ILumarkoImage** ppImage) override;
+  HRESULT STDMETHODCALLTYPE GetImageByCookie(ULONGLONG cookie, ILumarkoImage** ppImage) override;
+  HRESULT STDMETHODCALLTYPE IsRatingInPlace(BOOL* pfInPlace) override;
+  HRESULT STDMETHODCALLTYPE SetXmpRating(ULONGLONG cookie, SHORT rating) override;
+  HRESULT STDMETHODCALLTYPE SetXmpLabel(ULONGLONG cookie, SHORT label, SHORT convention) override;
+  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG cookie, SHORT urgency) override;
+  HRESULT STDMETHODCALLTYPE GetLabelNames(DWORD flags, SHORT convention,
+                                          IEnumVARIANT** ppNames) override;
+  HRESULT STDMETHODCALLTYPE OnFileRenamed(ULONGLONG cookie, LPCWSTR oldPath,
+                                          LPCWSTR newPath) override;
+  HRESULT STDMETHODCALLTYPE OnFileDeleted(ULONGLONG cookie, LPCWSTR path) override;
+
+ private:
+  struct Entry {
+    std::wstring path;
+    bool deleted = false;
+  };
+
+  /// Starts the range at index and delivers that image.
+  HRESULT StartRange(ULONG index, ILumarkoImage** ppImage);
+  /// The image at index (no range change). E_INVALIDARG beyond the list; E_FAIL when it cannot
+  /// be built.
+  HRESULT Deliver(ULONG index, ILumarkoImage** ppImage) const;
+  /// The index of the entry that cookie or (when cookie is 0) path names; -1 when none.
+  long FindEntry(ULONGLONG cookie, LPCWSTR path) const;
+  HRESULT NotWritten(ULONGLONG cookie) const;
+
+  mutable std::shared_mutex lock_;  // guards entries_ and current_
+  std::vector<Entry> entries_;
+  ULONG current_ = 0;
+  std::wstring imagesFolder_;
+  FILETIME startTime_{};
+  CExiv2MetadataReader reader_;
+
+  // The range: the index the next GetNextImageOfRange hands out, shared by the workers.
+  std::atomic<ULONG> cursor_{0};
+  std::atomic<ULONG> delivered_{0};
+  std::atomic<ULONG> rangeSize_{0};
+  std::atomic<bool> runEnded_{false};
+  std::function<void()> onRunEnded_;
+};
+
+}  // namespace lmk
