@@ -30,6 +30,9 @@ echo "== lumarko rules check demo/rules.yaml"
 "$lumarko" rules check "$here/rules.yaml"
 echo
 cp -R "$here/pictures" "$work/pictures"
+echo "== lumarko vars set DemoOutput <output folder>"
+"$lumarko" vars set DemoOutput "$work/sorted"
+echo
 echo "== lumarko apply demo/rules.yaml <copy of demo/pictures> --mode all"
 # A warning is expected: one of the pictures is cut short on purpose.
 status=0
@@ -41,4 +44,10 @@ echo "== lumarko events"
 echo
 echo "== lumarko events --filter warnings"
 "$lumarko" events --filter warnings
+echo
+echo "== the sorted output"
+(cd "$work/sorted" && find . -type f | sort)
+echo
+echo "== left in the picture folder (copied, not moved)"
+(cd "$work/pictures" && find . -type f | sort)
 [ "$status" -le 3 ]

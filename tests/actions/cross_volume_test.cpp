@@ -159,7 +159,9 @@ TEST_F(CrossVolumeTest, CopyRunsUnderTheDestinationLock) {
   held.Release();
   worker.join();
   // Memory file systems count one slot; the copy could only finish after the release.
-  if (VolumeSlotCount(GetDriveKind(key)) == 1) EXPECT_FALSE(finishedWhileHeld);
+  if (VolumeSlotCount(GetDriveKind(key)) == 1) {
+    EXPECT_FALSE(finishedWhileHeld);
+  }
   EXPECT_TRUE(done.load());
 }
 

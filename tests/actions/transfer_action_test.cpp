@@ -206,8 +206,12 @@ TEST_P(TransferFailureTest, ReportsWhatFailed) {
     expected.replace(at, 6, root);
   }
   EXPECT_EQ(TakeErrorDescription(), expected);
-  if (!c.sourceMissing) EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "data");
-  if (c.destinationIsFile) EXPECT_EQ(ReadFile(dir_ / "out"), "a file");
+  if (!c.sourceMissing) {
+    EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "data");
+  }
+  if (c.destinationIsFile) {
+    EXPECT_EQ(ReadFile(dir_ / "out"), "a file");
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Actions, TransferFailureTest, ::testing::ValuesIn(FailureCases()),
