@@ -28,6 +28,12 @@ bool Names(const std::array<std::wstring_view, N>& names, std::wstring_view kind
   return false;
 }
 
+NamedTemplates ToNamedTemplates(const RuleSetTemplates& templates) {
+  NamedTemplates named;
+  for (const RuleSetTemplate& entry : templates) named.insert_or_assign(entry.name, entry.text);
+  return named;
+}
+
 std::shared_ptr<SettingsStore> UserStore() {
   std::shared_ptr<SettingsStore> store;
   if (FAILED(SettingsStore::Open(SettingsScope::CurrentUser, &store))) return nullptr;
@@ -86,6 +92,7 @@ void CMainDialog::LoadInitData() {
   }
   rules_.Clear();
   for (auto& rule : request.rules) rules_.Add(std::move(rule));
+  rules_.SetTemplates(std::move(request.templates));
   if (!request.run) return;
   if (request.mode != 0) mode_ = request.mode;
   requestFlags_ = request.flags;
@@ -169,7 +176,14 @@ bool CMainDialog::ApplyRules() {
     std::lock_guard lock(noticesLock_);
     notices_.clear();
   }
-  return runner_->Start(this, nullptr, runRules_, mode_, host_.Get());
+  // Installed even when the rule set has none, so that a previous rule set's never apply.
+  runTemplates_.reset();
+  runTemplates_.emplace(ToNamedTemplates(rules_.Templates()));
+  if (!runner_->Start(this, nullptr, runRules_, mode_, host_.Get())) {
+    runTemplates_.reset();
+    return false;
+  }
+  return true;
 }
 
 void CMainDialog::Cancel() {
@@ -221,6 +235,7 @@ void CMainDialog::WaitForRun() {
         break;
       case Notice::Kind::kFinished: {
         const BatchRunResult result = runner_->Finish();
+        runTemplates_.reset();
         if (result.processed > 0) {
           const PostRunNeeds needs = PostRunNeedsOf(runRules_);
           needs_.reloadFolder = needs_.reloadFolder || needs.reloadFolder;

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "actions/renaming_template_store.h"
 #include "batch/batch_runner.h"
 #include "batch/dialog_view.h"
 #include "batch/progress_sink.h"
@@ -130,6 +131,9 @@ class CMainDialog final : private ProgressSink {
   DialogView& view_;
   const CElementRegistry& registry_;
   CRuleEngine rules_;
+  // The rule set's own templates, installed from the start of a run until the runner is taken
+  // back, so that the actions find them first. Declared before runner_ so that it outlives it.
+  std::optional<RuleSetTemplatesScope> runTemplates_;
   std::unique_ptr<CBatchRunner> runner_;
   DWORD mode_ = static_cast<DWORD>(OperatingMode::kAllImages);
   DWORD requestFlags_ = 0;

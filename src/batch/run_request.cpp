@@ -48,7 +48,7 @@ HRESULT WriteRunRequest(IStream* stream, const RunRequest& request) {
     ULONG written = 0;
     LMK_RETURN_IF_FAILED(stream->Write(header.data(), kHeaderSize, &written));
     if (written != kHeaderSize) return STG_E_MEDIUMFULL;
-    return SaveRuleSet(stream, request.rules);
+    return SaveRuleSet(stream, request.rules, request.templates);
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -82,7 +82,7 @@ HRESULT ReadRunRequest(IStream* stream, const CElementRegistry& registry, RunReq
       LMK_RETURN_IF_FAILED(SeekTo(stream, 0));
     }
     try {
-      request.rules = LoadRuleSet(stream, registry);
+      request.rules = LoadRuleSet(stream, registry, &request.templates);
     } catch (const CRuleSetError& error) {
       SetErrorDescription(error.Text());
       return HRESULT_FROM_WIN32(ERROR_INVALID_DATA);

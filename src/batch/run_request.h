@@ -8,7 +8,8 @@
 //        8     4  operating mode: 1 current image, 2 all images, 3 current and remaining;
 //                 0 = the mode last chosen in the dialog ("LastOperatingMode")
 //       12     4  flags: kRunRequestShowProgress, kRunRequestShowEvents; other bits must be 0
-//       16     -  the binary rule set (it begins with "LMKR"), as a ".rules" file holds it
+//       16     -  the binary rule set (it begins with "LMKR"), as a ".rules" file holds it,
+//                 with the rule set's own templates when it has any
 // Init data that begins with "LMKR" is a rule set alone, as a viewer keeps it: the dialog loads
 // the rules and waits for the user instead of running them.
 #pragma once
@@ -19,6 +20,7 @@
 #include "com/com.h"
 #include "rules/element_registry.h"
 #include "rules/rule.h"
+#include "rules/rule_set_template.h"
 
 namespace lmk {
 
@@ -37,6 +39,8 @@ struct RunRequest {
   DWORD mode = 0;
   DWORD flags = 0;
   std::vector<std::shared_ptr<CRule>> rules;
+  /// The rule set's own renaming templates; they travel inside the binary rule set.
+  RuleSetTemplates templates;
 };
 
 /// Writes a run request (run is ignored: a request always asks for a run) at the stream's

@@ -127,6 +127,7 @@ int RunApply(const ApplyOptions& options) {
   // `lumarko events`'s.
   request.flags = 0;
   request.rules = rules.Rules();
+  request.templates = rules.Templates();
 
   std::unique_ptr<ProgressDisplay> progress;
   if (request.mode != static_cast<DWORD>(OperatingMode::kCurrentImage)) {

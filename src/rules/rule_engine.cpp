@@ -61,13 +61,23 @@ RuleSetValidity CRuleEngine::CheckValidity() const {
 }
 
 void CRuleEngine::Open(const std::filesystem::path& path) {
-  rules_ = ReadRuleSetFile(path, *registry_);
+  RuleSetTemplates templates;
+  std::vector<std::shared_ptr<CRule>> rules = ReadRuleSetFile(path, *registry_, &templates);
+  rules_ = std::move(rules);
+  templates_ = std::move(templates);
 }
 
 void CRuleEngine::Merge(const std::filesystem::path& path) {
-  std::vector<std::shared_ptr<CRule>> more = ReadRuleSetFile(path, *registry_);
-  rules_.insert(rules_.end(), std::make_move_iterator(more.begin()),
-                std::make_move_iterator(more.end()));
+  RuleSetTemplates templates;
+  std::vector<std::shared_ptr<CRule>> more = ReadRuleSetFile(path, *registry_, &templates);
+  // Both copies are made before either member changes, so that a failure changes nothing.
+  RuleSetTemplates merged = templates_;
+  MergeRuleSetTemplates(merged, templates);
+  std::vector<std::shared_ptr<CRule>> rules = rules_;
+  rules.insert(rules.end(), std::make_move_iterator(more.begin()),
+               std::make_move_iterator(more.end()));
+  rules_ = std::move(rules);
+  templates_ = std::move(merged);
 }
 
 void CRuleEngine::Save(const std::filesystem::path& path) const {
@@ -75,13 +85,16 @@ void CRuleEngine::Save(const std::filesystem::path& path) const {
 }
 
 void CRuleEngine::Save(const std::filesystem::path& path, RuleSetFormat format) const {
-  WriteRuleSetFile(path, rules_, format);
+  WriteRuleSetFile(path, rules_, format, templates_);
 }
 
 HRESULT CRuleEngine::Load(IStream* stream) {
   if (stream == nullptr) return E_INVALIDARG;
   try {
-    rules_ = LoadRuleSet(stream, *registry_);
+    RuleSetTemplates templates;
+    std::vector<std::shared_ptr<CRule>> rules = LoadRuleSet(stream, *registry_, &templates);
+    rules_ = std::move(rules);
+    templates_ = std::move(templates);
     return S_OK;
   } catch (const CRuleSetError& error) {
     SetErrorDescription(error.Text());
@@ -91,6 +104,6 @@ HRESULT CRuleEngine::Load(IStream* stream) {
   }
 }
 
-HRESULT CRuleEngine::Save(IStream* stream) const { return SaveRuleSet(stream, rules_); }
+HRESULT CRuleEngine::Save(IStream* stream) const { return SaveRuleSet(stream, rules_, templates_); }
 
 }  // namespace lmk

@@ -47,7 +47,8 @@ std::wstring DisplayPath(const std::filesystem::path& path) {
 }
 
 std::vector<std::shared_ptr<CRule>> ReadRuleSetFile(const std::filesystem::path& path,
-                                                    const CElementRegistry& registry) {
+                                                    const CElementRegistry& registry,
+                                                    RuleSetTemplates* templates) {
   std::error_code ec;
   const std::uintmax_t size = std::filesystem::file_size(path, ec);
   if (ec) FailOpen(path, Why(ec));
@@ -61,9 +62,10 @@ std::vector<std::shared_ptr<CRule>> ReadRuleSetFile(const std::filesystem::path&
     if (content.size() >= sizeof kRuleSetMagic &&
         std::memcmp(content.data(), kRuleSetMagic, sizeof kRuleSetMagic) == 0) {
       return RuleSetFromBytes(
-          std::span(reinterpret_cast<const std::byte*>(content.data()), content.size()), registry);
+          std::span(reinterpret_cast<const std::byte*>(content.data()), content.size()), registry,
+          templates);
     }
-    return ParseRuleSetYaml(content, DisplayPath(path), registry);
+    return ParseRuleSetYaml(content, DisplayPath(path), registry, templates);
   } catch (CRuleSetError& error) {
     error.SetSource(DisplayPath(path));
     throw;
@@ -71,12 +73,13 @@ std::vector<std::shared_ptr<CRule>> ReadRuleSetFile(const std::filesystem::path&
 }
 
 void WriteRuleSetFile(const std::filesystem::path& path,
-                      std::span<const std::shared_ptr<CRule>> rules, RuleSetFormat format) {
+                      std::span<const std::shared_ptr<CRule>> rules, RuleSetFormat format,
+                      std::span<const RuleSetTemplate> templates) {
   std::string content;
   if (format == RuleSetFormat::Yaml) {
-    content = RuleSetToYaml(rules);
+    content = RuleSetToYaml(rules, templates);
   } else {
-    const std::vector<std::byte> bytes = RuleSetToBytes(rules);
+    const std::vector<std::byte> bytes = RuleSetToBytes(rules, templates);
     content.assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
   std::filesystem::path temporary = path;

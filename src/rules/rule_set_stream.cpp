@@ -46,11 +46,31 @@ BYTE ReadMode(CRuleStreamReader& in, const std::wstring& ruleName) {
   return mode;
 }
 
+RuleSetTemplates ReadTemplates(CRuleStreamReader& in) {
+  const std::uint32_t count = in.Count(kMaxTemplates, L"the number of templates");
+  RuleSetTemplates templates;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const std::uint64_t at = in.offset();
+    RuleSetTemplate entry;
+    entry.name = in.Text();
+    entry.text = in.Text();
+    if (std::wstring fault = RuleSetTemplateNameFault(entry.name); !fault.empty()) {
+      throw CRuleSetError(std::move(fault), at);
+    }
+    if (FindRuleSetTemplate(templates, entry.name) != nullptr) {
+      throw CRuleSetError(FormatRuleString(RuleStringId::TemplateGivenTwice, {entry.name}), at);
+    }
+    templates.push_back(std::move(entry));
+  }
+  return templates;
+}
+
 }  // namespace
 
-void WriteRuleSet(CRuleStreamWriter& out, std::span<const std::shared_ptr<CRule>> rules) {
+void WriteRuleSet(CRuleStreamWriter& out, std::span<const std::shared_ptr<CRule>> rules,
+                  std::span<const RuleSetTemplate> templates) {
   out.Bytes(kRuleSetMagic, sizeof kRuleSetMagic);
-  out.U32(kRuleSetFormat);
+  out.U32(templates.empty() ? kRuleSetFormatWithoutTemplates : kRuleSetFormat);
   out.U32(static_cast<std::uint32_t>(rules.size()));
   for (const auto& rule : rules) {
     out.Text(rule->Name());
@@ -64,10 +84,17 @@ void WriteRuleSet(CRuleStreamWriter& out, std::span<const std::shared_ptr<CRule>
     out.U32(static_cast<std::uint32_t>(rule->Actions().size()));
     for (const auto& a : rule->Actions()) WriteElement(out, *a);
   }
+  if (templates.empty()) return;
+  out.U32(static_cast<std::uint32_t>(templates.size()));
+  for (const RuleSetTemplate& entry : templates) {
+    out.Text(entry.name);
+    out.Text(entry.text);
+  }
 }
 
 std::vector<std::shared_ptr<CRule>> ReadRuleSet(CRuleStreamReader& in,
-                                                const CElementRegistry& registry) {
+                                                const CElementRegistry& registry,
+                                                RuleSetTemplates* templates) {
   std::byte magic[sizeof kRuleSetMagic];
   in.Bytes(magic, sizeof magic, L"the rule-set header");
   if (std::memcmp(magic, kRuleSetMagic, sizeof magic) != 0) {
@@ -76,7 +103,8 @@ std::vector<std::shared_ptr<CRule>> ReadRuleSet(CRuleStreamReader& in,
   const std::uint32_t format = in.U32();
   if (format == 0 || format > kRuleSetFormat) {
     throw CRuleSetError(
-        FormatRuleString(RuleStringId::StreamNewerFormat, {std::to_wstring(format)}),
+        FormatRuleString(RuleStringId::StreamNewerFormat,
+                         {std::to_wstring(format), std::to_wstring(kRuleSetFormat)}),
         in.offset() - 4);
   }
   const std::uint32_t count = in.Count(kMaxRules, L"the number of rules");
@@ -91,19 +119,24 @@ std::vector<std::shared_ptr<CRule>> ReadRuleSet(CRuleStreamReader& in,
     ReadList(in, registry, *rule, ElementRole::Action, L"the number of actions");
     rules.push_back(std::move(rule));
   }
+  RuleSetTemplates ownTemplates;
+  if (format >= 2) ownTemplates = ReadTemplates(in);
+  if (templates != nullptr) *templates = std::move(ownTemplates);
   return rules;
 }
 
-std::vector<std::byte> RuleSetToBytes(std::span<const std::shared_ptr<CRule>> rules) {
+std::vector<std::byte> RuleSetToBytes(std::span<const std::shared_ptr<CRule>> rules,
+                                      std::span<const RuleSetTemplate> templates) {
   CRuleStreamWriter out;
-  WriteRuleSet(out, rules);
+  WriteRuleSet(out, rules, templates);
   return out.TakeBytes();
 }
 
 std::vector<std::shared_ptr<CRule>> RuleSetFromBytes(std::span<const std::byte> bytes,
-                                                     const CElementRegistry& registry) {
+                                                     const CElementRegistry& registry,
+                                                     RuleSetTemplates* templates) {
   CRuleStreamReader in(bytes);
-  auto rules = ReadRuleSet(in, registry);
+  auto rules = ReadRuleSet(in, registry, templates);
   if (!in.AtEnd()) {
     throw CRuleSetError(FormatRuleString(RuleStringId::StreamTrailingData,
                                          {std::to_wstring(bytes.size() - in.offset())}),
@@ -112,20 +145,22 @@ std::vector<std::shared_ptr<CRule>> RuleSetFromBytes(std::span<const std::byte> 
   return rules;
 }
 
-HRESULT SaveRuleSet(IStream* stream, std::span<const std::shared_ptr<CRule>> rules) {
+HRESULT SaveRuleSet(IStream* stream, std::span<const std::shared_ptr<CRule>> rules,
+                    std::span<const RuleSetTemplate> templates) {
   if (stream == nullptr) return E_INVALIDARG;
   try {
     CRuleStreamWriter out;
-    WriteRuleSet(out, rules);
+    WriteRuleSet(out, rules, templates);
     return out.WriteTo(stream);
   } catch (...) {
     return HresultFromCurrentException();
   }
 }
 
-std::vector<std::shared_ptr<CRule>> LoadRuleSet(IStream* stream, const CElementRegistry& registry) {
+std::vector<std::shared_ptr<CRule>> LoadRuleSet(IStream* stream, const CElementRegistry& registry,
+                                                RuleSetTemplates* templates) {
   CRuleStreamReader in(stream);
-  return ReadRuleSet(in, registry);
+  return ReadRuleSet(in, registry, templates);
 }
 
 }  // namespace lmk

@@ -204,6 +204,34 @@ void EmitElements(YAML::Emitter& out, const char* field,
   out << YAML::EndSeq;
 }
 
+/// The top-level 'templates' map: names checked, each given once (without regard to case, as the
+/// template store compares them), in the order of the file.
+RuleSetTemplates ReadTemplates(const YAML::Node& map, SourceLocation fallback) {
+  RuleSetTemplates templates;
+  if (!map || map.IsNull()) return templates;
+  if (!map.IsMap()) {
+    throw CRuleSetError(std::wstring(RuleString(RuleStringId::YamlTemplatesNotMap)),
+                        Where(map, fallback));
+  }
+  for (auto it = map.begin(); it != map.end(); ++it) {
+    const SourceLocation nameWhere = Where(it->first, fallback);
+    RuleSetTemplate entry;
+    entry.name = ScalarText(it->first, RuleStringId::YamlTemplatesNotMap, {}, nameWhere);
+    if (std::wstring fault = RuleSetTemplateNameFault(entry.name); !fault.empty()) {
+      throw CRuleSetError(std::move(fault), nameWhere);
+    }
+    if (FindRuleSetTemplate(templates, entry.name) != nullptr) {
+      throw CRuleSetError(FormatRuleString(RuleStringId::TemplateGivenTwice, {entry.name}),
+                          nameWhere);
+    }
+    const YAML::Node value = it->second;  // a copy: the iterator hands out a temporary
+    entry.text =
+        ScalarText(value, RuleStringId::YamlTemplateNotText, {entry.name}, Where(value, nameWhere));
+    templates.push_back(std::move(entry));
+  }
+  return templates;
+}
+
 template <class T>
 std::vector<std::shared_ptr<CRuleElement>> AsElements(const std::vector<std::shared_ptr<T>>& list) {
   return {list.begin(), list.end()};
@@ -213,7 +241,8 @@ std::vector<std::shared_ptr<CRuleElement>> AsElements(const std::vector<std::sha
 
 std::vector<std::shared_ptr<CRule>> ParseRuleSetYaml(std::string_view utf8,
                                                      std::wstring_view sourceName,
-                                                     const CElementRegistry& registry) {
+                                                     const CElementRegistry& registry,
+                                                     RuleSetTemplates* templates) {
   try {
     YAML::Node root;
     try {
@@ -223,11 +252,13 @@ std::vector<std::shared_ptr<CRule>> ParseRuleSetYaml(std::string_view utf8,
                           SourceLocation{error.mark.line + 1, error.mark.column + 1});
     }
     std::vector<std::shared_ptr<CRule>> rules;
+    if (templates != nullptr) templates->clear();
     if (!root || root.IsNull()) return rules;
     if (!root.IsMap()) {
       throw CRuleSetError(std::wstring(RuleString(RuleStringId::YamlTopLevel)), Where(root));
     }
     YAML::Node list;
+    RuleSetTemplates ownTemplates;
     for (auto it = root.begin(); it != root.end(); ++it) {
       const SourceLocation where = Where(it->first);
       const std::wstring key = ScalarText(it->first, RuleStringId::YamlTopLevel, {}, where);
@@ -239,15 +270,19 @@ std::vector<std::shared_ptr<CRule>> ParseRuleSetYaml(std::string_view utf8,
         }
       } else if (EqualsNoCase(key, L"rules")) {
         list = it->second;
+      } else if (EqualsNoCase(key, L"templates")) {
+        ownTemplates = ReadTemplates(it->second, where);
       } else {
         throw CRuleSetError(std::wstring(RuleString(RuleStringId::YamlTopLevel)), where);
       }
     }
-    if (!list || list.IsNull()) return rules;
-    if (!list.IsSequence()) {
-      throw CRuleSetError(std::wstring(RuleString(RuleStringId::YamlRulesNotList)), Where(list));
+    if (list && !list.IsNull()) {
+      if (!list.IsSequence()) {
+        throw CRuleSetError(std::wstring(RuleString(RuleStringId::YamlRulesNotList)), Where(list));
+      }
+      for (const YAML::Node& node : list) rules.push_back(ReadRule(node, registry));
     }
-    for (const YAML::Node& node : list) rules.push_back(ReadRule(node, registry));
+    if (templates != nullptr) *templates = std::move(ownTemplates);
     return rules;
   } catch (CRuleSetError& error) {
     error.SetSource(std::wstring(sourceName));
@@ -255,10 +290,22 @@ std::vector<std::shared_ptr<CRule>> ParseRuleSetYaml(std::string_view utf8,
   }
 }
 
-std::string RuleSetToYaml(std::span<const std::shared_ptr<CRule>> rules) {
+std::string RuleSetToYaml(std::span<const std::shared_ptr<CRule>> rules,
+                          std::span<const RuleSetTemplate> templates) {
   YAML::Emitter out;
   out.SetIndent(2);
   out << YAML::BeginMap << YAML::Key << "version" << YAML::Value << 1;
+  // Before the rules, so that a reader meets each name before the actions that use it.
+  if (!templates.empty()) {
+    out << YAML::Key << "templates" << YAML::Value << YAML::BeginMap;
+    for (const RuleSetTemplate& entry : templates) {
+      out << YAML::Key;
+      EmitText(out, entry.name, NeedsQuotes(entry.name));
+      out << YAML::Value;
+      EmitText(out, entry.text, true);
+    }
+    out << YAML::EndMap;
+  }
   out << YAML::Key << "rules" << YAML::Value << YAML::BeginSeq;
   for (const auto& rule : rules) {
     out << YAML::BeginMap;

@@ -39,7 +39,8 @@ constexpr std::wstring_view kTexts[] = {
     L"this file was written for rule-set format %ls; this version reads format 1",
     L"the rule set is damaged: it ends in the middle of %ls",
     L"this is not a rule-set file (it does not begin with a rule-set header)",
-    L"the rule set was saved by a newer version (format %ls); this version reads format 1",
+    L"the rule set was saved by a newer version (format %ls); this version reads up to format "
+    L"%ls",
     L"the rule set is damaged: a text of %ls characters is longer than allowed",
     L"the rule set is damaged: %ls of %ls is more than allowed",
     L"the rule set is damaged: rule '%ls' has the mode %ls, which is neither 1 nor 2",
@@ -53,6 +54,12 @@ constexpr std::wstring_view kTexts[] = {
     L"the %ls mode %ls is neither all (1) nor any (2)",
     L"%ls: %ls",
     L"the rule has no name",
+    L"a template has no name",
+    L"the template name '%ls' holds '\\' or '/'; choose a name without them",
+    L"the template '%ls' is given twice",
+    L"'templates' must be a map of names to templates, for example "
+    L"'templates: { Dated: \"{DateTaken:Year} {FileName}\" }'",
+    L"the template '%ls' must be one text, not a list or a map",
 };
 static_assert(std::size(kTexts) == static_cast<std::size_t>(RuleStringId::Count_),
               "the string table and RuleStringId must list the same texts");

@@ -51,6 +51,11 @@ enum class RuleStringId : std::size_t {
   RuleInvalidMode,
   RuleInvalidElement,
   RuleUnnamed,
+  TemplateNameEmpty,
+  TemplateNameSeparator,
+  TemplateGivenTwice,
+  YamlTemplatesNotMap,
+  YamlTemplateNotText,
   Count_
 };
 

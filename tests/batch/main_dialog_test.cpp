@@ -6,10 +6,12 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "actions/renaming_template_store.h"
 #include "batch/run_request.h"
 #include "com/com_error.h"
 #include "platform/fake/memory_event_trace_sink.h"
@@ -235,6 +237,60 @@ TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
   EXPECT_EQ(view_.summaries[0].text, summary_text::kCurrentImageSuccess);
   EXPECT_EQ(view_.progress, (std::vector<DWORD>{0, 75, 100}));
   EXPECT_EQ(host_->Delivered(), std::vector<ULONG>{0});
+}
+
+// Looks its template up by name during the run, through the store the copy, move and link
+// actions resolve their `rename:` name with, and keeps what it found.
+class TemplateProbeAction final : public CFakeAction {
+ public:
+  explicit TemplateProbeAction(std::shared_ptr<std::vector<std::wstring>> found)
+      : found_(std::move(found)) {}
+
+  HRESULT Execute(IDictionary* record) const override {
+    CRenamingTemplateStore store;
+    std::wstring text;
+    const HRESULT hr = store.Find(L"dated", &text);
+    std::lock_guard lock(mutex_);
+    found_->push_back(hr == S_OK ? text : L"<none>");
+    return CFakeAction::Execute(record);
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::shared_ptr<std::vector<std::wstring>> found_;
+};
+
+TEST_F(MainDialogTest, RunUsesTheRuleSetsTemplatesBeforeTheUsersAndOnlyWhileItRuns) {
+  CRenamingTemplateStore store;
+  ASSERT_EQ(store.Set(L"Dated", L"user's {FileName}"), S_OK);
+  auto found = std::make_shared<std::vector<std::wstring>>();
+  CElementRegistry registry;
+  registry.AddKind(FakeActionKind(0),
+                   [found] { return std::make_shared<TemplateProbeAction>(found); });
+
+  struct Case {
+    RuleSetTemplates templates;
+    const wchar_t* expected;
+  };
+  const Case cases[] = {
+      {{{L"Dated", L"{DateTaken:Year} {FileName}"}}, L"{DateTaken:Year} {FileName}"},
+      {{}, L"user's {FileName}"},  // the previous run's templates are gone
+  };
+  for (const Case& c : cases) {
+    found->clear();
+    RunRequest request;
+    request.mode = 1;
+    request.rules = {RuleWith(std::make_shared<CFakeAction>())};
+    request.templates = c.templates;
+    ComPtr<IStream> stream = NewStream();
+    ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
+    CMainDialog dialog(host_, stream, 0, view_, registry, QuickRunner());
+    dialog.DoModal(nullptr);
+    EXPECT_EQ(*found, std::vector<std::wstring>{c.expected});
+    std::wstring after;
+    ASSERT_EQ(store.Find(L"Dated", &after), S_OK);
+    EXPECT_EQ(after, L"user's {FileName}") << "the rule set's templates end with the run";
+  }
 }
 
 TEST_F(MainDialogTest, DamagedInitDataIsReported) {

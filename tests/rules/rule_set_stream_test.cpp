@@ -120,8 +120,8 @@ struct DamageCase {
 
 const DamageCase kDamage[] = {
     {"NotARuleSet", [](Bytes& b) { b[0] = std::byte{'X'}; }, L"not a rule-set file"},
-    {"NewerFormat", [](Bytes& b) { b[kFormatAt] = std::byte{2}; },
-     L"saved by a newer version (format 2)"},
+    {"NewerFormat", [](Bytes& b) { b[kFormatAt] = std::byte{3}; },
+     L"saved by a newer version (format 3); this version reads up to format 2"},
     {"HugeRuleCount", [](Bytes& b) { PutU32(b, kRuleCountAt, 0xFFFFFFFF); },
      L"4294967295 of the number of rules is more than allowed"},
     {"HugeTextLength", [](Bytes& b) { PutU32(b, kNameLengthAt, 0x7FFFFFFF); },

@@ -205,9 +205,26 @@ HRESULT VariantChangeType(VARIANTARG* dest, const VARIANTARG* src, USHORT flags,
 HRESULT VariantChangeTypeEx(VARIANTARG* dest, const VARIANTARG* src, LCID lcid, USHORT flags,
                             VARTYPE vt);
 
+/// VarBstrCmp with the flags honoured; called by the inline form below for NORM_IGNORECASE.
+HRESULT VarBstrCmpWithFlags(BSTR left, BSTR right, ULONG flags);
+
 /// Compares two strings by code point (case-insensitively with NORM_IGNORECASE); a null BSTR
-/// equals the empty string. VARCMP_LT, VARCMP_EQ or VARCMP_GT.
-HRESULT VarBstrCmp(BSTR left, BSTR right, LCID lcid, ULONG flags);
+/// equals the empty string. VARCMP_LT, VARCMP_EQ or VARCMP_GT. The case-sensitive form is inline
+/// because every dictionary lookup orders its names with it.
+inline HRESULT VarBstrCmp(BSTR left, BSTR right, LCID /*lcid*/, ULONG flags) {
+  if (flags != 0) return VarBstrCmpWithFlags(left, right, flags);
+  const UINT a_size = SysStringLen(left);
+  const UINT b_size = SysStringLen(right);
+  const UINT common = a_size < b_size ? a_size : b_size;
+  for (UINT i = 0; i < common; ++i) {
+    // Unsigned, so the order is the same wherever wchar_t is signed.
+    const auto x = static_cast<ULONG>(left[i]);
+    const auto y = static_cast<ULONG>(right[i]);
+    if (x != y) return x < y ? VARCMP_LT : VARCMP_GT;
+  }
+  if (a_size == b_size) return VARCMP_EQ;
+  return a_size < b_size ? VARCMP_LT : VARCMP_GT;
+}
 
 // ---- Automation dates ------------------------------------------------------------------------
 

@@ -720,7 +720,7 @@ HRESULT VariantChangeType(VARIANTARG* dest, const VARIANTARG* src, USHORT flags,
   return VariantChangeTypeEx(dest, src, LOCALE_USER_DEFAULT, flags, vt);
 }
 
-HRESULT VarBstrCmp(BSTR left, BSTR right, LCID, ULONG flags) {
+HRESULT VarBstrCmpWithFlags(BSTR left, BSTR right, ULONG flags) {
   const std::wstring_view a = ViewOf(left);
   const std::wstring_view b = ViewOf(right);
   const bool ignore_case = (flags & NORM_IGNORECASE) != 0;
