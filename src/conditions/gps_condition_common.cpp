@@ -44,9 +44,10 @@ constexpr ParamUnit kDistanceUnits[] = {
 }  // namespace
 
 HRESULT ReadGpsFlags(IDictionary& record, USHORT* flags) {
+  // Keys are made once: every evaluation reads them, and a BSTR is only read here.
+  static const Bstr kFlags(L"Meta.GPS.Flags");
   Variant value;
-  LMK_RETURN_IF_FAILED(
-      GetRecordValue(record, Bstr(L"Meta.GPS.Flags"), VT_UI2, std::addressof(value)));
+  LMK_RETURN_IF_FAILED(GetRecordValue(record, kFlags, VT_UI2, std::addressof(value)));
   *flags = value.ref().uiVal;
   return S_OK;
 }
@@ -125,8 +126,10 @@ namespace lmk {
 
 HRESULT ReadImagePosition(IDictionary& record, USHORT flags, double* latitude, double* longitude) {
   if ((flags & LMKGPS_POSITION) == 0) return S_FALSE;
-  LMK_RETURN_IF_FAILED(GetRecordDouble(record, Bstr(L"Meta.GPS.Latitude"), latitude));
-  LMK_RETURN_IF_FAILED(GetRecordDouble(record, Bstr(L"Meta.GPS.Longitude"), longitude));
+  static const Bstr kLatitude(L"Meta.GPS.Latitude");
+  static const Bstr kLongitude(L"Meta.GPS.Longitude");
+  LMK_RETURN_IF_FAILED(GetRecordDouble(record, kLatitude, latitude));
+  LMK_RETURN_IF_FAILED(GetRecordDouble(record, kLongitude, longitude));
   if (*latitude == -1.0 || *longitude == -1.0) return S_FALSE;
   return S_OK;
 }
