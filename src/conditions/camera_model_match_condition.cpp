@@ -1,8 +1,6 @@
 // The "CameraModelMatch" condition.
 #include "conditions/camera_model_match_condition.h"
 
-#include "conditions/record_value.h"
-
 namespace lmk {
 
 CCameraModelMatchCondition::CCameraModelMatchCondition()
@@ -14,13 +12,7 @@ std::wstring CCameraModelMatchCondition::Description() const {
 
 HRESULT CCameraModelMatchCondition::Test(IDictionary& record) const {
   static const Bstr kKey(L"Meta.CameraModel");
-  Variant holder;
-  std::wstring_view text;
-  LMK_RETURN_IF_FAILED(GetRecordText(record, kKey, holder, &text));
-  if (text.empty()) return S_FALSE;
-  bool matched = false;
-  LMK_RETURN_IF_FAILED(Match(text, &matched));
-  return matched ? S_OK : S_FALSE;
+  return MatchRecordText(record, kKey);
 }
 
 }  // namespace lmk

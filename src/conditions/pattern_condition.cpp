@@ -5,6 +5,7 @@
 
 #include "com/com_error.h"
 #include "conditions/pattern_match.h"
+#include "conditions/record_value.h"
 
 namespace lmk {
 namespace {
@@ -31,6 +32,16 @@ bool CPatternCondition::IsValid(std::wstring* reason) const {
 
 HRESULT CPatternCondition::Match(std::wstring_view text, bool* matched) const {
   return MatchesPattern(pattern_, regex_, text, matched);
+}
+
+HRESULT CPatternCondition::MatchRecordText(IDictionary& record, const Bstr& key) const {
+  Variant holder;
+  std::wstring_view text;
+  LMK_RETURN_IF_FAILED(GetRecordText(record, key, holder, &text));
+  if (text.empty()) return S_FALSE;
+  bool matched = false;
+  LMK_RETURN_IF_FAILED(Match(text, &matched));
+  return matched ? S_OK : S_FALSE;
 }
 
 std::wstring CPatternCondition::MatchWords() const {

@@ -26,6 +26,9 @@ class CPatternCondition : public CRecordCondition {
  protected:
   /// S_OK with *matched set; E_INVALIDARG for an expression that does not compile.
   HRESULT Match(std::wstring_view text, bool* matched) const;
+  /// Matches the record's text value under key: S_OK or S_FALSE (also for an empty value); the
+  /// read's failure; E_INVALIDARG as Match.
+  HRESULT MatchRecordText(IDictionary& record, const Bstr& key) const;
   /// "matches the wildcards "..."" or "matches the regular expression "..."".
   std::wstring MatchWords() const;
 
