@@ -156,6 +156,11 @@ int RunApply(const ApplyOptions& options) {
       std::printf("usage: %s %s %ld\n", ToUtf8(count.category).c_str(), ToUtf8(count.event).c_str(),
                   static_cast<long>(count.count));
     }
+    if (const std::optional<double> seconds = host->RangeSeconds(); seconds && *seconds > 0) {
+      const ULONG images = host->ImagesDelivered();
+      std::printf("processed %lu picture(s) in %.3f s: %.0f pictures/s\n",
+                  static_cast<unsigned long>(images), *seconds, images / *seconds);
+    }
   }
   const std::optional<int> outcome = OutcomeFromLog(FileTimeToInt64(started));
   if (!outcome) {
@@ -183,8 +188,9 @@ Runner SetupApply(CLI::App& app) {
   command->add_option("--current", options->current,
                       "the picture that is the current image (default: the first listed)");
   command->add_flag("-r,--recursive", options->recursive, "also take pictures of sub-folders");
-  command->add_flag("-v,--verbose", options->verbose,
-                    "after the run, print what the plug-in counted (usage counters)");
+  command->add_flag(
+      "-v,--verbose", options->verbose,
+      "after the run, print what the plug-in counted (usage counters) and the processing rate");
   PluginModule::AddOption(*command, &options->plugin);
   return [options] { return RunApply(*options); };
 }

@@ -1,11 +1,14 @@
 // CDictionary: an ordered, locked map of names to VARIANTs, callable directly or by name.
 #include "dictionary/dictionary.h"
 
+#include <algorithm>
 #include <cwctype>
 #include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "com/com_error.h"
@@ -101,8 +104,15 @@ void ReturnResult(Variant value, VARIANT* pVarResult) {
 
 }  // namespace
 
-bool CDictionary::NameLess::Less(BSTR a, BSTR b) {
-  return VarBstrCmp(a, b, LOCALE_USER_DEFAULT, 0) == static_cast<HRESULT>(VARCMP_LT);
+bool CDictionary::NameLess::operator()(std::wstring_view a, std::wstring_view b) const noexcept {
+  const std::size_t common = std::min(a.size(), b.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    // Unsigned, so the order is the same wherever wchar_t is signed.
+    const auto x = static_cast<std::make_unsigned_t<wchar_t>>(a[i]);
+    const auto y = static_cast<std::make_unsigned_t<wchar_t>>(b[i]);
+    if (x != y) return x < y;
+  }
+  return a.size() < b.size();
 }
 
 HRESULT CDictionary::GetTypeInfoCount(UINT* pctinfo) {
@@ -288,7 +298,7 @@ HRESULT CDictionary::get_Value(BSTR bstrName, VARIANT* pVal) {
     VariantInit(pVal);
     if (IsEmptyName(bstrName)) return E_INVALIDARG;
     std::lock_guard guard(lock_);
-    const auto found = entries_.find(bstrName);
+    const auto found = entries_.find(View(bstrName));
     if (found == entries_.end()) return E_FAIL;
     return VariantCopy(pVal, const_cast<VARIANT*>(&found->second.ref()));
   } catch (...) {
@@ -303,21 +313,24 @@ HRESULT CDictionary::put_Value(BSTR bstrName, VARIANT pvarNew) {
     LMK_RETURN_IF_FAILED(CopyForStorage(pvarNew, &value));
     // The replaced value is released after the lock: releasing an object may run code that
     // calls back into this dictionary from another thread.
-    Variant replaced;
-    {
-      std::lock_guard guard(lock_);
-      const auto found = entries_.find(bstrName);
-      if (found != entries_.end()) {
-        replaced = std::move(found->second);
-        found->second = std::move(value);
-      } else {
-        entries_.emplace(Bstr(View(bstrName)), std::move(value));
-      }
-    }
+    std::vector<Variant> replaced;
+    std::lock_guard guard(lock_);
+    PutLocked(View(bstrName), std::move(value), &replaced);
     return S_OK;
   } catch (...) {
     return HresultFromCurrentException();
   }
+}
+
+void CDictionary::PutLocked(std::wstring_view name, Variant value, std::vector<Variant>* replaced) {
+  const auto at = entries_.lower_bound(name);
+  if (at != entries_.end() && !entries_.key_comp()(name, at->first)) {
+    replaced->push_back(std::move(at->second));
+    at->second = std::move(value);
+    return;
+  }
+  entries_.emplace_hint(at, std::piecewise_construct, std::forward_as_tuple(name),
+                        std::forward_as_tuple(std::move(value)));
 }
 
 HRESULT CDictionary::get_Count(LONG* pVal) {
@@ -346,9 +359,7 @@ HRESULT CDictionary::GetMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
     std::lock_guard guard(lock_);
     for (ULONG i = 0; i < cb; ++i) {
       if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') return E_INVALIDARG;
-      // An LPOLESTR has no length prefix; the comparison needs a real BSTR.
-      const Bstr name{std::wstring_view(rgolestr[i])};
-      const auto found = entries_.find(name.get());
+      const auto found = entries_.find(std::wstring_view(rgolestr[i]));
       if (found == entries_.end()) return E_FAIL;
       values[i] = found->second;
     }
@@ -363,11 +374,14 @@ HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
   try {
     if (cb == 0) return S_OK;
     if (rgolestr == nullptr || rgvar == nullptr) return E_INVALIDARG;
+    // Values put before a failing one stay put, as with one put_Value call after another.
+    std::vector<Variant> replaced;
     std::lock_guard guard(lock_);
     for (ULONG i = 0; i < cb; ++i) {
-      Bstr name;
-      if (rgolestr[i] != nullptr) name = Bstr(std::wstring_view(rgolestr[i]));
-      LMK_RETURN_IF_FAILED(put_Value(name.get(), rgvar[i]));
+      if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') return E_INVALIDARG;
+      Variant value;
+      LMK_RETURN_IF_FAILED(CopyForStorage(rgvar[i], &value));
+      PutLocked(std::wstring_view(rgolestr[i]), std::move(value), &replaced);
     }
     return S_OK;
   } catch (...) {
@@ -379,7 +393,7 @@ HRESULT CDictionary::Test(BSTR bstrName) {
   try {
     if (IsEmptyName(bstrName)) return E_INVALIDARG;
     std::lock_guard guard(lock_);
-    return entries_.find(bstrName) != entries_.end() ? S_OK : S_FALSE;
+    return entries_.find(View(bstrName)) != entries_.end() ? S_OK : S_FALSE;
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -392,7 +406,7 @@ HRESULT CDictionary::MergeTo(IDictionary* lpDictionary) {
     {
       std::lock_guard guard(lock_);
       snapshot.reserve(entries_.size());
-      for (const auto& [name, value] : entries_) snapshot.emplace_back(name, value);
+      for (const auto& [name, value] : entries_) snapshot.emplace_back(Bstr(name), value);
     }
     for (auto& [name, value] : snapshot) {
       LMK_RETURN_IF_FAILED(lpDictionary->put_Value(name.get(), *value.get()));
@@ -406,8 +420,8 @@ HRESULT CDictionary::MergeTo(IDictionary* lpDictionary) {
 std::vector<Bstr> CDictionary::NamesAfter(const Bstr& after, std::size_t max) const {
   std::vector<Bstr> names;
   std::lock_guard guard(lock_);
-  auto it = after.empty() ? entries_.begin() : entries_.upper_bound(after.get());
-  for (; it != entries_.end() && names.size() < max; ++it) names.push_back(it->first);
+  auto it = after.empty() ? entries_.begin() : entries_.upper_bound(View(after.get()));
+  for (; it != entries_.end() && names.size() < max; ++it) names.emplace_back(it->first);
   return names;
 }
 

@@ -2,6 +2,7 @@
 // system and the picture's metadata.
 #include "host/standalone_host.h"
 
+#include <chrono>
 #include <cwctype>
 #include <mutex>
 
@@ -17,6 +18,12 @@
 
 namespace lmk {
 namespace {
+
+std::int64_t SteadyNanoseconds() noexcept {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(
+             std::chrono::steady_clock::now().time_since_epoch())
+      .count();
+}
 
 // FNV-1a, 64 bits, over the path's UTF-8 bytes: the same file gets the same code in every
 // session, which is all the record promises.
@@ -282,6 +289,13 @@ HRESULT CStandaloneHost::Deliver(ULONG index, ILumarkoImage** ppImage) const {
   }
 }
 
+std::optional<double> CStandaloneHost::RangeSeconds() const noexcept {
+  const std::int64_t started = rangeStartedNs_.load();
+  const std::int64_t ended = rangeEndedNs_.load();
+  if (started == 0 || ended == 0) return std::nullopt;
+  return static_cast<double>(ended - started) / 1e9;
+}
+
 HRESULT CStandaloneHost::StartRange(ULONG index, ILumarkoImage** ppImage) {
   ULONG count = 0;
   {
@@ -291,6 +305,8 @@ HRESULT CStandaloneHost::StartRange(ULONG index, ILumarkoImage** ppImage) {
   if (index >= count) return E_FAIL;
   cursor_.store(index + 1);
   rangeSize_.store(count - index);
+  rangeStartedNs_.store(SteadyNanoseconds());
+  rangeEndedNs_.store(0);
   delivered_.store(1);
   runEnded_.store(false);
   return Deliver(index, ppImage);
@@ -428,7 +444,11 @@ HRESULT STDMETHODCALLTYPE CStandaloneHost::GetNextImageOfRange(ILumarkoImage** p
   const ULONG index = cursor_.fetch_add(1);
   {
     std::shared_lock guard(lock_);
-    if (index >= entries_.size()) return S_FALSE;
+    if (index >= entries_.size()) {
+      std::int64_t unset = 0;
+      rangeEndedNs_.compare_exchange_strong(unset, SteadyNanoseconds());
+      return S_FALSE;
+    }
   }
   delivered_.fetch_add(1);
   return Deliver(index, ppImage);

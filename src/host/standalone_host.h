@@ -4,7 +4,9 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <shared_mutex>
 #include <string>
 #include <string_view>
@@ -46,6 +48,10 @@ class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
   ULONG ImagesDelivered() const noexcept { return delivered_.load(); }
   /// How many images the range started last covers, from its start to the end of the list.
   ULONG RangeSize() const noexcept { return rangeSize_.load(); }
+  /// Seconds from the start of the last range to the call that found its end; nullopt while
+  /// the range has not been walked to its end (single-image runs, aborted runs). The plug-in
+  /// keeps its window open for a minimum time after that, so this is the processing time.
+  std::optional<double> RangeSeconds() const noexcept;
   /// True once SetSessionKeepCopyIndex was called: the plug-in does so as a run ends, before
   /// it shows the summary.
   bool RunEnded() const noexcept { return runEnded_.load(); }
@@ -113,6 +119,8 @@ class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
   std::atomic<ULONG> delivered_{0};
   std::atomic<ULONG> rangeSize_{0};
   std::atomic<bool> runEnded_{false};
+  std::atomic<std::int64_t> rangeStartedNs_{0};
+  std::atomic<std::int64_t> rangeEndedNs_{0};
   std::function<void()> onRunEnded_;
 };
 

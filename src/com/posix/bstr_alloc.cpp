@@ -69,12 +69,3 @@ INT SysReAllocStringLen(BSTR* bstr, const OLECHAR* text, UINT length) {
 void SysFreeString(BSTR bstr) {
   if (bstr != nullptr) std::free(BlockOf(bstr));
 }
-
-UINT SysStringByteLen(BSTR bstr) {
-  if (bstr == nullptr) return 0;
-  uint32_t bytes;
-  std::memcpy(&bytes, BlockOf(bstr), kPrefix);
-  return bytes;
-}
-
-UINT SysStringLen(BSTR bstr) { return static_cast<UINT>(SysStringByteLen(bstr) / sizeof(OLECHAR)); }

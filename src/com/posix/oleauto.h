@@ -181,10 +181,19 @@ INT SysReAllocString(BSTR* bstr, const OLECHAR* text);
 INT SysReAllocStringLen(BSTR* bstr, const OLECHAR* text, UINT length);
 /// Frees a BSTR; null is ignored.
 void SysFreeString(BSTR bstr);
+/// Bytes in the BSTR, without the prefix and the terminator; 0 for null. Inline: every name
+/// lookup of a dictionary asks for it.
+inline UINT SysStringByteLen(BSTR bstr) {
+  if (bstr == nullptr) return 0;
+  uint32_t bytes;
+  std::memcpy(&bytes, reinterpret_cast<const unsigned char*>(bstr) - sizeof(uint32_t),
+              sizeof(uint32_t));
+  return bytes;
+}
 /// Characters in the BSTR (embedded NULs count); 0 for null.
-UINT SysStringLen(BSTR bstr);
-/// Bytes in the BSTR, without the prefix and the terminator; 0 for null.
-UINT SysStringByteLen(BSTR bstr);
+inline UINT SysStringLen(BSTR bstr) {
+  return static_cast<UINT>(SysStringByteLen(bstr) / sizeof(OLECHAR));
+}
 
 // ---- VARIANT -------------------------------------------------------------------------------
 
