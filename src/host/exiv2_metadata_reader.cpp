@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "host/metadata_parsing.h"
+#include "host/picture_file_head.h"
 #include "host/picture_header_probe.h"
 #include "platform/text_encoding.h"
 
@@ -1121,9 +1122,17 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
       }
     }
 
+    // One read of the file's head usually holds all of its metadata; parsing it from memory
+    // spares the several opens and seeks of reading through the file. The head outlives the
+    // image, which parses it in place.
+    PictureFileHead head;
     Exiv2::Image::AutoPtr image;
     try {
-      image = Exiv2::ImageFactory::open(ToUtf8(path));
+      if (head.Read(NativePath(path)) && head.Sufficient() && head.size() > 0) {
+        image = Exiv2::ImageFactory::open(head.data(), static_cast<long>(head.size()));
+      } else {
+        image = Exiv2::ImageFactory::open(ToUtf8(path));
+      }
       image->readMetadata();
       status.ok = true;
     } catch (const std::exception& e) {

@@ -23,6 +23,8 @@ struct MetaDateTime {
   /// Fills the fields when they form a real date and time; otherwise leaves *this absent and
   /// returns false. Files carry "0000:00:00 00:00:00" and worse, so this is the one gate.
   bool Set(int y, int mo, int d, int h, int mi, int s, int ms = 0);
+
+  bool operator==(const MetaDateTime&) const = default;
 };
 
 /// Bits of ImageMetadata::gpsFlags, one per GPS value found. Rules test them, so the values
@@ -198,6 +200,8 @@ struct ImageMetadata {
   uint8_t supportsTransparency = 0;  // PNG and GIF; WebP and TIFF with an alpha channel
   std::wstring mimeType;             // as the reader identified the format, e.g. "image/jpeg"
   std::wstring sidecarPath;          // the ".xmp" sidecar that was read, empty when none
+
+  bool operator==(const ImageMetadata&) const = default;
 };
 
 }  // namespace lmk

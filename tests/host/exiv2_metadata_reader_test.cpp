@@ -7,13 +7,16 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "host/exiftool_report.h"
+#include "host/picture_file_head.h"
 #include "platform/text_encoding.h"
 #include "support/temp_dir.h"
 
@@ -487,6 +490,94 @@ TEST(Exiv2MetadataReaderTest, ImplausibleValuesAreDropped) {
   EXPECT_FALSE(m.hasRating);
   EXPECT_FALSE(m.hasUrgency);
   EXPECT_EQ(m.isoSpeed, 65535u) << "a saturated ISO with no newer tag is still the best value";
+}
+
+std::string ReadBytes(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void WriteBytes(const fs::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+// An application segment that no reader interprets, of `length` bytes after its marker.
+std::string FillerSegment(std::size_t length) {
+  std::string segment("\xFF\xEF", 2);
+  segment += static_cast<char>(length >> 8);
+  segment += static_cast<char>(length & 0xFF);
+  segment.append(length - 2, 'x');
+  return segment;
+}
+
+// The reader parses a picture's head from memory when the head holds all of its metadata and
+// the file otherwise: either way a picture must read the same as its small original.
+TEST(Exiv2MetadataReaderTest, LargePicturesReadTheSameWhereverTheirMetadataEnds) {
+  const fs::path original = kSamples / "sidecar_2025.jpg";
+  const std::string bytes = ReadBytes(original);
+  ASSERT_GT(bytes.size(), 4u);
+  const std::string afterStart = bytes.substr(2);
+  const std::size_t beyondHead = PictureFileHead::kDefaultLimit + 1000;
+  struct Case {
+    const char* name;
+    std::string content;
+    bool headSuffices;
+  };
+  const Case cases[] = {
+      {"trailing data past the limit", bytes + std::string(beyondHead, '\0'), true},
+      {"header runs past the limit",
+       "\xFF\xD8" + FillerSegment(60000) + FillerSegment(60000) + FillerSegment(60000) + afterStart,
+       false},
+  };
+  ImageMetadata want;
+  ASSERT_TRUE(CExiv2MetadataReader().Read(Wide(original), &want).ok);
+  for (const Case& c : cases) {
+    test::ScopedTempDir dir;
+    const fs::path path = dir / "large.jpg";
+    WriteBytes(path, c.content);
+    fs::copy_file(kSamples / "sidecar_2025.xmp", dir / "large.xmp");
+    PictureFileHead head;
+    ASSERT_TRUE(head.Read(path)) << c.name;
+    EXPECT_FALSE(head.whole()) << c.name;
+    EXPECT_EQ(head.Sufficient(), c.headSuffices) << c.name;
+
+    ImageMetadata got;
+    ASSERT_TRUE(CExiv2MetadataReader().Read(Wide(path), &got).ok) << c.name;
+    got.sidecarPath = want.sidecarPath;
+    EXPECT_TRUE(got == want) << c.name;
+    EXPECT_EQ(got.cameraModel, L"C-200") << c.name;
+    EXPECT_EQ(got.xmpRating, 4) << c.name;
+  }
+}
+
+TEST(PictureFileHeadTest, JpegHeadIsCompleteOnlyWhenTheScanStartIsInReach) {
+  using namespace std::string_literals;
+  const std::string app = "\xFF\xE1\x00\x04"s + "ab";
+  const std::string sos = "\xFF\xDA\x00\x08"s;
+  struct Case {
+    const char* name;
+    std::string bytes;
+    bool complete;
+  };
+  const Case cases[] = {
+      {"segments then scan", "\xFF\xD8" + app + sos, true},
+      {"fill bytes before a marker", "\xFF\xD8\xFF\xFF" + app + sos, true},
+      {"restart marker without length", "\xFF\xD8\xFF\xD0" + app + sos, true},
+      {"end of image before any scan", "\xFF\xD8" + app + "\xFF\xD9", true},
+      {"scan marker without its length", "\xFF\xD8" + app + "\xFF\xDA", false},
+      {"segment runs past the end", "\xFF\xD8\xFF\xE1\x40\x00"s + "ab", false},
+      {"no scan yet", "\xFF\xD8" + app, false},
+      {"garbage where a marker belongs", "\xFF\xD8" + app + "xx" + sos, false},
+      {"length below two", "\xFF\xD8\xFF\xE1\x00\x01"s + sos, false},
+      {"not a JPEG", "\x89PNG\r\n\x1a\n" + sos, false},
+      {"empty", "", false},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(JpegHeadIsComplete(reinterpret_cast<const uint8_t*>(c.bytes.data()), c.bytes.size()),
+              c.complete)
+        << c.name;
+  }
 }
 
 TEST(Exiv2MetadataReaderTest, ConcurrentReadsGiveTheSameValuesAsOneThread) {

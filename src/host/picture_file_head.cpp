@@ -1,0 +1,67 @@
+// Reads the head of a picture file and decides whether it holds all of the file's metadata.
+#include "host/picture_file_head.h"
+
+#include <fstream>
+
+namespace lmk {
+namespace {
+
+// A header of more segments than this is treated as damaged rather than walked for ever.
+constexpr int kMaxJpegSegments = 4096;
+
+}  // namespace
+
+bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
+  if (bytes == nullptr || size < 4 || bytes[0] != 0xFF || bytes[1] != 0xD8) return false;
+  std::size_t pos = 2;
+  for (int i = 0; i < kMaxJpegSegments; ++i) {
+    if (pos + 2 > size || bytes[pos] != 0xFF) return false;
+    const uint8_t marker = bytes[pos + 1];
+    if (marker == 0xFF) {  // fill byte before a marker
+      ++pos;
+      continue;
+    }
+    pos += 2;
+    // The scan starts: a reader stops here, and its length must be in reach too.
+    if (marker == 0xDA) return pos + 2 <= size;
+    if (marker == 0xD9) return true;  // end of image: nothing further to read
+    if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8)) continue;  // no length
+    if (pos + 2 > size) return false;
+    const std::size_t length = static_cast<std::size_t>(bytes[pos] << 8 | bytes[pos + 1]);
+    if (length < 2) return false;
+    pos += length;
+  }
+  return false;
+}
+
+bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit) {
+  bytes_.clear();
+  whole_ = false;
+  std::ifstream file;
+  // Unbuffered: the one read below goes straight to the file.
+  file.rdbuf()->pubsetbuf(nullptr, 0);
+  file.open(path, std::ios::binary);
+  if (!file) return false;
+  file.seekg(0, std::ios::end);
+  const std::streamoff end = file.tellg();
+  file.seekg(0, std::ios::beg);
+  if (end < 0 || !file) return false;
+  const auto fileSize = static_cast<std::uintmax_t>(end);
+  whole_ = fileSize <= limit;
+  bytes_.resize(whole_ ? static_cast<std::size_t>(fileSize) : limit);
+  file.read(reinterpret_cast<char*>(bytes_.data()), static_cast<std::streamsize>(bytes_.size()));
+  // A file that shrank since its size was taken gives fewer bytes: keep what is there.
+  bytes_.resize(static_cast<std::size_t>(file.gcount()));
+  if (file.bad()) {
+    bytes_.clear();
+    whole_ = false;
+    return false;
+  }
+  return true;
+}
+
+bool PictureFileHead::Sufficient() const noexcept {
+  return whole_ || JpegHeadIsComplete(bytes_.data(), bytes_.size());
+}
+
+}  // namespace lmk

@@ -1,0 +1,39 @@
+// The first bytes of a picture file, read with one open and one read, so that the metadata
+// reader can parse them from memory instead of opening the file several times.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+namespace lmk {
+
+/// True when the bytes of a JPEG hold every segment up to the start of the first scan: all
+/// that a metadata reader looks at (APPn, COM, frame headers). False for anything else,
+/// including a segment that runs past the end of the bytes.
+bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept;
+
+class PictureFileHead {
+ public:
+  /// Enough for the metadata segments of camera JPEGs; the rest of a picture is not read.
+  static constexpr std::size_t kDefaultLimit = 128 * 1024;
+
+  /// Reads up to `limit` bytes from the start of the file. False when the file cannot be
+  /// opened or read; the head is then empty.
+  bool Read(const std::filesystem::path& path, std::size_t limit = kDefaultLimit);
+
+  const uint8_t* data() const noexcept { return bytes_.data(); }
+  std::size_t size() const noexcept { return bytes_.size(); }
+  /// True when the bytes read are the whole file.
+  bool whole() const noexcept { return whole_; }
+  /// True when the bytes hold everything the metadata reader needs: the whole file, or a JPEG
+  /// whose header ends within them. Otherwise the file itself must be read.
+  bool Sufficient() const noexcept;
+
+ private:
+  std::vector<uint8_t> bytes_;
+  bool whole_ = false;
+};
+
+}  // namespace lmk
