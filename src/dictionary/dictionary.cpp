@@ -2,9 +2,11 @@
 #include "dictionary/dictionary.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cwctype>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -106,7 +108,15 @@ void ReturnResult(Variant value, VARIANT* pVarResult) {
 
 bool CDictionary::NameLess::operator()(std::wstring_view a, std::wstring_view b) const noexcept {
   const std::size_t common = std::min(a.size(), b.size());
-  for (std::size_t i = 0; i < common; ++i) {
+  // Names share long prefixes ("Meta.IPTC.Photographer."): skip equal blocks a few characters
+  // at a time before finding the first difference.
+  constexpr std::size_t kBlock = 16 / sizeof(wchar_t);
+  std::size_t i = 0;
+  while (i + kBlock <= common &&
+         std::memcmp(a.data() + i, b.data() + i, kBlock * sizeof(wchar_t)) == 0) {
+    i += kBlock;
+  }
+  for (; i < common; ++i) {
     // Unsigned, so the order is the same wherever wchar_t is signed.
     const auto x = static_cast<std::make_unsigned_t<wchar_t>>(a[i]);
     const auto y = static_cast<std::make_unsigned_t<wchar_t>>(b[i]);
@@ -377,6 +387,7 @@ HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
     // Values put before a failing one stay put, as with one put_Value call after another.
     std::vector<Variant> replaced;
     std::lock_guard guard(lock_);
+    if (entries_.empty()) return FillEmptyLocked(cb, rgolestr, rgvar);
     for (ULONG i = 0; i < cb; ++i) {
       if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') return E_INVALIDARG;
       Variant value;
@@ -387,6 +398,62 @@ HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
   } catch (...) {
     return HresultFromCurrentException();
   }
+}
+
+HRESULT CDictionary::FillEmptyLocked(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
+  // Every per-file record is such a fill, always of the same names. Going through them in
+  // name order puts each at the end of the map without a search; the order found for the
+  // last fill on this thread is tried first and only checked, which takes one comparison per
+  // name instead of a sort.
+  thread_local std::vector<LPOLESTR> lastNames;
+  thread_local std::vector<ULONG> lastOrder;
+  std::vector<std::wstring_view> names;
+  std::vector<Variant> values;
+  names.reserve(cb);
+  values.reserve(cb);
+  HRESULT hr = S_OK;
+  for (ULONG i = 0; i < cb && SUCCEEDED(hr); ++i) {
+    if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') {
+      hr = E_INVALIDARG;
+      break;
+    }
+    Variant value;
+    hr = CopyForStorage(rgvar[i], &value);
+    if (FAILED(hr)) break;
+    names.emplace_back(rgolestr[i]);
+    values.push_back(std::move(value));
+  }
+  const auto count = static_cast<ULONG>(names.size());
+  const NameLess less;
+  const auto increasing = [&](const std::vector<ULONG>& order) {
+    for (ULONG k = 1; k < count; ++k) {
+      if (!less(names[order[k - 1]], names[order[k]])) return false;
+    }
+    return true;
+  };
+  bool strictlyIncreasing = lastOrder.size() == count &&
+                            std::equal(rgolestr, rgolestr + count, lastNames.begin()) &&
+                            increasing(lastOrder);
+  if (!strictlyIncreasing) {
+    lastNames.assign(rgolestr, rgolestr + count);
+    lastOrder.resize(count);
+    std::iota(lastOrder.begin(), lastOrder.end(), 0U);
+    // Stable: of two equal names the later one comes later and wins, as with two puts.
+    std::stable_sort(lastOrder.begin(), lastOrder.end(),
+                     [&](ULONG a, ULONG b) { return less(names[a], names[b]); });
+    strictlyIncreasing = increasing(lastOrder);
+  }
+  for (const ULONG index : lastOrder) {
+    const std::wstring_view name = names[index];
+    // Only a name given twice can equal the last one put.
+    if (!strictlyIncreasing && !entries_.empty() && !less(entries_.rbegin()->first, name)) {
+      entries_.rbegin()->second = std::move(values[index]);
+    } else {
+      entries_.emplace_hint(entries_.end(), std::piecewise_construct, std::forward_as_tuple(name),
+                            std::forward_as_tuple(std::move(values[index])));
+    }
+  }
+  return hr;
 }
 
 HRESULT CDictionary::Test(BSTR bstrName) {

@@ -70,6 +70,9 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
   /// values they replace go to *replaced, to be released after the lock. Caller holds lock_.
   void PutLocked(std::wstring_view name, Variant value, std::vector<Variant>* replaced);
 
+  /// PutMultiple into the empty dictionary, with the same outcome. Caller holds lock_.
+  HRESULT FillEmptyLocked(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar);
+
   mutable std::recursive_mutex lock_;
   // Names and map nodes come from one arena that grows in a few large steps: a per-file
   // dictionary of 120 values costs a couple of allocations instead of hundreds. Nothing is

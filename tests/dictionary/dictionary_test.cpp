@@ -228,6 +228,67 @@ const PutMultipleCase kPutMultipleCases[] = {
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutMultipleTest, ::testing::ValuesIn(kPutMultipleCases),
                          [](const auto& i) { return std::string(i.param.name); });
 
+// A fill of an empty dictionary takes a faster path than puts into a full one, and remembers the
+// order of the names it was last given: either way the outcome must be that of one put_Value
+// after another.
+struct FillCase {
+  const char* name;
+  std::vector<std::vector<std::wstring>> fills;  // successive PutMultiple calls, same array
+};
+
+class DictionaryFillTest : public ::testing::TestWithParam<FillCase> {};
+
+TEST_P(DictionaryFillTest, GivesWhatOnePutAfterAnotherGives) {
+  // One array of name buffers reused across the fills, as a caller with a fixed table does.
+  std::vector<std::wstring> buffers(8, std::wstring(32, L'\0'));
+  LONG serial = 0;
+  for (const std::vector<std::wstring>& fill : GetParam().fills) {
+    std::vector<LPOLESTR> pointers;
+    std::vector<Variant> values;
+    for (std::size_t i = 0; i < fill.size(); ++i) {
+      buffers[i].assign(fill[i]);
+      pointers.push_back(buffers[i].data());
+      values.push_back(Variant::I4(++serial));
+    }
+    std::vector<VARIANT> raw;
+    for (Variant& v : values) raw.push_back(v.ref());
+
+    ComPtr<CDictionary> filled = MakeComObject<CDictionary>();
+    ASSERT_EQ(filled->PutMultiple(static_cast<ULONG>(raw.size()), pointers.data(), raw.data()),
+              S_OK);
+    ComPtr<CDictionary> expected = MakeComObject<CDictionary>();
+    for (std::size_t i = 0; i < fill.size(); ++i) {
+      const Bstr name(fill[i]);
+      ASSERT_EQ(expected->put_Value(name.get(), raw[i]), S_OK);
+    }
+
+    const std::vector<Bstr> names = filled->NamesAfter(Bstr(), 100);
+    const std::vector<Bstr> expectedNames = expected->NamesAfter(Bstr(), 100);
+    ASSERT_EQ(names.size(), expectedNames.size()) << GetParam().name;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      EXPECT_EQ(names[i].str(), expectedNames[i].str()) << GetParam().name;
+      Variant got, want;
+      ASSERT_EQ(filled->get_Value(names[i].get(), &got), S_OK);
+      ASSERT_EQ(expected->get_Value(names[i].get(), &want), S_OK);
+      EXPECT_EQ(got.ref().lVal, want.ref().lVal) << GetParam().name << " " << names[i].str();
+    }
+  }
+}
+
+const FillCase kFillCases[] = {
+    {"InOrder", {{L"a", L"b", L"c"}}},
+    {"Reversed", {{L"Plugin.Host", L"Plugin.Globals", L"File.Name", L"App.Version"}}},
+    {"RepeatedNameLastWins", {{L"x", L"y", L"x", L"w", L"x"}}},
+    {"SameTableTwice", {{L"m", L"k", L"z"}, {L"m", L"k", L"z"}}},
+    {"SameTableNewNames", {{L"m", L"k", L"z"}, {L"z", L"m", L"k"}, {L"q", L"q", L"a"}}},
+    {"PrefixesAndCase",
+     {{L"Meta.IPTC.Photographer.City", L"Meta.IPTC.Photographer.", L"meta.iptc.photographer.city",
+       L"Meta.IPTC.Photographer.Cit"}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Fills, DictionaryFillTest, ::testing::ValuesIn(kFillCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
 TEST(DictionaryTest, PutMultipleNullArrays) {
   ComPtr<IDictionary> dictionary = MakeDictionary();
   std::wstring name = L"a";
