@@ -24,7 +24,9 @@ HRESULT CCopyAction::BeginTransfers(std::wstring_view /*source*/, std::wstring_v
 
 HRESULT CCopyAction::TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
                                   TransferSession& /*session*/, std::wstring* failure) const {
-  LMK_RETURN_IF_FAILED(CopyFileTo(source, target, !replace));
+  // The source stays, so a copy need not reach the device before the next file starts: the
+  // runner flushes all of a run's copies at once when the run ends.
+  LMK_RETURN_IF_FAILED(CopyFileTo(source, target, !replace, CopyDurability::kFlushLater));
   if (!Option(kTransferVerify)) return S_OK;
   return VerifyCopy(source, target, failure);
 }

@@ -10,6 +10,7 @@
 #include "com/com_error.h"
 #include "com/time_convert.h"
 #include "com/variant.h"
+#include "platform/file_operations.h"
 #include "platform/processor_info.h"
 #include "platform/settings_store.h"
 #include "platform/thread_priority.h"
@@ -272,6 +273,10 @@ void CBatchRunner::Run(RunState& state) {
   }
 
   EndOfRun(state, abort_.load());
+  // Copies of this run reach the device together now, whether or not the run was aborted.
+  if (FAILED(FlushDeferredCopies())) {
+    log_->Error(batch_text::kCopiesNotFlushed, TakeErrorDescription());
+  }
   if (const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
           std::chrono::steady_clock::now() - started);
       elapsed < options_.minimumRunTime) {

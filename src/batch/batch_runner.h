@@ -48,6 +48,10 @@ inline constexpr std::wstring_view kSkippingActionsAndRules =
 inline constexpr std::wstring_view kAbortedByPolicy = L"Batch job aborted by policy.";
 inline constexpr std::wstring_view kForciblyAborted = L"Batch job forcibly aborted.";
 inline constexpr std::wstring_view kSkipping = L"Skipping \"%s\".";
+/// Copies stay on the page cache until the run ends; when they cannot be flushed then, the
+/// user must know that they may not survive a power cut (their sources are untouched).
+inline constexpr std::wstring_view kCopiesNotFlushed =
+    L"The copies made by this run may not be on the disk yet: %ls";
 inline constexpr std::wstring_view kSkippedCount = L"Skipped %d invalid image(s).";
 inline constexpr std::wstring_view kCanceling = L"Canceling batch job at user's request.";
 }  // namespace batch_text

@@ -28,6 +28,10 @@ enum class CopyDurability {
   /// Left to the system's write-back: while the system runs no partial file is ever seen under
   /// the target name, but after a power cut a target may be short; the source is untouched.
   kLeaveToSystem,
+  /// Left to the system's write-back at first, then put on the device together with every
+  /// other such copy by FlushDeferredCopies: one flush per file system instead of one per file,
+  /// as `sync` after `cp -r`. For copies whose source stays where it is.
+  kFlushLater,
 };
 
 /// Copies `source` to `target`: contents, last-write and last-access times and permissions
@@ -44,6 +48,10 @@ enum class CopyDurability {
 [[nodiscard]] HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target,
                                  bool failIfExists,
                                  CopyDurability durability = CopyDurability::kFlushToDevice);
+
+/// Puts every copy made with CopyDurability::kFlushLater since the last call on its device, one
+/// flush per file system. S_OK, or the first failure with a description naming the folder.
+[[nodiscard]] HRESULT FlushDeferredCopies();
 
 /// Moves (renames) `source` to `target`. On one volume this is one atomic rename. Across
 /// volumes it needs kMoveCopyAllowed (else HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE)): the file

@@ -410,6 +410,32 @@ TEST(CopyFileToTest, RacingCopiesToOneNameLeaveExactlyOneWinner) {
   EXPECT_TRUE(LeftoverTemporaries(temp.path()).empty());
 }
 
+// Copies to be flushed later are complete under their names at once; the flush that follows
+// reports a folder that can no longer be flushed, and forgets what it has flushed.
+TEST(CopyFileToTest, CopiesFlushedLaterAreWholeAndFlushedOnce) {
+  test::ScopedTempDir temp;
+  WriteText(temp / "source", "picture bytes");
+  fs::create_directories(temp / "kept");
+  fs::create_directories(temp / "gone");
+  ASSERT_EQ(FlushDeferredCopies(), S_OK);  // nothing pending
+  ASSERT_EQ(
+      CopyFileTo(W(temp / "source"), W(temp / "kept" / "a"), true, CopyDurability::kFlushLater),
+      S_OK);
+  EXPECT_EQ(ReadText(temp / "kept" / "a"), "picture bytes");
+  EXPECT_EQ(FlushDeferredCopies(), S_OK);
+
+  // After a flush, the next copy's folder is the one that stands for its file system.
+  ASSERT_EQ(
+      CopyFileTo(W(temp / "source"), W(temp / "gone" / "b"), true, CopyDurability::kFlushLater),
+      S_OK);
+  fs::remove_all(temp / "gone");
+  const HRESULT hr = FlushDeferredCopies();
+  EXPECT_TRUE(FAILED(hr));
+  EXPECT_NE(TakeErrorDescription().find(L"gone"), std::wstring::npos);
+  EXPECT_EQ(FlushDeferredCopies(), S_OK) << "a failed flush is not retried for ever";
+  EXPECT_EQ(ReadText(temp / "source"), "picture bytes");
+}
+
 // ---- injected faults --------------------------------------------------------------------------
 
 TEST(FileFaultHookTest, SharingViolationsReachTheCallerUntilTheHookStops) {

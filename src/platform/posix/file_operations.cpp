@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <map>
 #include <mutex>
 #include <random>
 #include <string>
@@ -279,6 +280,21 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   return S_OK;
 }
 
+// Folders (one per file system) that hold copies not yet flushed to their device.
+std::mutex g_unflushedLock;
+std::map<dev_t, std::string> g_unflushedFolders;
+
+void RememberUnflushedCopy(const std::string& target) {
+  struct stat info {};
+  std::string folder = Split(target).folder;
+  if (::stat(folder.c_str(), &info) != 0) {
+    // The copy was just made there; a folder that is gone has nothing left to flush.
+    return;
+  }
+  std::lock_guard guard(g_unflushedLock);
+  g_unflushedFolders.try_emplace(info.st_dev, std::move(folder));
+}
+
 int SyncFolderOf(const std::string& path) {
   UniqueFd folder(::open(Split(path).folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!folder.valid()) return errno;
@@ -332,9 +348,34 @@ HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool fail
     return InjectedFailure(fault, L"Cannot copy", source);
   }
   struct stat info {};
-  return CopyThroughTemporary(
+  LMK_RETURN_IF_FAILED(CopyThroughTemporary(
       {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice},
-      &info);
+      &info));
+  if (durability == CopyDurability::kFlushLater) RememberUnflushedCopy(ToUtf8(target));
+  return S_OK;
+}
+
+HRESULT FlushDeferredCopies() {
+  std::map<dev_t, std::string> folders;
+  {
+    std::lock_guard guard(g_unflushedLock);
+    folders.swap(g_unflushedFolders);
+  }
+  HRESULT result = S_OK;
+  for (const auto& [device, folder] : folders) {
+    UniqueFd fd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+#ifdef __linux__
+    const bool flushed = fd.valid() && ::syncfs(fd.get()) == 0;
+#else
+    // Without a per-file-system flush, flush them all.
+    const bool flushed = fd.valid() && (::sync(), true);
+#endif
+    if (!flushed && SUCCEEDED(result)) {
+      result = HresultFromErrno(
+          errno, L"Cannot flush the copies in " + Quoted(FromUtf8(folder)) + L" to the device");
+    }
+  }
+  return result;
 }
 
 HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags) {
