@@ -272,11 +272,12 @@ void CBatchRunner::Run(RunState& state) {
     }
   }
 
-  EndOfRun(state, abort_.load());
-  // Copies of this run reach the device together now, whether or not the run was aborted.
+  // Copies of this run reach the device together now, whether or not the run was aborted, and
+  // before the range ends: the host sees the run's work done only when they are on the disk.
   if (FAILED(FlushDeferredCopies())) {
     log_->Error(batch_text::kCopiesNotFlushed, TakeErrorDescription());
   }
+  EndOfRun(state, abort_.load());
   if (const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
           std::chrono::steady_clock::now() - started);
       elapsed < options_.minimumRunTime) {
