@@ -1,7 +1,7 @@
 # The two commands of the README: `make demo` and `make test`. Each installs the
 # Debian packages that are missing, configures, builds and runs.
 
-PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-dev \
+PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-dev libexpat1-dev \
             libyaml-cpp-dev libcli11-dev libglib2.0-dev libgtest-dev libgmock-dev \
             libbenchmark-dev libgeographiclib-dev libimage-exiftool-perl \
             g++-mingw-w64-x86-64-posix mingw-w64-tools

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "host/metadata_parsing.h"
 #include "host/picture_file_head.h"
 #include "host/picture_header_probe.h"
+#include "host/xmp_packet.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {
@@ -468,12 +470,21 @@ void InitializeOnce() {
 // Values of one file, indexed.
 
 struct XmpIndex {
-  std::array<const Exiv2::Xmpdatum*, kXFieldCount> found{};
+  std::array<std::optional<XmpProperty>, kXFieldCount> found{};
 
   void Add(const Exiv2::XmpData& data) {
     for (const Exiv2::Xmpdatum& datum : data) {
       const auto it = g_tables.xmp.find(datum.key());
-      if (it != g_tables.xmp.end() && found[it->second] == nullptr) found[it->second] = &datum;
+      if (it != g_tables.xmp.end() && !found[it->second]) found[it->second] = XmpPropertyOf(datum);
+    }
+  }
+
+  void Add(std::vector<XmpKeyedProperty>& properties) {
+    for (XmpKeyedProperty& property : properties) {
+      const auto it = g_tables.xmp.find(property.first);
+      if (it != g_tables.xmp.end() && !found[it->second]) {
+        found[it->second] = std::move(property.second);
+      }
     }
   }
 };
@@ -489,10 +500,11 @@ struct Sources {
   // value for each; they are only worth it when the file has maker notes at all.
   bool HasMakerNote() const { return exifData != nullptr && exif[kExMakerNote] != nullptr; }
 
-  const Exiv2::Xmpdatum* Xmp(XmpField field) const {
+  const XmpProperty* Xmp(XmpField field) const {
     if (field >= kXFieldCount) return nullptr;
-    const Exiv2::Xmpdatum* d = sidecarXmp.found[field];
-    return d != nullptr ? d : embeddedXmp.found[field];
+    if (const auto& sidecar = sidecarXmp.found[field]) return &*sidecar;
+    const auto& embedded = embeddedXmp.found[field];
+    return embedded ? &*embedded : nullptr;
   }
 };
 
@@ -600,22 +612,15 @@ std::wstring Text(const Exiv2::Exifdatum* d) { return DecodeMetadataText(RawText
 
 // The text of an XMP property: the default language of a language alternative, the items of
 // an array joined with "; ".
-std::wstring XmpText(const Exiv2::Xmpdatum* d) {
-  if (d == nullptr) return {};
-  const Exiv2::Value& v = d->value();
-  switch (v.typeId()) {
-    case Exiv2::langAlt: {
-      const auto* alt = dynamic_cast<const Exiv2::LangAltValue*>(&v);
-      if (alt == nullptr || alt->value_.empty()) return {};
-      const auto it = alt->value_.find("x-default");
-      return DecodeMetadataText(it != alt->value_.end() ? it->second : alt->value_.begin()->second);
-    }
-    case Exiv2::xmpBag:
-    case Exiv2::xmpSeq:
-    case Exiv2::xmpAlt: {
+std::wstring XmpText(const XmpProperty* p) {
+  if (p == nullptr) return {};
+  switch (p->kind) {
+    case XmpProperty::Kind::kLangAlt:
+      return DecodeMetadataText(std::string(p->DefaultLanguageText()));
+    case XmpProperty::Kind::kArray: {
       std::wstring joined;
-      for (long i = 0; i < v.count() && joined.size() < kMaxMetadataTextLength; ++i) {
-        const std::wstring item = DecodeMetadataText(v.toString(i));
+      for (std::size_t i = 0; i < p->items.size() && joined.size() < kMaxMetadataTextLength; ++i) {
+        const std::wstring item = DecodeMetadataText(p->items[i]);
         if (item.empty()) continue;
         if (!joined.empty()) joined += L"; ";
         joined += item;
@@ -623,26 +628,34 @@ std::wstring XmpText(const Exiv2::Xmpdatum* d) {
       if (joined.size() > kMaxMetadataTextLength) joined.resize(kMaxMetadataTextLength);
       return joined;
     }
-    default:
-      return DecodeMetadataText(v.toString());
+    case XmpProperty::Kind::kText:
+      break;
   }
+  return DecodeMetadataText(p->text);
 }
 
-// The first item of an XMP value as plain ASCII (numbers, dates, references).
-std::string XmpScalar(const Exiv2::Xmpdatum* d) {
-  if (d == nullptr || d->count() < 1) return {};
-  const Exiv2::Value& v = d->value();
-  std::string s =
-      v.typeId() == Exiv2::xmpBag || v.typeId() == Exiv2::xmpSeq || v.typeId() == Exiv2::xmpAlt
-          ? v.toString(0)
-          : v.toString();
+// The first item of an XMP value as plain ASCII (numbers, dates, references). A language
+// alternative is text for people, never one of those.
+std::string XmpScalar(const XmpProperty* p) {
+  if (p == nullptr) return {};
+  std::string_view s;
+  switch (p->kind) {
+    case XmpProperty::Kind::kText:
+      s = p->text;
+      break;
+    case XmpProperty::Kind::kArray:
+      if (!p->items.empty()) s = p->items.front();
+      break;
+    case XmpProperty::Kind::kLangAlt:
+      break;
+  }
   if (s.size() > 256) return {};
-  return s;
+  return std::string(s);
 }
 
-bool XmpReal(const Exiv2::Xmpdatum* d, double* out) { return ParseRationalText(XmpScalar(d), out); }
+bool XmpReal(const XmpProperty* d, double* out) { return ParseRationalText(XmpScalar(d), out); }
 
-bool XmpInteger(const Exiv2::Xmpdatum* d, long long min, long long max, long long* out) {
+bool XmpInteger(const XmpProperty* d, long long min, long long max, long long* out) {
   double v = 0;
   if (!XmpReal(d, &v) || v < static_cast<double>(min) || v > static_cast<double>(max)) return false;
   *out = std::llround(v);
@@ -1126,9 +1139,19 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
     // spares the several opens and seeks of reading through the file. The head outlives the
     // image, which parses it in place.
     PictureFileHead head;
+    std::vector<XmpKeyedProperty> packetXmp;
     Exiv2::Image::AutoPtr image;
     try {
       if (head.Read(NativePath(path)) && head.Sufficient() && head.size() > 0) {
+        // The library's XMP tree costs more than everything else in a small picture; the
+        // packet is read here instead, into the same properties.
+        if (const std::optional<std::string_view> packet = head.DetachJpegXmp()) {
+          std::string why;
+          if (!ParseXmpPacket(*packet, &packetXmp, &why)) {
+            status.warnings.push_back(L"Cannot read the XMP packet of " + Quoted(path) + L": " +
+                                      DecodeMetadataText(why));
+          }
+        }
         image = Exiv2::ImageFactory::open(head.data(), static_cast<long>(head.size()));
       } else {
         image = Exiv2::ImageFactory::open(ToUtf8(path));
@@ -1144,6 +1167,7 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
       IndexExif(image->exifData(), &src);
       IndexIptc(image->iptcData(), &src);
       src.embeddedXmp.Add(image->xmpData());
+      src.embeddedXmp.Add(packetXmp);
       out->mimeType = DecodeMetadataText(image->mimeType());
     }
 

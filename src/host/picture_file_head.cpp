@@ -1,7 +1,9 @@
 // Reads the head of a picture file and decides whether it holds all of the file's metadata.
 #include "host/picture_file_head.h"
 
+#include <cstring>
 #include <fstream>
+#include <string_view>
 
 namespace lmk {
 namespace {
@@ -9,9 +11,14 @@ namespace {
 // A header of more segments than this is treated as damaged rather than walked for ever.
 constexpr int kMaxJpegSegments = 4096;
 
-}  // namespace
+// The signature that opens the APP1 segment of a JPEG's XMP packet.
+constexpr std::string_view kXmpSignature("http://ns.adobe.com/xap/1.0/\0", 29);
 
-bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
+// Walks the segments of a JPEG header up to the start of the scan, calling visit(marker,
+// offset of the payload, payload size) for each segment with a length. True when the walk
+// reached the scan (or the end of the image) within the bytes.
+template <class Visit>
+bool WalkJpegHeader(const uint8_t* bytes, std::size_t size, Visit&& visit) noexcept {
   if (bytes == nullptr || size < 4 || bytes[0] != 0xFF || bytes[1] != 0xD8) return false;
   std::size_t pos = 2;
   for (int i = 0; i < kMaxJpegSegments; ++i) {
@@ -28,10 +35,17 @@ bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
     if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8)) continue;  // no length
     if (pos + 2 > size) return false;
     const std::size_t length = static_cast<std::size_t>(bytes[pos] << 8 | bytes[pos + 1]);
-    if (length < 2) return false;
+    if (length < 2 || pos + length > size) return false;
+    visit(marker, pos + 2, length - 2);
     pos += length;
   }
   return false;
+}
+
+}  // namespace
+
+bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
+  return WalkJpegHeader(bytes, size, [](uint8_t, std::size_t, std::size_t) {});
 }
 
 bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit) {
@@ -58,6 +72,28 @@ bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit)
     return false;
   }
   return true;
+}
+
+std::optional<std::string_view> PictureFileHead::DetachJpegXmp() noexcept {
+  std::size_t found = 0;
+  std::size_t offset = 0;
+  std::size_t length = 0;
+  const bool complete = WalkJpegHeader(
+      bytes_.data(), bytes_.size(), [&](uint8_t marker, std::size_t at, std::size_t size) {
+        if (marker == 0xE1 && size >= kXmpSignature.size() &&
+            std::memcmp(bytes_.data() + at, kXmpSignature.data(), kXmpSignature.size()) == 0) {
+          ++found;
+          offset = at;
+          length = size;
+        }
+      });
+  // Several packets are left to the metadata library, which knows which of them counts.
+  if (!complete || found != 1) return std::nullopt;
+  // A changed signature makes the library pass the segment by as an unknown one.
+  bytes_[offset] = 'X';
+  return std::string_view(
+      reinterpret_cast<const char*>(bytes_.data()) + offset + kXmpSignature.size(),
+      length - kXmpSignature.size());
 }
 
 bool PictureFileHead::Sufficient() const noexcept {

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace lmk {
@@ -30,6 +32,12 @@ class PictureFileHead {
   /// True when the bytes hold everything the metadata reader needs: the whole file, or a JPEG
   /// whose header ends within them. Otherwise the file itself must be read.
   bool Sufficient() const noexcept;
+
+  /// For a JPEG whose header lies within the head and holds one XMP packet: hides the packet
+  /// from the metadata library (which then skips its segment as an unknown one) and returns
+  /// it, so that it can be read without the library's XMP tree. nullopt otherwise, and the
+  /// head is left as it was. The view lives as long as the head.
+  std::optional<std::string_view> DetachJpegXmp() noexcept;
 
  private:
   std::vector<uint8_t> bytes_;
