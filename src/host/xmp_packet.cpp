@@ -9,6 +9,7 @@
 #include <exiv2/exiv2.hpp>
 #include <limits>
 #include <memory>
+#include <random>
 #include <type_traits>
 
 namespace lmk {
@@ -370,6 +371,9 @@ bool ParseXmpPacket(std::string_view packet, std::vector<XmpKeyedProperty>* out,
   const std::size_t end = packet.find_last_not_of(std::string_view("\0 \t\r\n", 5));
   packet = packet.substr(0, end == std::string_view::npos ? 0 : end + 1);
 
+  // A salt of its own per thread, so that a reset does not ask the system for a new one.
+  thread_local const unsigned long salt = std::random_device{}();
+  XML_SetHashSalt(parser.get(), salt);
   RdfReader reader(out);
   XML_SetUserData(parser.get(), &reader);
   XML_SetElementHandler(parser.get(), OnStart, OnEnd);

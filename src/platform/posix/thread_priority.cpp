@@ -13,7 +13,11 @@ namespace {
 // The nice value of the lowest priority.
 constexpr int kLowestNice = 19;
 
-id_t CurrentThreadId() { return static_cast<id_t>(::syscall(SYS_gettid)); }
+// A worker changes its priority around every image: its id is asked of the system once.
+id_t CurrentThreadId() {
+  thread_local const id_t id = static_cast<id_t>(::syscall(SYS_gettid));
+  return id;
+}
 
 }  // namespace
 
