@@ -384,45 +384,47 @@ HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
   try {
     if (cb == 0) return S_OK;
     if (rgolestr == nullptr || rgvar == nullptr) return E_INVALIDARG;
-    // Values put before a failing one stay put, as with one put_Value call after another.
+    // Values before a bad name or a value that cannot be copied are put all the same, as with
+    // one put_Value call after another.
+    std::vector<std::wstring_view> names;
+    std::vector<Variant> values;
+    names.reserve(cb);
+    values.reserve(cb);
+    HRESULT hr = S_OK;
+    for (ULONG i = 0; i < cb; ++i) {
+      if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') {
+        hr = E_INVALIDARG;
+        break;
+      }
+      Variant value;
+      hr = CopyForStorage(rgvar[i], &value);
+      if (FAILED(hr)) break;
+      names.emplace_back(rgolestr[i]);
+      values.push_back(std::move(value));
+    }
     std::vector<Variant> replaced;
     std::lock_guard guard(lock_);
-    if (entries_.empty()) return FillEmptyLocked(cb, rgolestr, rgvar);
-    for (ULONG i = 0; i < cb; ++i) {
-      if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') return E_INVALIDARG;
-      Variant value;
-      LMK_RETURN_IF_FAILED(CopyForStorage(rgvar[i], &value));
-      PutLocked(std::wstring_view(rgolestr[i]), std::move(value), &replaced);
+    if (entries_.empty()) {
+      FillEmptyLocked(rgolestr, names, values);
+    } else {
+      for (std::size_t i = 0; i < names.size(); ++i) {
+        PutLocked(names[i], std::move(values[i]), &replaced);
+      }
     }
-    return S_OK;
+    return hr;
   } catch (...) {
     return HresultFromCurrentException();
   }
 }
 
-HRESULT CDictionary::FillEmptyLocked(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
+void CDictionary::FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,
+                                  std::vector<Variant>& values) {
   // Every per-file record is such a fill, always of the same names. Going through them in
   // name order puts each at the end of the map without a search; the order found for the
   // last fill on this thread is tried first and only checked, which takes one comparison per
   // name instead of a sort.
   thread_local std::vector<LPOLESTR> lastNames;
   thread_local std::vector<ULONG> lastOrder;
-  std::vector<std::wstring_view> names;
-  std::vector<Variant> values;
-  names.reserve(cb);
-  values.reserve(cb);
-  HRESULT hr = S_OK;
-  for (ULONG i = 0; i < cb && SUCCEEDED(hr); ++i) {
-    if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') {
-      hr = E_INVALIDARG;
-      break;
-    }
-    Variant value;
-    hr = CopyForStorage(rgvar[i], &value);
-    if (FAILED(hr)) break;
-    names.emplace_back(rgolestr[i]);
-    values.push_back(std::move(value));
-  }
   const auto count = static_cast<ULONG>(names.size());
   const NameLess less;
   const auto increasing = [&](const std::vector<ULONG>& order) {
@@ -453,7 +455,6 @@ HRESULT CDictionary::FillEmptyLocked(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgva
                             std::forward_as_tuple(std::move(values[index])));
     }
   }
-  return hr;
 }
 
 HRESULT CDictionary::Test(BSTR bstrName) {

@@ -70,8 +70,11 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
   /// values they replace go to *replaced, to be released after the lock. Caller holds lock_.
   void PutLocked(std::wstring_view name, Variant value, std::vector<Variant>* replaced);
 
-  /// PutMultiple into the empty dictionary, with the same outcome. Caller holds lock_.
-  HRESULT FillEmptyLocked(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar);
+  /// Puts the copied values under their names (taken from the first names.size() entries of
+  /// rgolestr) into the empty dictionary, with the outcome of one put after another. Caller
+  /// holds lock_.
+  void FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,
+                       std::vector<Variant>& values);
 
   mutable std::recursive_mutex lock_;
   // Names and map nodes come from one arena that grows in a few large steps: a per-file
