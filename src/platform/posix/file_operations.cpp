@@ -217,12 +217,26 @@ class TemporaryCopy {
   std::string name_;
 };
 
+// Folders (one per file system) that hold copies not yet flushed to their device.
+std::mutex g_unflushedLock;
+std::map<dev_t, std::string> g_unflushedFolders;
+
+// Notes the file system of the open `folder` (named `path`) for FlushDeferredCopies.
+void RememberUnflushedCopy(int folder, const std::string& path) {
+  struct stat info {};
+  // The copy was just made there; a folder that cannot be asked has nothing left to flush.
+  if (::fstat(folder, &info) != 0) return;
+  std::lock_guard guard(g_unflushedLock);
+  g_unflushedFolders.try_emplace(info.st_dev, path);
+}
+
 struct CopyRequest {
   std::wstring_view source;
   std::wstring_view target;
   bool replace = false;
   const wchar_t* verb = L"Cannot copy";
   bool flush = true;
+  bool flushLater = false;  // left for FlushDeferredCopies
 };
 
 // The copy shared by CopyFileTo and a move across volumes; on success the target name holds the
@@ -277,22 +291,8 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     }
     return HresultFromErrno(error, context);
   }
+  if (request.flushLater) RememberUnflushedCopy(folder.get(), parts.folder);
   return S_OK;
-}
-
-// Folders (one per file system) that hold copies not yet flushed to their device.
-std::mutex g_unflushedLock;
-std::map<dev_t, std::string> g_unflushedFolders;
-
-void RememberUnflushedCopy(const std::string& target) {
-  struct stat info {};
-  std::string folder = Split(target).folder;
-  if (::stat(folder.c_str(), &info) != 0) {
-    // The copy was just made there; a folder that is gone has nothing left to flush.
-    return;
-  }
-  std::lock_guard guard(g_unflushedLock);
-  g_unflushedFolders.try_emplace(info.st_dev, std::move(folder));
 }
 
 int SyncFolderOf(const std::string& path) {
@@ -348,11 +348,10 @@ HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool fail
     return InjectedFailure(fault, L"Cannot copy", source);
   }
   struct stat info {};
-  LMK_RETURN_IF_FAILED(CopyThroughTemporary(
-      {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice},
-      &info));
-  if (durability == CopyDurability::kFlushLater) RememberUnflushedCopy(ToUtf8(target));
-  return S_OK;
+  return CopyThroughTemporary(
+      {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice,
+       durability == CopyDurability::kFlushLater},
+      &info);
 }
 
 HRESULT FlushDeferredCopies() {
