@@ -367,9 +367,16 @@ bool ParseXmpPacket(std::string_view packet, std::vector<XmpKeyedProperty>* out,
     if (error != nullptr) *error = "out of memory";
     return false;
   }
-  // Writers pad the packet after its end and some leave NULs there.
-  const std::size_t end = packet.find_last_not_of(std::string_view("\0 \t\r\n", 5));
-  packet = packet.substr(0, end == std::string_view::npos ? 0 : end + 1);
+  // Writers pad the packet after its root element, some with NULs, and close it with a
+  // processing instruction that XML does not need. The parser is given the root element
+  // alone, found from the front: walking kilobytes of padding costs more than the parse.
+  constexpr std::string_view kRootEnd("</x:xmpmeta>");
+  if (const std::size_t root = packet.find(kRootEnd); root != std::string_view::npos) {
+    packet = packet.substr(0, root + kRootEnd.size());
+  } else {
+    const std::size_t end = packet.find_last_not_of(std::string_view("\0 \t\r\n", 5));
+    packet = packet.substr(0, end == std::string_view::npos ? 0 : end + 1);
+  }
 
   // A salt of its own per thread, so that a reset does not ask the system for a new one.
   thread_local const unsigned long salt = std::random_device{}();
