@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "host/exif_block.h"
 #include "host/metadata_parsing.h"
 #include "host/picture_file_head.h"
 #include "host/picture_header_probe.h"
@@ -402,6 +403,8 @@ struct ExifId {
 
 struct Tables {
   std::array<ExifId, kExFieldCount> exif{};
+  // The library's ids of the image, EXIF and GPS directories, by ExifDirectory.
+  std::array<int, 3> directories{-1, -1, -1};
   std::unordered_map<std::string, int> xmp;
 };
 
@@ -462,6 +465,8 @@ void InitializeOnce() {
       // A library without this tag never reports it; the field stays unmatched.
     }
   }
+  g_tables.directories = {g_tables.exif[kExMake].ifd, g_tables.exif[kExDateTimeOriginal].ifd,
+                          g_tables.exif[kExGpsLatitude].ifd};
   for (size_t i = 0; i < kXmpKeys.size(); ++i)
     g_tables.xmp.emplace(kXmpKeys[i], static_cast<int>(i));
 }
@@ -490,7 +495,10 @@ struct XmpIndex {
 };
 
 struct Sources {
-  std::array<const Exiv2::Exifdatum*, kExFieldCount> exif{};
+  // The EXIF values, as stored. Those the library decoded have their bytes in exifBytes.
+  std::array<std::optional<ExifEntry>, kExFieldCount> exif{};
+  std::array<std::string, kExFieldCount> exifBytes;
+  std::optional<std::string> userComment;
   XmpIndex sidecarXmp;
   XmpIndex embeddedXmp;
   std::unordered_map<uint16_t, std::vector<const Exiv2::Iptcdatum*>> iim;
@@ -498,7 +506,11 @@ struct Sources {
 
   // The library's searches through maker notes build a key per candidate tag and walk every
   // value for each; they are only worth it when the file has maker notes at all.
-  bool HasMakerNote() const { return exifData != nullptr && exif[kExMakerNote] != nullptr; }
+  bool HasMakerNote() const { return exifData != nullptr && exif[kExMakerNote].has_value(); }
+
+  const ExifEntry* Exif(ExifField field) const {
+    return exif[field].has_value() ? &*exif[field] : nullptr;
+  }
 
   const XmpProperty* Xmp(XmpField field) const {
     if (field >= kXFieldCount) return nullptr;
@@ -508,18 +520,75 @@ struct Sources {
   }
 };
 
+// The field an EXIF value fills, or kExFieldCount.
+size_t FieldOf(int ifd, uint16_t tag) {
+  for (size_t i = 0; i < g_tables.exif.size(); ++i) {
+    const ExifId& id = g_tables.exif[i];
+    if (id.tag == tag && id.ifd == ifd) return i;
+  }
+  return kExFieldCount;
+}
+
+// The user comment as the library gives it: the text after the eight-byte character set
+// code, without trailing NULs for ASCII and undefined text. Unicode comments are decoded by
+// the library alone (the block reader refuses them).
+std::string CommentText(std::string_view bytes) {
+  if (bytes.size() < 8) return {};
+  const std::string_view code = bytes.substr(0, 8);
+  std::string text(bytes.substr(8));
+  if (code == std::string_view("ASCII\0\0\0", 8) ||
+      code == std::string_view("\0\0\0\0\0\0\0\0", 8)) {
+    const size_t last = text.find_last_not_of('\0');
+    text.resize(last == std::string::npos ? 0 : last + 1);
+  }
+  return text;
+}
+
 void IndexExif(const Exiv2::ExifData& data, Sources* src) {
   src->exifData = &data;
   for (const Exiv2::Exifdatum& datum : data) {
-    const int ifd = datum.ifdId();
-    const uint16_t tag = datum.tag();
-    for (size_t i = 0; i < g_tables.exif.size(); ++i) {
-      const ExifId& id = g_tables.exif[i];
-      if (id.tag == tag && id.ifd == ifd) {
-        if (src->exif[i] == nullptr) src->exif[i] = &datum;
-        break;
-      }
+    const size_t i = FieldOf(datum.ifdId(), datum.tag());
+    if (i == kExFieldCount || src->exif[i].has_value()) continue;
+    const Exiv2::Value& value = datum.value();
+    if (const auto* comment = dynamic_cast<const Exiv2::CommentValue*>(&value)) {
+      if (!src->userComment && comment->size() <= static_cast<long>(kMaxMetadataTextLength * 4))
+        src->userComment = comment->comment();
+      continue;
     }
+    ExifEntry entry;
+    entry.bigEndian = true;
+    const int type = value.typeId();
+    if (type >= 1 && type <= 12) {
+      entry.type = static_cast<TiffType>(type);
+    } else if (type == Exiv2::string) {
+      entry.type = TiffType::kAscii;
+    } else {
+      continue;
+    }
+    const long size = value.size();
+    if (size < 0) continue;
+    std::string& bytes = src->exifBytes[i];
+    bytes.resize(static_cast<size_t>(size));
+    if (size > 0) value.copy(reinterpret_cast<Exiv2::byte*>(bytes.data()), Exiv2::bigEndian);
+    entry.bytes = bytes;
+    entry.count = static_cast<uint32_t>(value.count());
+    src->exif[i] = entry;
+  }
+}
+
+// The values of a plain EXIF block, read without the library.
+void IndexExif(const std::vector<ExifEntry>& entries, Sources* src) {
+  for (const ExifEntry& entry : entries) {
+    const size_t i = FieldOf(g_tables.directories[static_cast<size_t>(entry.directory)], entry.tag);
+    if (i == kExFieldCount || src->exif[i].has_value()) continue;
+    if (i == kExUserComment && entry.type == TiffType::kUndefined) {
+      // The library reads an undefined comment as a comment, and a comment stored as text
+      // as text.
+      if (!src->userComment && entry.bytes.size() <= kMaxMetadataTextLength * 4)
+        src->userComment = CommentText(entry.bytes);
+      continue;
+    }
+    src->exif[i] = entry;
   }
 }
 
@@ -534,81 +603,36 @@ void IndexIptc(const Exiv2::IptcData& data, Sources* src) {
 // Typed access with range checks. Exiv2 keeps whatever the file declared, so each accessor
 // checks the type, the count and the value before using it.
 
-bool IsIntegerType(Exiv2::TypeId t) {
-  switch (t) {
-    case Exiv2::unsignedByte:
-    case Exiv2::unsignedShort:
-    case Exiv2::unsignedLong:
-    case Exiv2::signedByte:
-    case Exiv2::signedShort:
-    case Exiv2::signedLong:
-      return true;
-    default:
-      return false;
-  }
-}
-
-bool RealAt(const Exiv2::Exifdatum* d, long n, double* out) {
-  if (d == nullptr || n < 0 || n >= d->count()) return false;
-  const Exiv2::Value& v = d->value();
+bool RealAt(const ExifEntry* d, long n, double* out) {
   double value = 0;
-  switch (v.typeId()) {
-    case Exiv2::unsignedRational: {
-      const auto* r = dynamic_cast<const Exiv2::URationalValue*>(&v);
-      if (r == nullptr || static_cast<size_t>(n) >= r->value_.size()) return false;
-      const Exiv2::URational q = r->value_[static_cast<size_t>(n)];
-      if (q.second == 0) return false;
-      value = static_cast<double>(q.first) / q.second;
-      break;
-    }
-    case Exiv2::signedRational: {
-      const auto* r = dynamic_cast<const Exiv2::RationalValue*>(&v);
-      if (r == nullptr || static_cast<size_t>(n) >= r->value_.size()) return false;
-      const Exiv2::Rational q = r->value_[static_cast<size_t>(n)];
-      if (q.second == 0) return false;
-      value = static_cast<double>(q.first) / q.second;
-      break;
-    }
-    case Exiv2::tiffFloat:
-    case Exiv2::tiffDouble:
-      value = v.toFloat(n);
-      break;
-    default:
-      if (!IsIntegerType(v.typeId())) return false;
-      value = static_cast<double>(v.toLong(n));
-  }
-  if (!std::isfinite(value)) return false;
+  if (d == nullptr || n < 0 || !d->RealAt(static_cast<uint32_t>(n), &value) ||
+      !std::isfinite(value))
+    return false;
   *out = value;
   return true;
 }
 
-bool UIntAt(const Exiv2::Exifdatum* d, long n, uint64_t max, uint64_t* out) {
-  if (d == nullptr || n < 0 || n >= d->count() || !IsIntegerType(d->value().typeId())) return false;
-  const long v = d->value().toLong(n);
+bool UIntAt(const ExifEntry* d, long n, uint64_t max, uint64_t* out) {
+  long long v = 0;
+  if (d == nullptr || n < 0 || !d->IntegerAt(static_cast<uint32_t>(n), &v)) return false;
   if (v < 0 || static_cast<uint64_t>(v) > max) return false;
   *out = static_cast<uint64_t>(v);
   return true;
 }
 
-std::string RawText(const Exiv2::Exifdatum* d) {
-  if (d == nullptr) return {};
-  const Exiv2::Value& v = d->value();
-  if (v.typeId() == Exiv2::asciiString || v.typeId() == Exiv2::string) {
-    if (v.size() > static_cast<long>(kMaxMetadataTextLength * 4)) return {};
-    return v.toString();
+std::string RawText(const ExifEntry* d) {
+  if (d == nullptr || d->bytes.size() > kMaxMetadataTextLength * 4) return {};
+  if (d->type == TiffType::kAscii) {
+    // Trailing NULs end the text; NULs within it are the decoder's to judge.
+    const size_t last = d->bytes.find_last_not_of('\0');
+    return std::string(d->bytes.substr(0, last == std::string_view::npos ? 0 : last + 1));
   }
-  if (v.typeId() == Exiv2::undefined || v.typeId() == Exiv2::unsignedByte) {
-    // Some writers store text as bytes.
-    const long size = v.size();
-    if (size <= 0 || size > static_cast<long>(kMaxMetadataTextLength * 4)) return {};
-    std::string bytes(static_cast<size_t>(size), '\0');
-    v.copy(reinterpret_cast<Exiv2::byte*>(bytes.data()), Exiv2::invalidByteOrder);
-    return bytes;
-  }
+  // Some writers store text as bytes.
+  if (d->type == TiffType::kUndefined || d->type == TiffType::kByte) return std::string(d->bytes);
   return {};
 }
 
-std::wstring Text(const Exiv2::Exifdatum* d) { return DecodeMetadataText(RawText(d)); }
+std::wstring Text(const ExifEntry* d) { return DecodeMetadataText(RawText(d)); }
 
 // The text of an XMP property: the default language of a language alternative, the items of
 // an array joined with "; ".
@@ -702,7 +726,7 @@ void SetText(std::wstring* target, std::wstring value) {
 
 void ReadDates(const Sources& src, ImageMetadata* m) {
   for (ExifField f : {kExDateTimeOriginal, kExDateTimeDigitized, kExDateTime}) {
-    if (ParseMetaDateTime(RawText(src.exif[f]), &m->dateTaken)) return;
+    if (ParseMetaDateTime(RawText(src.Exif(f)), &m->dateTaken)) return;
   }
   for (XmpField f : {kXDateTimeOriginal, kXCreateDate}) {
     // XMP dates may carry a zone; the wall-clock time as written is what the camera showed.
@@ -713,7 +737,7 @@ void ReadDates(const Sources& src, ImageMetadata* m) {
 void ReadCameraValues(const Sources& src, ImageMetadata* m) {
   for (const RealValue& rv : kRealValues) {
     double v = 0;
-    bool ok = RealAt(src.exif[rv.exif], 0, &v);
+    bool ok = RealAt(src.Exif(rv.exif), 0, &v);
     if (!ok || (!rv.allowNegative && v < 0) || std::fabs(v) > rv.max) {
       ok = XmpReal(src.Xmp(rv.xmp), &v) && (rv.allowNegative || v >= 0) && std::fabs(v) <= rv.max;
     }
@@ -724,7 +748,7 @@ void ReadCameraValues(const Sources& src, ImageMetadata* m) {
   // Apertures given as APEX values: f-number = 2^(Av/2). Av beyond 20 (f/1024) is garbage.
   const auto apex = [&](ExifField exif, XmpField xmp, float* target) {
     double av = 0;
-    if ((RealAt(src.exif[exif], 0, &av) || XmpReal(src.Xmp(xmp), &av)) && av >= -2 && av <= 20)
+    if ((RealAt(src.Exif(exif), 0, &av) || XmpReal(src.Xmp(xmp), &av)) && av >= -2 && av <= 20)
       *target = static_cast<float>(std::pow(2.0, av / 2));
   };
   if (m->fNumber == 0) apex(kExApertureValue, kXApertureValue, &m->fNumber);
@@ -732,14 +756,14 @@ void ReadCameraValues(const Sources& src, ImageMetadata* m) {
 
   for (const CodeValue& cv : kCodeValues) {
     uint64_t v = 0;
-    if (!UIntAt(src.exif[cv.exif], 0, 0xFFFF, &v)) continue;
+    if (!UIntAt(src.Exif(cv.exif), 0, 0xFFFF, &v)) continue;
     m->*cv.member = static_cast<uint16_t>(v);
     if (cv.has != nullptr) m->*cv.has = true;
   }
 
   uint64_t orientation = 0;
   long long xmpOrientation = 0;
-  if (UIntAt(src.exif[kExOrientation], 0, 8, &orientation) && orientation >= 1) {
+  if (UIntAt(src.Exif(kExOrientation), 0, 8, &orientation) && orientation >= 1) {
     m->orientation = static_cast<uint16_t>(orientation);
   } else if (XmpInteger(src.Xmp(kXOrientation), 1, 8, &xmpOrientation)) {
     m->orientation = static_cast<uint16_t>(xmpOrientation);
@@ -751,18 +775,18 @@ void ReadCameraValues(const Sources& src, ImageMetadata* m) {
   constexpr uint64_t kMaxIso = 10'000'000;
   uint64_t iso = 0;
   uint64_t sensitivityType = 0;
-  UIntAt(src.exif[kExSensitivityType], 0, 7, &sensitivityType);
+  UIntAt(src.Exif(kExSensitivityType), 0, 7, &sensitivityType);
   // SensitivityType: 1, 4, 5, 7 include SOS; 2, 4, 6, 7 REI; 3, 5, 6, 7 ISO speed.
   const ExifField preferred = sensitivityType == 2 || sensitivityType == 6
                                   ? kExRecommendedExposureIndex
                               : sensitivityType == 3 ? kExIsoSpeed
                                                      : kExStandardOutputSensitivity;
-  if (UIntAt(src.exif[kExIsoSpeedRatings], 0, 65534, &iso) && iso > 0) {
+  if (UIntAt(src.Exif(kExIsoSpeedRatings), 0, 65534, &iso) && iso > 0) {
     m->isoSpeed = static_cast<uint32_t>(iso);
   } else {
     for (ExifField f :
          {preferred, kExIsoSpeed, kExRecommendedExposureIndex, kExStandardOutputSensitivity}) {
-      if (UIntAt(src.exif[f], 0, kMaxIso, &iso) && iso > 0) {
+      if (UIntAt(src.Exif(f), 0, kMaxIso, &iso) && iso > 0) {
         m->isoSpeed = static_cast<uint32_t>(iso);
         break;
       }
@@ -779,12 +803,12 @@ void ReadCameraValues(const Sources& src, ImageMetadata* m) {
   if (m->isoSpeed == 0 && XmpInteger(src.Xmp(kXIsoSpeedRatings), 1, kMaxIso, &xmpIso))
     m->isoSpeed = static_cast<uint32_t>(xmpIso);
   // A saturated classic tag with nothing better still says "at least 65535".
-  if (m->isoSpeed == 0 && UIntAt(src.exif[kExIsoSpeedRatings], 0, 65535, &iso) && iso == 65535)
+  if (m->isoSpeed == 0 && UIntAt(src.Exif(kExIsoSpeedRatings), 0, 65535, &iso) && iso == 65535)
     m->isoSpeed = 65535;
 
   // Maker notes that number files as folder * 10000 + file ("100-0042").
   uint64_t fileNumber = 0;
-  if (UIntAt(src.exif[kExCanonFileNumber], 0, 0xFFFFFFFF, &fileNumber) && fileNumber > 0) {
+  if (UIntAt(src.Exif(kExCanonFileNumber), 0, 0xFFFFFFFF, &fileNumber) && fileNumber > 0) {
     m->hasFileNumber = true;
     m->fileNumber = static_cast<uint32_t>(fileNumber % 10000);
     m->folderNumber = static_cast<uint32_t>(fileNumber / 10000);
@@ -807,29 +831,24 @@ std::wstring PrintedName(const Sources& src,
 }
 
 void ReadStrings(const Sources& src, ImageMetadata* m) {
-  m->cameraMake = Text(src.exif[kExMake]);
+  m->cameraMake = Text(src.Exif(kExMake));
   SetText(&m->cameraMake, XmpText(src.Xmp(kXMake)));
-  m->cameraModel = Text(src.exif[kExModel]);
+  m->cameraModel = Text(src.Exif(kExModel));
   SetText(&m->cameraModel, XmpText(src.Xmp(kXModel)));
 
-  m->lensModel = Text(src.exif[kExLensModel]);
+  m->lensModel = Text(src.Exif(kExLensModel));
   SetText(&m->lensModel, XmpText(src.Xmp(kXLensModel)));
   SetText(&m->lensModel, XmpText(src.Xmp(kXAuxLens)));
   if (m->lensModel.empty()) m->lensModel = PrintedName(src, Exiv2::lensName);
 
-  if (const Exiv2::Exifdatum* d = src.exif[kExUserComment]) {
-    if (const auto* c = dynamic_cast<const Exiv2::CommentValue*>(&d->value());
-        c != nullptr && c->size() <= static_cast<long>(kMaxMetadataTextLength * 4)) {
-      m->comment = DecodeMetadataText(c->comment());
-    }
-  }
-  SetText(&m->comment, Text(src.exif[kExImageDescription]));
+  if (src.userComment) m->comment = DecodeMetadataText(*src.userComment);
+  SetText(&m->comment, Text(src.Exif(kExImageDescription)));
 
-  m->artist = Text(src.exif[kExArtist]);
-  m->copyright = Text(src.exif[kExCopyright]);
-  m->imageUniqueId = Text(src.exif[kExImageUniqueId]);
+  m->artist = Text(src.Exif(kExArtist));
+  m->copyright = Text(src.Exif(kExCopyright));
+  m->imageUniqueId = Text(src.Exif(kExImageUniqueId));
 
-  m->cameraSerialNumber = Text(src.exif[kExBodySerialNumber]);
+  m->cameraSerialNumber = Text(src.Exif(kExBodySerialNumber));
   if (m->cameraSerialNumber.empty()) m->cameraSerialNumber = PrintedName(src, Exiv2::serialNumber);
   SetText(&m->cameraSerialNumber, XmpText(src.Xmp(kXBodySerialNumber)));
   SetText(&m->cameraSerialNumber, XmpText(src.Xmp(kXAuxSerialNumber)));
@@ -842,7 +861,7 @@ void ReadMarks(const Sources& src, ImageMetadata* m) {
     // Any negative rating means "rejected"; fractions round to the nearest star.
     m->xmpRating = rating < 0 ? int16_t{-1} : static_cast<int16_t>(std::lround(rating));
     m->hasRating = true;
-  } else if (UIntAt(src.exif[kExRating], 0, 5, &exifRating)) {
+  } else if (UIntAt(src.Exif(kExRating), 0, 5, &exifRating)) {
     m->xmpRating = static_cast<int16_t>(exifRating);
     m->hasRating = true;
   }
@@ -866,16 +885,16 @@ void ReadMarks(const Sources& src, ImageMetadata* m) {
 
 bool ExifCoordinate(const Sources& src, ExifField value, ExifField ref, char negative, double limit,
                     double* out) {
-  const Exiv2::Exifdatum* d = src.exif[value];
-  if (d == nullptr || d->count() < 1) return false;
+  const ExifEntry* d = src.Exif(value);
+  if (d == nullptr || d->count < 1) return false;
   double parts[3] = {0, 0, 0};
-  for (long i = 0; i < 3 && i < d->count(); ++i) {
+  for (long i = 0; i < 3 && i < static_cast<long>(d->count); ++i) {
     if (!RealAt(d, i, &parts[i]) || parts[i] < 0) return false;
   }
   if (parts[1] >= 60 + 1e-9 || parts[2] >= 60 + 1e-9) return false;
   const double degrees = parts[0] + parts[1] / 60 + parts[2] / 3600;
   if (degrees > limit) return false;
-  const char r = FirstLetter(RawText(src.exif[ref]));
+  const char r = FirstLetter(RawText(src.Exif(ref)));
   const char positive = negative == 'S' ? 'N' : 'E';
   if (r != '\0' && r != negative && r != positive) return false;
   *out = r == negative ? -degrees : degrees;
@@ -899,8 +918,8 @@ void ReadGps(const Sources& src, ImageMetadata* m) {
   constexpr double kMaxAltitude = 1e6;
   uint64_t ref = 0;
   long long xmpRef = 0;
-  if (RealAt(src.exif[kExGpsAltitude], 0, &v) && v >= 0 && v <= kMaxAltitude) {
-    const bool below = UIntAt(src.exif[kExGpsAltitudeRef], 0, 255, &ref) && ref == 1;
+  if (RealAt(src.Exif(kExGpsAltitude), 0, &v) && v >= 0 && v <= kMaxAltitude) {
+    const bool below = UIntAt(src.Exif(kExGpsAltitudeRef), 0, 255, &ref) && ref == 1;
     m->gpsAltitude = static_cast<float>(below ? -v : v);
     m->gpsFlags |= kGpsAltitude;
   } else if (XmpReal(src.Xmp(kXGpsAltitude), &v) && v >= 0 && v <= kMaxAltitude) {
@@ -924,8 +943,8 @@ void ReadGps(const Sources& src, ImageMetadata* m) {
     }
   };
   double factor = 0;
-  if (RealAt(src.exif[kExGpsSpeed], 0, &v)) {
-    factor = speedFactor(FirstLetter(RawText(src.exif[kExGpsSpeedRef])));
+  if (RealAt(src.Exif(kExGpsSpeed), 0, &v)) {
+    factor = speedFactor(FirstLetter(RawText(src.Exif(kExGpsSpeedRef))));
   } else if (XmpReal(src.Xmp(kXGpsSpeed), &v)) {
     factor = speedFactor(FirstLetter(XmpScalar(src.Xmp(kXGpsSpeedRef))));
   }
@@ -936,8 +955,8 @@ void ReadGps(const Sources& src, ImageMetadata* m) {
 
   // Direction: true north unless the reference says M.
   char dirRef = 'X';
-  if (RealAt(src.exif[kExGpsImgDirection], 0, &v)) {
-    dirRef = FirstLetter(RawText(src.exif[kExGpsImgDirectionRef]));
+  if (RealAt(src.Exif(kExGpsImgDirection), 0, &v)) {
+    dirRef = FirstLetter(RawText(src.Exif(kExGpsImgDirectionRef)));
   } else if (XmpReal(src.Xmp(kXGpsImgDirection), &v)) {
     dirRef = FirstLetter(XmpScalar(src.Xmp(kXGpsImgDirectionRef)));
   }
@@ -949,10 +968,10 @@ void ReadGps(const Sources& src, ImageMetadata* m) {
   // Time stamp: GPSDateStamp plus GPSTimeStamp (hours, minutes, seconds), UTC.
   MetaDateTime date;
   double hms[3] = {0, 0, 0};
-  const Exiv2::Exifdatum* time = src.exif[kExGpsTimeStamp];
-  bool timeOk = time != nullptr && time->count() >= 3;
+  const ExifEntry* time = src.Exif(kExGpsTimeStamp);
+  bool timeOk = time != nullptr && time->count >= 3;
   for (long i = 0; timeOk && i < 3; ++i) timeOk = RealAt(time, i, &hms[i]) && hms[i] >= 0;
-  if (timeOk && ParseMetaDateTime(RawText(src.exif[kExGpsDateStamp]), &date) && hms[0] < 24 &&
+  if (timeOk && ParseMetaDateTime(RawText(src.Exif(kExGpsDateStamp)), &date) && hms[0] < 24 &&
       hms[1] < 60 && hms[2] < 61) {
     const double seconds = std::floor(hms[2]);
     m->gpsTimeStamp.Set(date.year, date.month, date.day, static_cast<int>(hms[0]),
@@ -969,11 +988,11 @@ void ReadGps(const Sources& src, ImageMetadata* m) {
   }
   if (m->gpsTimeStamp.present) m->gpsFlags |= kGpsTimeStamp;
 
-  std::string status = RawText(src.exif[kExGpsStatus]);
+  std::string status = RawText(src.Exif(kExGpsStatus));
   if (status.empty()) status = XmpScalar(src.Xmp(kXGpsStatus));
   m->gpsMeasurementActive = FirstLetter(status) == 'A' ? 1 : 0;
 
-  m->gpsMapDatum = Text(src.exif[kExGpsMapDatum]);
+  m->gpsMapDatum = Text(src.Exif(kExGpsMapDatum));
   SetText(&m->gpsMapDatum, XmpText(src.Xmp(kXGpsMapDatum)));
 }
 
@@ -1008,18 +1027,25 @@ void ReadIptc(const Sources& src, ImageMetadata* m) {
   }
 }
 
-void ReadPixels(Exiv2::Image* image, const Sources& src, ImageMetadata* m) {
+// The picture's size as its own header gives it, else as the library found it, else as
+// the EXIF values say.
+struct PixelSources {
   PictureHeaderInfo header;
-  if (image != nullptr) ProbePictureHeader(image->io(), &header);
+  uint64_t libraryWidth = 0;
+  uint64_t libraryHeight = 0;
+};
+
+void ReadPixels(const PixelSources& pixels, const Sources& src, ImageMetadata* m) {
+  const PictureHeaderInfo& header = pixels.header;
   uint64_t w = 0, h = 0;
   if (header.known) {
     w = header.width;
     h = header.height;
-  } else if (image != nullptr && image->pixelWidth() > 0 && image->pixelHeight() > 0) {
-    w = static_cast<uint64_t>(image->pixelWidth());
-    h = static_cast<uint64_t>(image->pixelHeight());
-  } else if (!UIntAt(src.exif[kExPixelXDimension], 0, 0x7FFFFFFF, &w) ||
-             !UIntAt(src.exif[kExPixelYDimension], 0, 0x7FFFFFFF, &h)) {
+  } else if (pixels.libraryWidth > 0 && pixels.libraryHeight > 0) {
+    w = pixels.libraryWidth;
+    h = pixels.libraryHeight;
+  } else if (!UIntAt(src.Exif(kExPixelXDimension), 0, 0x7FFFFFFF, &w) ||
+             !UIntAt(src.Exif(kExPixelYDimension), 0, 0x7FFFFFFF, &h)) {
     w = h = 0;
   }
   m->nativeWidth = static_cast<uint32_t>(w);
@@ -1034,16 +1060,17 @@ void ReadPixels(Exiv2::Image* image, const Sources& src, ImageMetadata* m) {
   m->supportsTransparency = header.supportsTransparency ? 1 : 0;
   if (!header.known && m->mimeType == L"image/tiff") {
     // Plain TIFF: the layout is in the first IFD.
-    const Exiv2::Exifdatum* bits = src.exif[kExBitsPerSample];
+    const ExifEntry* bits = src.Exif(kExBitsPerSample);
     uint64_t samples = 0, sum = 0, b = 0, photometric = 0, extra = 0;
-    if (!UIntAt(src.exif[kExSamplesPerPixel], 0, 16, &samples))
-      samples = bits != nullptr ? static_cast<uint64_t>(std::min(bits->count(), 16L)) : 0;
+    if (!UIntAt(src.Exif(kExSamplesPerPixel), 0, 16, &samples))
+      samples = bits != nullptr ? std::min<uint64_t>(bits->count, 16) : 0;
     for (long i = 0; i < static_cast<long>(samples); ++i) {
-      if (!UIntAt(bits, bits != nullptr && bits->count() > i ? i : 0, 64, &b)) b = 0;
+      if (!UIntAt(bits, bits != nullptr && bits->count > static_cast<uint64_t>(i) ? i : 0, 64, &b))
+        b = 0;
       sum += b;
     }
-    const bool alpha = UIntAt(src.exif[kExExtraSamples], 0, 2, &extra) && extra >= 1;
-    UIntAt(src.exif[kExPhotometric], 0, 0xFFFF, &photometric);
+    const bool alpha = UIntAt(src.Exif(kExExtraSamples), 0, 2, &extra) && extra >= 1;
+    UIntAt(src.Exif(kExPhotometric), 0, 0xFFFF, &photometric);
     if (sum > 0 && sum <= 255) {
       m->bitsPerPixel = static_cast<uint8_t>(sum);
       const bool deep = samples > 0 && sum / samples > 8;
@@ -1140,6 +1167,9 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
     // image, which parses it in place.
     PictureFileHead head;
     std::vector<XmpKeyedProperty> packetXmp;
+    std::vector<ExifEntry> exifEntries;
+    PixelSources pixels;
+    bool plain = false;
     Exiv2::Image::AutoPtr image;
     try {
       if (head.Read(NativePath(path)) && head.Sufficient() && head.size() > 0) {
@@ -1152,23 +1182,43 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
                                       DecodeMetadataText(why));
           }
         }
-        image = Exiv2::ImageFactory::open(head.data(), static_cast<long>(head.size()));
+        // So does its EXIF tree: a JPEG with a plain EXIF block and nothing else for the
+        // library to read is read here too.
+        if (const std::optional<std::string_view> tiff = head.PlainJpegExif();
+            tiff && (tiff->empty() || ParseExifBlock(*tiff, &exifEntries))) {
+          Exiv2::MemIo io(head.data(), static_cast<long>(head.size()));
+          ProbePictureHeader(io, &pixels.header);
+          plain = pixels.header.known;
+        }
+        if (!plain) image = Exiv2::ImageFactory::open(head.data(), static_cast<long>(head.size()));
       } else {
         image = Exiv2::ImageFactory::open(ToUtf8(path));
       }
-      image->readMetadata();
+      if (image.get() != nullptr) image->readMetadata();
       status.ok = true;
     } catch (const std::exception& e) {
       status.message =
           L"Cannot read the metadata of " + Quoted(path) + L": " + DecodeMetadataText(e.what());
       image.reset();
+      plain = false;
+      pixels = PixelSources{};
     }
-    if (image.get() != nullptr) {
+    if (plain) {
+      IndexExif(exifEntries, &src);
+      src.embeddedXmp.Add(packetXmp);
+      out->mimeType = L"image/jpeg";
+    } else if (image.get() != nullptr) {
       IndexExif(image->exifData(), &src);
       IndexIptc(image->iptcData(), &src);
       src.embeddedXmp.Add(image->xmpData());
       src.embeddedXmp.Add(packetXmp);
       out->mimeType = DecodeMetadataText(image->mimeType());
+      pixels.header = PictureHeaderInfo{};
+      ProbePictureHeader(image->io(), &pixels.header);
+      if (image->pixelWidth() > 0 && image->pixelHeight() > 0) {
+        pixels.libraryWidth = static_cast<uint64_t>(image->pixelWidth());
+        pixels.libraryHeight = static_cast<uint64_t>(image->pixelHeight());
+      }
     }
 
     ReadDates(src, out);
@@ -1180,7 +1230,7 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
     ReadGps(src, out);
     ReadIptc(src, out);
     ReadIcc(image.get(), out);
-    ReadPixels(image.get(), src, out);
+    ReadPixels(pixels, src, out);
     return status;
   } catch (const std::bad_alloc&) {
     status.ok = false;

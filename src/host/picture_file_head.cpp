@@ -1,12 +1,16 @@
 // Reads the head of a picture file and decides whether it holds all of the file's metadata.
 #include "host/picture_file_head.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <string_view>
 
 namespace lmk {
 namespace {
+
+// The first read of a head; most small pictures end within it.
+constexpr std::size_t kFirstRead = 16 * 1024;
 
 // A header of more segments than this is treated as damaged rather than walked for ever.
 constexpr int kMaxJpegSegments = 4096;
@@ -51,26 +55,31 @@ bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
 bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit) {
   bytes_.clear();
   whole_ = false;
+  detachedXmp_ = 0;
   std::ifstream file;
-  // Unbuffered: the one read below goes straight to the file.
+  // Unbuffered: the reads below go straight to the file.
   file.rdbuf()->pubsetbuf(nullptr, 0);
   file.open(path, std::ios::binary);
   if (!file) return false;
-  file.seekg(0, std::ios::end);
-  const std::streamoff end = file.tellg();
-  file.seekg(0, std::ios::beg);
-  if (end < 0 || !file) return false;
-  const auto fileSize = static_cast<std::uintmax_t>(end);
-  whole_ = fileSize <= limit;
-  bytes_.resize(whole_ ? static_cast<std::size_t>(fileSize) : limit);
-  file.read(reinterpret_cast<char*>(bytes_.data()), static_cast<std::streamsize>(bytes_.size()));
-  // A file that shrank since its size was taken gives fewer bytes: keep what is there.
-  bytes_.resize(static_cast<std::size_t>(file.gcount()));
+  // A small picture ends within the first read, which then needs no size asked first. One
+  // byte past the limit tells whether the file goes on.
+  const std::size_t want = limit + 1;
+  const auto readInto = [&file](uint8_t* at, std::size_t count) {
+    file.read(reinterpret_cast<char*>(at), static_cast<std::streamsize>(count));
+    return static_cast<std::size_t>(file.gcount());
+  };
+  bytes_.resize(std::min(want, kFirstRead));
+  std::size_t got = readInto(bytes_.data(), bytes_.size());
+  if (got == bytes_.size() && got < want) {
+    bytes_.resize(want);
+    got += readInto(bytes_.data() + got, want - got);
+  }
   if (file.bad()) {
     bytes_.clear();
-    whole_ = false;
     return false;
   }
+  whole_ = got <= limit;
+  bytes_.resize(std::min(got, limit));
   return true;
 }
 
@@ -91,9 +100,42 @@ std::optional<std::string_view> PictureFileHead::DetachJpegXmp() noexcept {
   if (!complete || found != 1) return std::nullopt;
   // A changed signature makes the library pass the segment by as an unknown one.
   bytes_[offset] = 'X';
+  detachedXmp_ = offset;
   return std::string_view(
       reinterpret_cast<const char*>(bytes_.data()) + offset + kXmpSignature.size(),
       length - kXmpSignature.size());
+}
+
+std::optional<std::string_view> PictureFileHead::PlainJpegExif() const noexcept {
+  constexpr std::string_view kExifSignature("Exif\0\0", 6);
+  std::string_view exif;
+  bool exifFound = false;
+  bool plain = true;
+  const bool complete = WalkJpegHeader(
+      bytes_.data(), bytes_.size(), [&](uint8_t marker, std::size_t at, std::size_t size) {
+        const std::string_view payload(reinterpret_cast<const char*>(bytes_.data()) + at, size);
+        switch (marker) {
+          case 0xE1:
+            if (payload.starts_with(kExifSignature)) {
+              plain = plain && !exifFound;
+              exifFound = true;
+              exif = payload.substr(kExifSignature.size());
+            } else if (payload.starts_with(kXmpSignature) ||
+                       (at == detachedXmp_ && detachedXmp_ != 0)) {
+              plain = plain && at == detachedXmp_;
+            }
+            break;
+          case 0xE2:  // ICC profile
+          case 0xED:  // IPTC in image resources
+          case 0xFE:  // comment
+            plain = false;
+            break;
+          default:
+            break;
+        }
+      });
+  if (!complete || !plain) return std::nullopt;
+  return exif;
 }
 
 bool PictureFileHead::Sufficient() const noexcept {

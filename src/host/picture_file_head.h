@@ -39,9 +39,16 @@ class PictureFileHead {
   /// head is left as it was. The view lives as long as the head.
   std::optional<std::string_view> DetachJpegXmp() noexcept;
 
+  /// For a JPEG whose header lies within the head and holds nothing that the metadata
+  /// library reads but one EXIF block and the packet DetachJpegXmp took: the TIFF structure
+  /// of that block, empty when there is none. nullopt for anything else: ICC profiles,
+  /// IPTC, comments, a second EXIF or XMP segment, or a picture of another kind.
+  std::optional<std::string_view> PlainJpegExif() const noexcept;
+
  private:
   std::vector<uint8_t> bytes_;
   bool whole_ = false;
+  std::size_t detachedXmp_ = 0;  // payload offset of the packet DetachJpegXmp took, or 0
 };
 
 }  // namespace lmk
