@@ -384,37 +384,57 @@ HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
   try {
     if (cb == 0) return S_OK;
     if (rgolestr == nullptr || rgvar == nullptr) return E_INVALIDARG;
-    // Values before a bad name or a value that cannot be copied are put all the same, as with
-    // one put_Value call after another.
-    std::vector<std::wstring_view> names;
-    std::vector<Variant> values;
-    names.reserve(cb);
-    values.reserve(cb);
-    HRESULT hr = S_OK;
-    for (ULONG i = 0; i < cb; ++i) {
-      if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') {
-        hr = E_INVALIDARG;
-        break;
-      }
-      Variant value;
-      hr = CopyForStorage(rgvar[i], &value);
-      if (FAILED(hr)) break;
-      names.emplace_back(rgolestr[i]);
-      values.push_back(std::move(value));
-    }
-    std::vector<Variant> replaced;
-    std::lock_guard guard(lock_);
-    if (entries_.empty()) {
-      FillEmptyLocked(rgolestr, names, values);
-    } else {
-      for (std::size_t i = 0; i < names.size(); ++i) {
-        PutLocked(names[i], std::move(values[i]), &replaced);
-      }
-    }
-    return hr;
+    return PutEach(cb, rgolestr,
+                   [rgvar](ULONG i, Variant& value) { return CopyForStorage(rgvar[i], &value); });
   } catch (...) {
     return HresultFromCurrentException();
   }
+}
+
+HRESULT CDictionary::TakeMultiple(ULONG cb, LPOLESTR* rgolestr, Variant* values) noexcept {
+  try {
+    if (cb == 0) return S_OK;
+    if (rgolestr == nullptr || values == nullptr) return E_INVALIDARG;
+    return PutEach(cb, rgolestr, [values](ULONG i, Variant& value) {
+      if ((values[i].ref().vt & VT_BYREF) != 0) return CopyForStorage(values[i].ref(), &value);
+      value = std::move(values[i]);
+      return S_OK;
+    });
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr,
+                             const std::function<HRESULT(ULONG, Variant&)>& take) {
+  // Values before a bad name or a value that cannot be copied are put all the same, as with
+  // one put_Value call after another.
+  std::vector<std::wstring_view> names;
+  std::vector<Variant> values;
+  names.reserve(cb);
+  values.reserve(cb);
+  HRESULT hr = S_OK;
+  for (ULONG i = 0; i < cb; ++i) {
+    if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') {
+      hr = E_INVALIDARG;
+      break;
+    }
+    Variant value;
+    hr = take(i, value);
+    if (FAILED(hr)) break;
+    names.emplace_back(rgolestr[i]);
+    values.push_back(std::move(value));
+  }
+  std::vector<Variant> replaced;
+  std::lock_guard guard(lock_);
+  if (entries_.empty()) {
+    FillEmptyLocked(rgolestr, names, values);
+  } else {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      PutLocked(names[i], std::move(values[i]), &replaced);
+    }
+  }
+  return hr;
 }
 
 void CDictionary::FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,

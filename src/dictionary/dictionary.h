@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory_resource>
 #include <mutex>
@@ -51,6 +52,11 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
   /// ComError or std::bad_alloc.
   std::vector<Bstr> NamesAfter(const Bstr& after, std::size_t max) const;
 
+  /// PutMultiple for values built for this dictionary alone: they are moved in rather than
+  /// copied (a value by reference is still copied, since the reference would dangle) and
+  /// left empty. Same outcome and HRESULTs as PutMultiple.
+  HRESULT TakeMultiple(ULONG cb, LPOLESTR* rgolestr, Variant* values) noexcept;
+
  private:
   // Orders names as VarBstrCmp does under the user's default locale, without flags: by code
   // unit, so case and accents make distinct names. Transparent, so a lookup needs no copy of
@@ -65,6 +71,11 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
                       EXCEPINFO* pExcepInfo, UINT* puArgErr);
   HRESULT InvokeTest(const DISPPARAMS& params, VARIANT* pVarResult, UINT* puArgErr);
   HRESULT InvokeMergeTo(const DISPPARAMS& params, UINT* puArgErr);
+
+  /// Puts the values that `take` gives for the first names (up to a bad name or a value that
+  /// cannot be taken) as one put after another, and returns S_OK or why it stopped.
+  HRESULT PutEach(ULONG cb, LPOLESTR* rgolestr,
+                  const std::function<HRESULT(ULONG, Variant&)>& take);
 
   /// Puts already copied values under their names, in order (a later duplicate wins); the
   /// values they replace go to *replaced, to be released after the lock. Caller holds lock_.

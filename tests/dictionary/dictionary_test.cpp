@@ -289,6 +289,34 @@ const FillCase kFillCases[] = {
 INSTANTIATE_TEST_SUITE_P(Fills, DictionaryFillTest, ::testing::ValuesIn(kFillCases),
                          [](const auto& i) { return std::string(i.param.name); });
 
+// TakeMultiple is PutMultiple for values made for the dictionary: moved in, except a value
+// by reference, which would dangle and is stored as the value it points to.
+TEST(DictionaryTest, TakeMultipleMovesValuesAndStopsWhereAPutWould) {
+  LONG pointed = 7;
+  VARIANT byRef;
+  VariantInit(&byRef);
+  byRef.vt = VT_BYREF | VT_I4;
+  byRef.plVal = &pointed;
+  std::wstring names[] = {L"Text", L"Number", L"Reference", L"", L"After"};
+  std::vector<LPOLESTR> pointers;
+  for (std::wstring& n : names) pointers.push_back(n.data());
+  Variant values[] = {Variant::String(L"moved"), Variant::I4(3), Variant(), Variant::I4(4),
+                      Variant::I4(5)};
+  *values[2].get() = byRef;
+
+  ComPtr<CDictionary> dictionary = MakeComObject<CDictionary>();
+  EXPECT_EQ(dictionary->TakeMultiple(5, pointers.data(), values), E_INVALIDARG);
+  EXPECT_EQ(values[0].ref().vt, VT_EMPTY) << "the text was taken over, not copied";
+  Variant got;
+  ASSERT_EQ(dictionary->get_Value(Bstr(L"Text").get(), &got), S_OK);
+  EXPECT_EQ(std::wstring(got.ref().bstrVal), L"moved");
+  ASSERT_EQ(dictionary->get_Value(Bstr(L"Reference").get(), &got), S_OK);
+  EXPECT_EQ(got.ref().vt, VT_I4);
+  EXPECT_EQ(got.ref().lVal, 7);
+  EXPECT_EQ(dictionary->Test(Bstr(L"After").get()), S_FALSE) << "nothing after the bad name";
+  EXPECT_EQ(values[4].ref().lVal, 5) << "values after the bad name stay the caller's";
+}
+
 TEST(DictionaryTest, PutMultipleNullArrays) {
   ComPtr<IDictionary> dictionary = MakeDictionary();
   std::wstring name = L"a";
