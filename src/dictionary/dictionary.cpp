@@ -308,7 +308,7 @@ HRESULT CDictionary::get_Value(BSTR bstrName, VARIANT* pVal) {
     VariantInit(pVal);
     if (IsEmptyName(bstrName)) return E_INVALIDARG;
     std::lock_guard guard(lock_);
-    const auto found = entries_.find(View(bstrName));
+    const auto found = Find(View(bstrName));
     if (found == entries_.end()) return E_FAIL;
     return VariantCopy(pVal, const_cast<VARIANT*>(&found->second.ref()));
   } catch (...) {
@@ -332,15 +332,32 @@ HRESULT CDictionary::put_Value(BSTR bstrName, VARIANT pvarNew) {
   }
 }
 
+CDictionary::Entries::iterator CDictionary::LowerBound(std::wstring_view name) {
+  return std::lower_bound(
+      entries_.begin(), entries_.end(), name,
+      [](const Entry& e, std::wstring_view n) { return NameLess()(e.first, n); });
+}
+
+CDictionary::Entries::const_iterator CDictionary::LowerBound(std::wstring_view name) const {
+  return std::lower_bound(
+      entries_.begin(), entries_.end(), name,
+      [](const Entry& e, std::wstring_view n) { return NameLess()(e.first, n); });
+}
+
+CDictionary::Entries::const_iterator CDictionary::Find(std::wstring_view name) const {
+  const auto at = LowerBound(name);
+  return at != entries_.end() && !NameLess()(name, at->first) ? at : entries_.end();
+}
+
 void CDictionary::PutLocked(std::wstring_view name, Variant value, std::vector<Variant>* replaced) {
-  const auto at = entries_.lower_bound(name);
-  if (at != entries_.end() && !entries_.key_comp()(name, at->first)) {
+  const auto at = LowerBound(name);
+  if (at != entries_.end() && !NameLess()(name, at->first)) {
     replaced->push_back(std::move(at->second));
     at->second = std::move(value);
     return;
   }
-  entries_.emplace_hint(at, std::piecewise_construct, std::forward_as_tuple(name),
-                        std::forward_as_tuple(std::move(value)));
+  entries_.emplace(at, std::piecewise_construct, std::forward_as_tuple(name),
+                   std::forward_as_tuple(std::move(value)));
 }
 
 HRESULT CDictionary::get_Count(LONG* pVal) {
@@ -369,7 +386,7 @@ HRESULT CDictionary::GetMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
     std::lock_guard guard(lock_);
     for (ULONG i = 0; i < cb; ++i) {
       if (rgolestr[i] == nullptr || rgolestr[i][0] == L'\0') return E_INVALIDARG;
-      const auto found = entries_.find(std::wstring_view(rgolestr[i]));
+      const auto found = Find(std::wstring_view(rgolestr[i]));
       if (found == entries_.end()) return E_FAIL;
       values[i] = found->second;
     }
@@ -440,7 +457,7 @@ HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr,
 void CDictionary::FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,
                                   std::vector<Variant>& values) {
   // Every per-file record is such a fill, always of the same names. Going through them in
-  // name order puts each at the end of the map without a search; the order found for the
+  // name order puts each at the end without a search; the order found for the
   // last fill on this thread is tried first and only checked, which takes one comparison per
   // name instead of a sort.
   thread_local std::vector<LPOLESTR> lastNames;
@@ -465,13 +482,14 @@ void CDictionary::FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wst
                      [&](ULONG a, ULONG b) { return less(names[a], names[b]); });
     strictlyIncreasing = increasing(lastOrder);
   }
+  entries_.reserve(count);
   for (const ULONG index : lastOrder) {
     const std::wstring_view name = names[index];
     // Only a name given twice can equal the last one put.
     if (!strictlyIncreasing && !entries_.empty() && !less(entries_.rbegin()->first, name)) {
       entries_.rbegin()->second = std::move(values[index]);
     } else {
-      entries_.emplace_hint(entries_.end(), std::piecewise_construct, std::forward_as_tuple(name),
+      entries_.emplace_back(std::piecewise_construct, std::forward_as_tuple(name),
                             std::forward_as_tuple(std::move(values[index])));
     }
   }
@@ -481,7 +499,7 @@ HRESULT CDictionary::Test(BSTR bstrName) {
   try {
     if (IsEmptyName(bstrName)) return E_INVALIDARG;
     std::lock_guard guard(lock_);
-    return entries_.find(View(bstrName)) != entries_.end() ? S_OK : S_FALSE;
+    return Find(View(bstrName)) != entries_.end() ? S_OK : S_FALSE;
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -508,7 +526,12 @@ HRESULT CDictionary::MergeTo(IDictionary* lpDictionary) {
 std::vector<Bstr> CDictionary::NamesAfter(const Bstr& after, std::size_t max) const {
   std::vector<Bstr> names;
   std::lock_guard guard(lock_);
-  auto it = after.empty() ? entries_.begin() : entries_.upper_bound(View(after.get()));
+  auto it = entries_.begin();
+  if (!after.empty()) {
+    it = std::upper_bound(
+        entries_.begin(), entries_.end(), View(after.get()),
+        [](std::wstring_view n, const Entry& e) { return NameLess()(n, e.first); });
+  }
   for (; it != entries_.end() && names.size() < max; ++it) names.emplace_back(it->first);
   return names;
 }

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <memory_resource>
 #include <mutex>
 #include <string>
@@ -65,7 +64,16 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
     using is_transparent = void;
     bool operator()(std::wstring_view a, std::wstring_view b) const noexcept;
   };
-  using Entries = std::pmr::map<std::pmr::wstring, Variant, NameLess>;
+  // Entries sorted by name. A record is filled once, in name order, and read many times:
+  // appending to a vector and searching it costs less than a tree's nodes and rebalancing.
+  using Entry = std::pair<std::pmr::wstring, Variant>;
+  using Entries = std::pmr::vector<Entry>;
+
+  /// The first entry whose name is not less than `name`. Caller holds lock_.
+  Entries::iterator LowerBound(std::wstring_view name);
+  Entries::const_iterator LowerBound(std::wstring_view name) const;
+  /// The entry named `name`, or end(). Caller holds lock_.
+  Entries::const_iterator Find(std::wstring_view name) const;
 
   HRESULT InvokeValue(WORD wFlags, const DISPPARAMS& params, VARIANT* pVarResult,
                       EXCEPINFO* pExcepInfo, UINT* puArgErr);
@@ -88,9 +96,10 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
                        std::vector<Variant>& values);
 
   mutable std::recursive_mutex lock_;
-  // Names and map nodes come from one arena that grows in a few large steps: a per-file
+  // Names and entries come from one arena that grows in a few large steps: a per-file
   // dictionary of 120 values costs a couple of allocations instead of hundreds. Nothing is
-  // ever removed from the map, so a monotonic arena wastes nothing.
+  // ever removed, so a monotonic arena wastes little: only the vector's outgrown buffers,
+  // which a fill avoids by reserving its size first.
   static constexpr std::size_t kArenaFirstBlock = 8192;
   std::pmr::monotonic_buffer_resource arena_{kArenaFirstBlock};
   Entries entries_{&arena_};
