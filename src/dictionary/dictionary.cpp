@@ -397,33 +397,8 @@ HRESULT CDictionary::GetMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
   }
 }
 
-HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
-  try {
-    if (cb == 0) return S_OK;
-    if (rgolestr == nullptr || rgvar == nullptr) return E_INVALIDARG;
-    return PutEach(cb, rgolestr,
-                   [rgvar](ULONG i, Variant& value) { return CopyForStorage(rgvar[i], &value); });
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
-}
-
-HRESULT CDictionary::TakeMultiple(ULONG cb, LPOLESTR* rgolestr, Variant* values) noexcept {
-  try {
-    if (cb == 0) return S_OK;
-    if (rgolestr == nullptr || values == nullptr) return E_INVALIDARG;
-    return PutEach(cb, rgolestr, [values](ULONG i, Variant& value) {
-      if ((values[i].ref().vt & VT_BYREF) != 0) return CopyForStorage(values[i].ref(), &value);
-      value = std::move(values[i]);
-      return S_OK;
-    });
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
-}
-
-HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr,
-                             const std::function<HRESULT(ULONG, Variant&)>& take) {
+template <class Take>
+HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr, Take&& take) {
   // Values before a bad name or a value that cannot be copied are put all the same, as with
   // one put_Value call after another.
   std::vector<std::wstring_view> names;
@@ -452,6 +427,31 @@ HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr,
     }
   }
   return hr;
+}
+
+HRESULT CDictionary::PutMultiple(ULONG cb, LPOLESTR* rgolestr, VARIANT* rgvar) {
+  try {
+    if (cb == 0) return S_OK;
+    if (rgolestr == nullptr || rgvar == nullptr) return E_INVALIDARG;
+    return PutEach(cb, rgolestr,
+                   [rgvar](ULONG i, Variant& value) { return CopyForStorage(rgvar[i], &value); });
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
+HRESULT CDictionary::TakeMultiple(ULONG cb, LPOLESTR* rgolestr, Variant* values) noexcept {
+  try {
+    if (cb == 0) return S_OK;
+    if (rgolestr == nullptr || values == nullptr) return E_INVALIDARG;
+    return PutEach(cb, rgolestr, [values](ULONG i, Variant& value) {
+      if ((values[i].ref().vt & VT_BYREF) != 0) return CopyForStorage(values[i].ref(), &value);
+      value = std::move(values[i]);
+      return S_OK;
+    });
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
 }
 
 void CDictionary::FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory_resource>
 #include <mutex>
 #include <string>
@@ -82,8 +81,8 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
 
   /// Puts the values that `take` gives for the first names (up to a bad name or a value that
   /// cannot be taken) as one put after another, and returns S_OK or why it stopped.
-  HRESULT PutEach(ULONG cb, LPOLESTR* rgolestr,
-                  const std::function<HRESULT(ULONG, Variant&)>& take);
+  template <class Take>
+  HRESULT PutEach(ULONG cb, LPOLESTR* rgolestr, Take&& take);
 
   /// Puts already copied values under their names, in order (a later duplicate wins); the
   /// values they replace go to *replaced, to be released after the lock. Caller holds lock_.
