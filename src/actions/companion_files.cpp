@@ -3,7 +3,7 @@
 
 #include <cwctype>
 
-#include "platform/file_system.h"
+#include "platform/folder_listing.h"
 
 namespace lmk {
 
@@ -21,7 +21,8 @@ std::optional<CompanionFile> FindCompanion(std::wstring_view imagePath, std::wst
     if (suffix == imageExtension) continue;
     std::wstring path(pathNoExt);
     path += suffix;
-    if (FileExists(path)) return CompanionFile{std::move(path), suffix};
+    // Most images have no companion: a listing of the folder answers without a lookup each.
+    if (ListedFileExists(path)) return CompanionFile{std::move(path), suffix};
   }
   return std::nullopt;
 }

@@ -21,6 +21,8 @@ class CLinkAction : public CTransferAction {
                          TransferSession* session) const override;
   HRESULT TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
                        TransferSession& session, std::wstring* failure) const override;
+  /// A new link never replaces an existing name.
+  bool RefusesExistingTarget(const TransferSession& /*session*/) const override { return true; }
 };
 
 }  // namespace lmk

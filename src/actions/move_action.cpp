@@ -2,6 +2,7 @@
 #include "actions/move_action.h"
 
 #include "actions/action_failure.h"
+#include "actions/action_path.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
 #include "actions/copy_verification.h"
@@ -50,7 +51,9 @@ HRESULT CMoveAction::TransferFile(std::wstring_view source, std::wstring_view ta
     // One device seen through two mounts still refuses a rename: move as across volumes.
     TakeErrorDescription();
     session.crossVolume = true;
-    if (!session.lock.held()) LMK_RETURN_IF_FAILED(LockVolumeOf(target, &session.lock));
+    if (!session.lock.held()) {
+      LMK_RETURN_IF_FAILED(LockVolumeOf(FolderOf(target, kNativePathStyle), &session.lock));
+    }
   }
   if (Option(kTransferVerify)) return CopyVerifyDelete(source, target, replace, failure);
   return MoveFileTo(source, target, kMoveCopyAllowed | replaceFlag);

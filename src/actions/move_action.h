@@ -22,6 +22,10 @@ class CMoveAction : public CTransferAction {
   }
   HRESULT BeginTransfers(std::wstring_view source, std::wstring_view folder,
                          TransferSession* session) const override;
+  /// A rename on one volume refuses an existing target by itself, in the same step.
+  bool RefusesExistingTarget(const TransferSession& session) const override {
+    return !session.crossVolume;
+  }
   HRESULT TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
                        TransferSession& session, std::wstring* failure) const override;
   HRESULT AfterImage(IDictionary& record, std::wstring_view source,

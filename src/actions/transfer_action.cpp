@@ -110,7 +110,7 @@ HRESULT CTransferAction::Execute(IDictionary* record) const {
 HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstring_view target,
                                            TransferSession& session, std::wstring* failure) const {
   const bool overwrite = Option(kTransferOverwrite);
-  if (!overwrite && FileExists(target)) {
+  if (!overwrite && !RefusesExistingTarget(session) && FileExists(target)) {
     *failure = FileExistsMessage(target);
     return kFileExistsHr;
   }
@@ -161,6 +161,7 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
     LogEvent(kEventLevelInformation, AnnounceText(true), source, target.folder, renameTemplate_);
   }
 
+  // Within a run the folder is made or looked at once; later images going there cost nothing.
   hr = CreateDirectories(target.folder);
   if (FAILED(hr)) {
     TakeErrorDescription();

@@ -75,6 +75,10 @@ class CTransferAction : public CAction {
   [[nodiscard]] virtual HRESULT TransferFile(std::wstring_view source, std::wstring_view target,
                                              bool replace, TransferSession& session,
                                              std::wstring* failure) const = 0;
+  /// Whether TransferFile without replace refuses an existing target atomically, before it does
+  /// any work: then the existence test before it would only cost a lookup. Transfers that
+  /// copy data keep the test, which spares them the copy's setup.
+  virtual bool RefusesExistingTarget(const TransferSession& /*session*/) const { return false; }
   /// Whether the image already stands at target, so that nothing is left to do.
   virtual bool AlreadyDone(std::wstring_view /*source*/, std::wstring_view /*target*/) const {
     return false;

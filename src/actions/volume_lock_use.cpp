@@ -1,14 +1,22 @@
 // Taking the volume lock for a transfer.
 #include "actions/volume_lock_use.h"
 
+#include "actions/action_path.h"
+
 namespace lmk {
 
 bool OnSameVolume(std::wstring_view source, std::wstring_view targetFolder) {
-  return GetVolumeKey(source) == GetVolumeKey(targetFolder);
+  // A file lies on its folder's device, whose key the run remembers. A file mounted over
+  // another is the exception; then the rename refuses with "not the same device" and the
+  // move goes on as one across volumes.
+  const std::wstring_view sourceFolder = FolderOf(source, kNativePathStyle);
+  const std::wstring sourceKey =
+      sourceFolder.empty() ? GetVolumeKey(source) : GetFolderVolumeKey(sourceFolder);
+  return sourceKey == GetFolderVolumeKey(targetFolder);
 }
 
-HRESULT LockVolumeOf(std::wstring_view path, VolumeLockGuard* guard) {
-  const std::wstring key = GetVolumeKey(path);
+HRESULT LockVolumeOf(std::wstring_view folder, VolumeLockGuard* guard) {
+  const std::wstring key = GetFolderVolumeKey(folder);
   return AcquireVolumeLock(key, VolumeSlotCount(GetDriveKind(key)), kWaitForever, guard);
 }
 

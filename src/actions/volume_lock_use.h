@@ -13,9 +13,9 @@ namespace lmk {
 /// Whether source and the folder targetFolder lie on one volume (equal volume keys).
 bool OnSameVolume(std::wstring_view source, std::wstring_view targetFolder);
 
-/// Takes one slot of the lock of path's volume, waiting as long as it takes: the device decides
-/// how many heavy transfers run on it at once, whatever the number of workers. S_OK, or the
+/// Takes one slot of the lock of the volume of `folder`, waiting as long as it takes: the device
+/// decides how many heavy transfers run on it at once, whatever the number of workers. S_OK, or the
 /// failure of the lock files (with a description).
-[[nodiscard]] HRESULT LockVolumeOf(std::wstring_view path, VolumeLockGuard* guard);
+[[nodiscard]] HRESULT LockVolumeOf(std::wstring_view folder, VolumeLockGuard* guard);
 
 }  // namespace lmk

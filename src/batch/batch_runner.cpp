@@ -11,6 +11,7 @@
 #include "com/time_convert.h"
 #include "com/variant.h"
 #include "platform/file_operations.h"
+#include "platform/folder_listing.h"
 #include "platform/processor_info.h"
 #include "platform/settings_store.h"
 #include "platform/thread_priority.h"
@@ -156,6 +157,8 @@ void CBatchRunner::RunThread() {
 }
 
 void CBatchRunner::Run(RunState& state) {
+  // Folder listings, made folders and folder devices are remembered for this run only.
+  const ScopedRunMemory runMemory;
   imagesSkipped_.store(0);
   imagesProcessed_.store(0);
   abort_.store(false);
@@ -251,24 +254,29 @@ void CBatchRunner::Run(RunState& state) {
   const long remaining = state.total > 1 ? static_cast<long>(state.total) - 1 : 0;
   if (remaining > 0 && !abort_.load()) {
     const int workers = static_cast<int>(WorkerCount());
-#pragma omp parallel for schedule(static) num_threads(workers)
-    for (long i = 0; i < remaining; ++i) {
-      if (abort_.load()) continue;
-      if (cancel_->IsSet()) {
-        abort_.store(true);
-        continue;
+#pragma omp parallel num_threads(workers)
+    {
+      // Workers run at the lowest priority for the whole loop: asking for it around every
+      // image cost three system calls each.
+      const LowestThreadPriorityScope lowest;
+#pragma omp for schedule(static)
+      for (long i = 0; i < remaining; ++i) {
+        if (abort_.load()) continue;
+        if (cancel_->IsSet()) {
+          abort_.store(true);
+          continue;
+        }
+        // Nothing may leave an OpenMP loop body by exception.
+        try {
+          ComPtr<ILumarkoImage> image;
+          const HRESULT hr = host_->GetNextImageOfRange(&image);
+          ProcessFetched(state, hr == S_OK ? S_OK : E_FAIL, image.Get());
+        } catch (...) {
+          imagesSkipped_.fetch_add(1);
+        }
+        state.done.fetch_add(1);
+        ReportProgress(state);
       }
-      // Nothing may leave an OpenMP loop body by exception.
-      try {
-        const LowestThreadPriorityScope lowest;
-        ComPtr<ILumarkoImage> image;
-        const HRESULT hr = host_->GetNextImageOfRange(&image);
-        ProcessFetched(state, hr == S_OK ? S_OK : E_FAIL, image.Get());
-      } catch (...) {
-        imagesSkipped_.fetch_add(1);
-      }
-      state.done.fetch_add(1);
-      ReportProgress(state);
     }
   }
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "conditions/record_value.h"
-#include "platform/file_system.h"
+#include "platform/folder_listing.h"
 
 namespace lmk {
 
@@ -19,7 +19,7 @@ HRESULT CompanionFileExists(IDictionary& record, std::wstring_view extension, bo
   if (pathNoExt.empty()) return S_OK;
   std::wstring path(pathNoExt);
   path += extension;
-  *exists = FileExists(path);
+  *exists = ListedFileExists(path);
   return S_OK;
 }
 

@@ -16,6 +16,11 @@ namespace lmk {
 /// parent folder. Keys compare exactly (VarBstrCmp without flags). Safe from any thread.
 std::wstring GetVolumeKey(std::wstring_view path);
 
+/// GetVolumeKey of the folder `folder`. While the run memory is on (platform/folder_listing.h)
+/// the key is remembered per folder until the run ends: a folder does not change device
+/// during a run. Safe from any thread.
+std::wstring GetFolderVolumeKey(std::wstring_view folder);
+
 /// The kind of device behind a volume key, as far as the system tells it.
 enum class DriveKind { kUnknown, kFixed, kRemovable, kUsb, kOptical, kNetwork };
 

@@ -14,11 +14,15 @@
 #include <map>
 #include <mutex>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "com/com_error.h"
+#include "platform/folder_listing.h"
 #include "platform/posix/error_map.h"
+#include "platform/posix/run_memory.h"
 #include "platform/posix/unique_fd.h"
 #include "platform/text_encoding.h"
 
@@ -103,6 +107,82 @@ std::string TemporaryName() {
   char name[32];
   std::snprintf(name, sizeof name, ".lmk-%016llx.tmp", static_cast<unsigned long long>(random()));
   return name;
+}
+
+// ---- folders made during a run ----------------------------------------------------------------
+
+// Folders that CreateDirectories made or found while the run memory is on: the next image going
+// to the same folder costs no lookup. A folder removed behind our back is made again by the
+// operation that finds it missing (RemadeMissingFolder).
+std::mutex g_madeLock;
+std::set<std::string, std::less<>> g_madeFolders;
+
+bool IsMadeFolder(const std::string& folder) {
+  std::lock_guard guard(g_madeLock);
+  return g_madeFolders.contains(folder);
+}
+
+void RememberMadeFolder(std::string folder) {
+  std::lock_guard guard(g_madeLock);
+  g_madeFolders.insert(std::move(folder));
+}
+
+// Forgets `folder` and every folder below it; true when `folder` itself was remembered.
+bool ForgetMadeFolder(const std::string& folder) {
+  std::lock_guard guard(g_madeLock);
+  if (g_madeFolders.empty()) return false;
+  const bool known = g_madeFolders.erase(folder) > 0;
+  const std::string below = folder == "/" ? folder : folder + "/";
+  for (auto it = g_madeFolders.lower_bound(below);
+       it != g_madeFolders.end() && it->starts_with(below);) {
+    it = g_madeFolders.erase(it);
+  }
+  return known;
+}
+
+// CreateDirectories without the run memory; `native` is `path` in the system's form.
+HRESULT CreateFolders(std::wstring_view path, std::string native) {
+  while (native.size() > 1 && native.back() == '/') native.pop_back();
+  struct stat info {};
+  if (::stat(native.c_str(), &info) == 0) {
+    if (S_ISDIR(info.st_mode)) return S_FALSE;
+    return Fail(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS),
+                L"Cannot create the folder " + Quoted(path) + L": a file of that name exists.");
+  }
+  // Each prefix up to a separator, then the whole path; existing ones are passed over.
+  for (std::size_t end = native.find('/', 1);; end = native.find('/', end + 1)) {
+    const bool last = end == std::string::npos;
+    const std::string prefix = last ? native : native.substr(0, end);
+    if (!prefix.empty() && prefix.back() != '/' && ::mkdir(prefix.c_str(), 0777) != 0) {
+      const int error = errno;
+      if (error != EEXIST) {
+        return HresultFromErrno(error == ENOENT ? ENOTDIR : error,
+                                L"Cannot create the folder " + Quoted(path));
+      }
+      if (!IsFolder(prefix)) {
+        return last ? Fail(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS),
+                           L"Cannot create the folder " + Quoted(path) +
+                               L": a file of that name exists.")
+                    : HresultFromErrno(ENOTDIR, L"Cannot create the folder " + Quoted(path));
+      }
+    }
+    if (last) break;
+  }
+  return S_OK;
+}
+
+// After an operation failed with ENOENT on a name in the folder of `target`: when that folder was
+// remembered as made and is gone now (removed by another program mid-run), makes it again, so
+// that the caller tries once more. False when there is nothing to try again.
+bool RemadeMissingFolder(const std::string& target) {
+  const std::string folder = NormalFolderPath(Split(target).folder);
+  if (!ForgetMadeFolder(folder)) return false;
+  const HRESULT made = CreateFolders(FromUtf8(folder), folder);
+  // The operation's own failure is what the caller reports, not this one's.
+  if (FAILED(made)) TakeErrorDescription();
+  if (made != S_OK) return false;
+  RememberMadeFolder(folder);
+  return true;
 }
 
 // ---- copying ----------------------------------------------------------------------------------
@@ -273,6 +353,9 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
 
   const SplitPath parts = Split(target);
   UniqueFd folder(::open(parts.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.valid() && errno == ENOENT && RemadeMissingFolder(target)) {
+    folder = UniqueFd(::open(parts.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  }
   if (!folder.valid()) {
     const int error = errno == ENOENT ? ENOTDIR : errno;
     return HresultFromErrno(error, L"Cannot open the folder of " + Quoted(request.target));
@@ -291,6 +374,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     }
     return HresultFromErrno(error, context);
   }
+  NoteFileAdded(request.target);
   if (request.flushLater) RememberUnflushedCopy(folder.get(), parts.folder);
   return S_OK;
 }
@@ -392,19 +476,29 @@ HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD fla
       IsReadOnly(targetInfo)) {
     return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
   }
-  int result = replace
-                   ? ::rename(from.c_str(), to.c_str())
-                   : ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
-  int error = result == 0 ? 0 : errno;
-  if (!replace && (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP)) {
-    // No exclusive rename here: a link refuses an existing name just as well.
-    struct stat sourceInfo {};
-    if (::lstat(from.c_str(), &sourceInfo) == 0 && !S_ISDIR(sourceInfo.st_mode)) {
-      error = ::link(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-      if (error == 0 && ::unlink(from.c_str()) != 0) error = errno;
+  const auto rename = [&] {
+    const int result =
+        replace ? ::rename(from.c_str(), to.c_str())
+                : ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
+    int error = result == 0 ? 0 : errno;
+    if (!replace && (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP)) {
+      // No exclusive rename here: a link refuses an existing name just as well.
+      struct stat sourceInfo {};
+      if (::lstat(from.c_str(), &sourceInfo) == 0 && !S_ISDIR(sourceInfo.st_mode)) {
+        error = ::link(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+        if (error == 0 && ::unlink(from.c_str()) != 0) error = errno;
+      }
     }
+    return error;
+  };
+  int error = rename();
+  if (error == ENOENT && RemadeMissingFolder(to)) error = rename();
+  if (error == 0) {
+    NoteFileAdded(target);
+    // A folder moved away takes the folders made below it along.
+    ForgetMadeFolder(NormalFolderPath(from));
+    return S_OK;
   }
-  if (error == 0) return S_OK;
   if (error == EXDEV) {
     if ((flags & kMoveCopyAllowed) == 0) {
       return Fail(HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE),
@@ -429,8 +523,14 @@ HRESULT MakeHardLink(std::wstring_view link, std::wstring_view existing) {
   }
   const std::string from = ToUtf8(existing);
   const std::string to = ToUtf8(link);
-  if (::link(from.c_str(), to.c_str()) == 0) return S_OK;
-  int error = errno;
+  int error = ::link(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  if (error == ENOENT && RemadeMissingFolder(to)) {
+    error = ::link(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  }
+  if (error == 0) {
+    NoteFileAdded(link);
+    return S_OK;
+  }
   if (error == EEXIST) {
     return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
                 L"Cannot create the link " + Quoted(link) + L": the file exists.");
@@ -544,34 +644,13 @@ bool FolderExists(std::wstring_view path) { return !path.empty() && IsFolder(ToU
 
 HRESULT CreateDirectories(std::wstring_view path) {
   if (path.empty()) return E_INVALIDARG;
-  std::string native = ToUtf8(path);
-  while (native.size() > 1 && native.back() == '/') native.pop_back();
-  struct stat info {};
-  if (::stat(native.c_str(), &info) == 0) {
-    if (S_ISDIR(info.st_mode)) return S_FALSE;
-    return Fail(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS),
-                L"Cannot create the folder " + Quoted(path) + L": a file of that name exists.");
-  }
-  // Each prefix up to a separator, then the whole path; existing ones are passed over.
-  for (std::size_t end = native.find('/', 1);; end = native.find('/', end + 1)) {
-    const bool last = end == std::string::npos;
-    const std::string prefix = last ? native : native.substr(0, end);
-    if (!prefix.empty() && prefix.back() != '/' && ::mkdir(prefix.c_str(), 0777) != 0) {
-      const int error = errno;
-      if (error != EEXIST) {
-        return HresultFromErrno(error == ENOENT ? ENOTDIR : error,
-                                L"Cannot create the folder " + Quoted(path));
-      }
-      if (!IsFolder(prefix)) {
-        return last ? Fail(HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS),
-                           L"Cannot create the folder " + Quoted(path) +
-                               L": a file of that name exists.")
-                    : HresultFromErrno(ENOTDIR, L"Cannot create the folder " + Quoted(path));
-      }
-    }
-    if (last) break;
-  }
-  return S_OK;
+  const std::string native = ToUtf8(path);
+  if (!RunMemoryOn()) return CreateFolders(path, native);
+  std::string folder = NormalFolderPath(native);
+  if (IsMadeFolder(folder)) return S_FALSE;
+  const HRESULT hr = CreateFolders(path, native);
+  if (SUCCEEDED(hr)) RememberMadeFolder(std::move(folder));
+  return hr;
 }
 
 HRESULT RemoveEmptyDirectory(std::wstring_view path) {
@@ -595,7 +674,13 @@ HRESULT RemoveEmptyDirectory(std::wstring_view path) {
     const int error = errno == EEXIST ? ENOTEMPTY : errno;
     return HresultFromErrno(error, L"Cannot remove the folder " + Quoted(path));
   }
+  ForgetMadeFolder(NormalFolderPath(native));
   return S_OK;
+}
+
+void ForgetMadeFolders() {
+  std::lock_guard guard(g_madeLock);
+  g_madeFolders.clear();
 }
 
 }  // namespace lmk

@@ -22,8 +22,10 @@
 #include <utility>
 #include <vector>
 
+#include "platform/folder_listing.h"
 #include "platform/posix/block_device.h"
 #include "platform/posix/error_map.h"
+#include "platform/posix/run_memory.h"
 #include "platform/posix/unique_fd.h"
 #include "platform/text_encoding.h"
 
@@ -113,6 +115,10 @@ const DeviceFacts& FactsOf(dev_t device) {
   return Devices().emplace(device, std::move(facts)).first->second;
 }
 
+// Volume keys of folders, remembered while the run memory is on.
+std::mutex g_folderKeysMutex;
+std::map<std::string, std::wstring, std::less<>> g_folderKeys;
+
 // ---- the lock ---------------------------------------------------------------------------------
 
 // Per user, so that one user's folder never blocks another's; in the runtime folder when the
@@ -193,6 +199,29 @@ std::wstring GetVolumeKey(std::wstring_view path) {
     if (native == "/" && ::stat("/", &info) != 0) return L"Unknown";
   }
   return FactsOf(info.st_dev).key;
+}
+
+std::wstring GetFolderVolumeKey(std::wstring_view folder) {
+  if (folder.empty() || !RunMemoryOn()) return GetVolumeKey(folder);
+  std::string native = NormalFolderPath(ToUtf8(folder));
+  {
+    std::lock_guard lock(g_folderKeysMutex);
+    if (const auto found = g_folderKeys.find(native); found != g_folderKeys.end()) {
+      return found->second;
+    }
+  }
+  std::wstring key = GetVolumeKey(folder);
+  // A folder that could not be looked at is asked again next time.
+  if (key != L"Unknown") {
+    std::lock_guard lock(g_folderKeysMutex);
+    g_folderKeys.insert_or_assign(std::move(native), key);
+  }
+  return key;
+}
+
+void ForgetFolderDevices() {
+  std::lock_guard lock(g_folderKeysMutex);
+  g_folderKeys.clear();
 }
 
 DriveKind GetDriveKind(std::wstring_view volumeKey) {

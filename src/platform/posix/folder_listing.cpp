@@ -1,0 +1,256 @@
+// Only generic POSIX code here: folder listings read with opendir/readdir, and the switch of the
+// run memory that the other POSIX services consult.
+#include "platform/folder_listing.h"
+
+#include <dirent.h>
+
+#include <atomic>
+#include <cerrno>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/file_system.h"
+#include "platform/posix/run_memory.h"
+#include "platform/text_encoding.h"
+
+namespace lmk {
+namespace {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+using NameSet = std::unordered_set<std::string>;
+
+// Beyond this many listings the expired ones are dropped before another is added, so that a
+// run over a deep tree does not keep every folder's names until it ends.
+constexpr std::size_t kSweepAbove = 64;
+
+struct DirCloser {
+  void operator()(DIR* dir) const { ::closedir(dir); }
+};
+
+// The names in `folder`, or nothing when it cannot be read to its end.
+std::optional<NameSet> ReadNames(const std::string& folder) {
+  std::unique_ptr<DIR, DirCloser> dir(::opendir(folder.c_str()));
+  if (!dir) return std::nullopt;
+  NameSet names;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(dir.get());
+    if (entry == nullptr) break;
+    names.emplace(entry->d_name);
+  }
+  if (errno != 0) return std::nullopt;
+  return names;
+}
+
+// The folder (in its normal spelling) and the name of the native `path`; false when the path
+// names no entry that a listing could hold ("", "a/", "a/..").
+bool SplitName(const std::string& path, std::string* folder, std::string* name) {
+  const std::size_t slash = path.find_last_of('/');
+  *name = slash == std::string::npos ? path : path.substr(slash + 1);
+  if (name->empty() || *name == "." || *name == "..") return false;
+  if (slash == std::string::npos) {
+    *folder = ".";
+  } else {
+    *folder = NormalFolderPath(slash == 0 ? std::string_view("/")
+                                          : std::string_view(path).substr(0, slash));
+  }
+  return true;
+}
+
+struct Listing {
+  // Set while one thread reads the folder; the others wait for it.
+  bool reading = true;
+  bool readable = false;
+  // When the read began: a name added by another program after that may be missing.
+  SteadyTime readAt{};
+  NameSet names;
+  // Names this process made while the folder was being read, which the read may have missed.
+  std::vector<std::string> addedWhileReading;
+};
+
+std::atomic<int> g_runScopes{0};
+
+FolderListings& ProcessListings() {
+  static FolderListings listings;
+  return listings;
+}
+
+}  // namespace
+
+std::string NormalFolderPath(std::string_view path) {
+  std::string result;
+  if (!path.empty() && path.front() == '/') result = "/";
+  std::size_t start = 0;
+  while (start <= path.size()) {
+    std::size_t end = path.find('/', start);
+    if (end == std::string_view::npos) end = path.size();
+    const std::string_view part = path.substr(start, end - start);
+    if (!part.empty() && part != ".") {
+      if (!result.empty() && result.back() != '/') result += '/';
+      result += part;
+    }
+    start = end + 1;
+  }
+  if (result.empty()) result = ".";
+  return result;
+}
+
+struct FolderListings::Table {
+  enum class Answer { kAbsent, kListed, kUnknown };
+
+  std::chrono::milliseconds maxAge;
+  TimeSource now;
+  std::mutex mutex;
+  std::condition_variable readDone;
+  std::map<std::string, std::shared_ptr<Listing>, std::less<>> listings;
+  std::size_t reads = 0;
+
+  static Answer AnswerFrom(const Listing& listing, const std::string& name) {
+    if (!listing.readable) return Answer::kUnknown;
+    return listing.names.contains(name) ? Answer::kListed : Answer::kAbsent;
+  }
+
+  // Whether `folder` holds `name`, from its listing, read now if there is none fresh enough.
+  Answer Find(const std::string& folder, const std::string& name) {
+    std::unique_lock lock(mutex);
+    for (;;) {
+      const auto found = listings.find(folder);
+      if (found == listings.end()) break;
+      const Listing& known = *found->second;
+      if (known.reading) {
+        readDone.wait(lock);
+        continue;
+      }
+      if (now() - known.readAt <= maxAge) return AnswerFrom(known, name);
+      break;
+    }
+    if (listings.size() >= kSweepAbove) SweepExpired();
+    auto listing = std::make_shared<Listing>();
+    listings.insert_or_assign(folder, listing);
+    lock.unlock();
+
+    const SteadyTime started = now();
+    std::optional<NameSet> names;
+    try {
+      names = ReadNames(folder);
+    } catch (...) {
+      // Out of memory: the folder is asked name by name instead.
+      names.reset();
+    }
+
+    lock.lock();
+    ++reads;
+    listing->reading = false;
+    listing->readAt = started;
+    try {
+      if (names) {
+        for (std::string& added : listing->addedWhileReading) names->insert(std::move(added));
+        listing->names = std::move(*names);
+        listing->readable = true;
+      }
+    } catch (...) {
+      listing->readable = false;
+    }
+    listing->addedWhileReading.clear();
+    readDone.notify_all();
+    return AnswerFrom(*listing, name);
+  }
+
+  // The lock is held.
+  void SweepExpired() {
+    const SteadyTime at = now();
+    std::erase_if(listings, [&](const auto& entry) {
+      return !entry.second->reading && at - entry.second->readAt > maxAge;
+    });
+  }
+
+  void NoteAdded(const std::string& folder, const std::string& name, const std::string& path) {
+    std::lock_guard lock(mutex);
+    if (listings.empty()) return;
+    if (const auto found = listings.find(folder); found != listings.end()) {
+      Listing& listing = *found->second;
+      if (listing.reading) {
+        listing.addedWhileReading.push_back(name);
+      } else if (listing.readable) {
+        listing.names.insert(name);
+      }
+    }
+    // A folder renamed into place replaces whatever was listed under its name and below it.
+    listings.erase(path);
+    const std::string below = path == "/" ? path : path + "/";
+    for (auto it = listings.lower_bound(below);
+         it != listings.end() && it->first.starts_with(below);) {
+      it = listings.erase(it);
+    }
+  }
+};
+
+FolderListings::FolderListings(std::chrono::milliseconds maxAge, TimeSource now)
+    : table_(std::make_unique<Table>()) {
+  table_->maxAge = maxAge;
+  table_->now = now ? std::move(now) : TimeSource(&std::chrono::steady_clock::now);
+}
+
+FolderListings::~FolderListings() = default;
+
+bool FolderListings::FileExists(std::wstring_view path) {
+  if (path.empty()) return false;
+  const std::string native = ToUtf8(path);
+  std::string folder;
+  std::string name;
+  if (!SplitName(native, &folder, &name)) return ::lmk::FileExists(path);
+  // A listed name may have gone since: only the real lookup says it is there.
+  return table_->Find(folder, name) != Table::Answer::kAbsent && ::lmk::FileExists(path);
+}
+
+void FolderListings::NoteAdded(std::wstring_view path) {
+  if (path.empty()) return;
+  const std::string native = ToUtf8(path);
+  std::string folder;
+  std::string name;
+  if (!SplitName(native, &folder, &name)) return;
+  table_->NoteAdded(folder, name, NormalFolderPath(native));
+}
+
+void FolderListings::Clear() {
+  std::lock_guard lock(table_->mutex);
+  table_->listings.clear();
+}
+
+std::size_t FolderListings::ReadCount() const {
+  std::lock_guard lock(table_->mutex);
+  return table_->reads;
+}
+
+ScopedRunMemory::ScopedRunMemory() {
+  ForgetFolderListings();
+  g_runScopes.fetch_add(1);
+}
+
+ScopedRunMemory::~ScopedRunMemory() {
+  g_runScopes.fetch_sub(1);
+  ForgetFolderListings();
+}
+
+bool RunMemoryOn() { return g_runScopes.load(std::memory_order_relaxed) > 0; }
+
+void ForgetFolderListings() {
+  ProcessListings().Clear();
+  ForgetMadeFolders();
+  ForgetFolderDevices();
+}
+
+bool ListedFileExists(std::wstring_view path) {
+  return RunMemoryOn() ? ProcessListings().FileExists(path) : FileExists(path);
+}
+
+void NoteFileAdded(std::wstring_view path) {
+  if (RunMemoryOn()) ProcessListings().NoteAdded(path);
+}
+
+}  // namespace lmk

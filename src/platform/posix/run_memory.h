@@ -1,0 +1,20 @@
+// Only POSIX code here: the parts of the run memory that other POSIX services keep, forgotten
+// together with the folder listings, and the one spelling under which they all key folders.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace lmk {
+
+/// `path` with empty and "." parts removed: "a//b/./c/" is "a/b/c"; "/" and "." stay as they
+/// are; ".." is kept, since a link may stand before it.
+std::string NormalFolderPath(std::string_view path);
+
+/// Forgets the folders that CreateDirectories made or found (platform/posix/file_operations.cpp).
+void ForgetMadeFolders();
+
+/// Forgets the remembered devices of folders (platform/posix/volume.cpp).
+void ForgetFolderDevices();
+
+}  // namespace lmk
