@@ -7,6 +7,7 @@
 #include "com/bstr.h"
 #include "com/com_error.h"
 #include "com/time_convert.h"
+#include "dictionary/dictionary.h"
 #include "dictionary/idictionary.h"
 #include "platform/file_system.h"
 
@@ -150,10 +151,6 @@ std::wstring FolderFromHost(ILumarkoHost* host, HRESULT (ILumarkoHost::*get)(BST
   return folder.str();
 }
 
-HRESULT MakeCDictionary(IDictionary** out) {
-  return CreateDictionary(nullptr, IID_IDictionary, reinterpret_cast<void**>(out));
-}
-
 }  // namespace
 
 const std::array<FileRecordKey, kFileRecordKeyCount>& FileRecordKeys() { return kKeys; }
@@ -183,7 +180,6 @@ CFileRecordBuilder::CFileRecordBuilder(ILumarkoHost* host, IDictionary* globals,
   globals_ = ComPtr<IDictionary>(globals);
   attachments_ = ComPtr<IDictionary>(attachments);
   if (!fileExists_) fileExists_ = [](std::wstring_view path) { return FileExists(path); };
-  if (!createDictionary_) createDictionary_ = MakeCDictionary;
   // The folders belong to the run, not to a file: asked once rather than once per image.
   imagesFolder_ = FolderFromHost(host, &ILumarkoHost::GetImagesFolder);
   keepCopyFolder_ = FolderFromHost(host, &ILumarkoHost::GetKeepCopyFolder);
@@ -326,22 +322,32 @@ FileRecordStatus CFileRecordBuilder::Build(const LMKIMAGERECORD& record,
     out.Reset();
     if (!fileExists_(TextOf(record.fullPath))) return FileRecordStatus::kMissing;
 
-    ComPtr<IDictionary> dictionary;
-    if (FAILED(createDictionary_(&dictionary)) || !dictionary) {
-      return FileRecordStatus::kCannotCreate;
-    }
-
     std::array<Variant, kFileRecordKeyCount> values = Values(record);
-    // PutMultiple copies what it stores: the arrays only lend names and values for the call.
     std::array<LPOLESTR, kFileRecordKeyCount> names{};
-    std::array<VARIANT, kFileRecordKeyCount> shallow{};
     for (std::size_t i = 0; i < kFileRecordKeyCount; ++i) {
       names[i] = const_cast<LPOLESTR>(kKeys[i].name.data());
-      shallow[i] = values[i].ref();
     }
-    if (FAILED(dictionary->PutMultiple(static_cast<ULONG>(kFileRecordKeyCount), names.data(),
-                                       shallow.data()))) {
-      return FileRecordStatus::kCannotFill;
+    ComPtr<IDictionary> dictionary;
+    if (!createDictionary_) {
+      // The values were made for this record alone: the dictionary takes them over instead
+      // of copying each text.
+      ComPtr<CDictionary> own = MakeComObject<CDictionary>();
+      if (FAILED(own->TakeMultiple(static_cast<ULONG>(kFileRecordKeyCount), names.data(),
+                                   values.data()))) {
+        return FileRecordStatus::kCannotFill;
+      }
+      dictionary = ComPtr<IDictionary>(own.Get());
+    } else {
+      if (FAILED(createDictionary_(&dictionary)) || !dictionary) {
+        return FileRecordStatus::kCannotCreate;
+      }
+      // PutMultiple copies what it stores: the arrays only lend values for the call.
+      std::array<VARIANT, kFileRecordKeyCount> shallow{};
+      for (std::size_t i = 0; i < kFileRecordKeyCount; ++i) shallow[i] = values[i].ref();
+      if (FAILED(dictionary->PutMultiple(static_cast<ULONG>(kFileRecordKeyCount), names.data(),
+                                         shallow.data()))) {
+        return FileRecordStatus::kCannotFill;
+      }
     }
     out = std::move(dictionary);
     return FileRecordStatus::kBuilt;

@@ -66,8 +66,9 @@ class CFileRecordBuilder {
   CFileRecordBuilder(ILumarkoHost* host, IDictionary* globals, IDictionary* attachments,
                      FileExistsFn fileExists = {}, DictionaryFactory createDictionary = {});
 
-  /// Fills out with a new per-file dictionary holding the 120 values of `record`, put with one
-  /// PutMultiple in the order of FileRecordKeys(). out stays null unless kBuilt comes back.
+  /// Fills out with a new per-file dictionary holding the 120 values of `record`, put in one
+  /// call in the order of FileRecordKeys() (PutMultiple into a dictionary from the factory,
+  /// TakeMultiple into the builder's own). out stays null unless kBuilt comes back.
   /// Throws nothing.
   FileRecordStatus Build(const LMKIMAGERECORD& record, ComPtr<IDictionary>& out) const noexcept;
 
