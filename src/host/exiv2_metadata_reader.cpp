@@ -17,6 +17,7 @@
 #include "host/picture_file_head.h"
 #include "host/picture_header_probe.h"
 #include "host/xmp_packet.h"
+#include "platform/folder_listing.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {
@@ -1103,6 +1104,14 @@ std::filesystem::path NativePath(std::wstring_view path) {
 #endif
 }
 
+std::wstring WidePath(const std::filesystem::path& path) {
+#ifdef _WIN32
+  return path.wstring();
+#else
+  return FromUtf8(path.string());
+#endif
+}
+
 std::wstring Quoted(std::wstring_view path) { return L"\"" + std::wstring(path) + L"\""; }
 
 }  // namespace
@@ -1121,13 +1130,12 @@ std::wstring CExiv2MetadataReader::FindSidecar(std::wstring_view picturePath) {
       std::filesystem::path candidate = picture;
       candidate.replace_extension(ext);
       if (candidate == picture) continue;
+      // During a run the folder's listing answers for the usual case of no sidecar; a name
+      // it holds is still checked to be a regular file.
       std::error_code ec;
-      if (std::filesystem::is_regular_file(candidate, ec)) {
-#ifdef _WIN32
-        return candidate.wstring();
-#else
-        return FromUtf8(candidate.string());
-#endif
+      if (ListedFileExists(WidePath(candidate)) &&
+          std::filesystem::is_regular_file(candidate, ec)) {
+        return WidePath(candidate);
       }
     }
   } catch (...) {
