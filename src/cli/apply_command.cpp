@@ -15,6 +15,7 @@
 #include "host/picture_file_scanner.h"
 #include "host/standalone_host.h"
 #include "platform/event_log_writer.h"
+#include "platform/folder_listing.h"
 #include "platform/terminal.h"
 #include "platform/text_encoding.h"
 
@@ -144,7 +145,14 @@ int RunApply(const ApplyOptions& options) {
   FILETIME started{};
   GetSystemTimeAsFileTime(&started);
   DWORD postAction = 0;
-  const HRESULT hr = session.Run(host.Get(), request, &postAction, &why);
+  HRESULT hr = S_OK;
+  {
+    // The host looks for a sidecar beside every picture it reads: during the run it answers
+    // from folder listings, as the plug-in does for its own lookups. The plug-in is a module
+    // of its own and keeps its own listings; this scope is the host's.
+    const ScopedRunMemory listings;
+    hr = session.Run(host.Get(), request, &postAction, &why);
+  }
   host->SetRunEndedCallback({});
   progress.reset();
   if (FAILED(hr)) {
