@@ -14,6 +14,7 @@
 #include "com/com_error.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
+#include "platform/posix/run_memory.h"
 #include "platform/text_encoding.h"
 #include "support/temp_dir.h"
 
@@ -71,6 +72,33 @@ TEST_P(ListingAnswerTest, AnswersAsTheFileSystemDoes) {
 
 INSTANTIATE_TEST_SUITE_P(Listings, ListingAnswerTest, ::testing::ValuesIn(AnswerCases()),
                          [](const auto& i) { return i.param.name; });
+
+// Listings are keyed by this spelling: two spellings of one folder must not split it, and
+// the quick path for paths already normal must agree with the full one.
+TEST(FolderListingsTest, FolderPathsHaveOneSpelling) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"a//b/./c/", "a/b/c"}, {"/", "/"},   {"//", "/"},      {".", "."},       {"", "."},
+      {"./a", "a"},           {"a/.", "a"}, {"/a/b", "/a/b"}, {"a/..", "a/.."}, {"/a/./b", "/a/b"},
+      {"a/b/", "a/b"},
+  };
+  for (const auto& [path, normal] : cases) EXPECT_EQ(NormalFolderPath(path), normal) << path;
+}
+
+// A large folder: every name there is found and none that is not, whatever the table in
+// front of the names grows to.
+TEST(FolderListingsTest, LargeFolderAnswersEveryName) {
+  test::ScopedTempDir dir;
+  constexpr int kCount = 2000;
+  for (int i = 0; i < kCount; ++i) std::ofstream(dir / ("n" + std::to_string(i)));
+  FolderListings listings;
+  int found = 0;
+  for (int i = 0; i < kCount; ++i) {
+    found += listings.FileExists(W(dir / ("n" + std::to_string(i)))) ? 1 : 0;
+    EXPECT_FALSE(listings.FileExists(W(dir / ("m" + std::to_string(i)))));
+  }
+  EXPECT_EQ(found, kCount);
+  EXPECT_EQ(listings.ReadCount(), 1u);
+}
 
 TEST(FolderListingsTest, ListingIsReadAgainOnlyWhenOld) {
   test::ScopedTempDir dir;

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -22,7 +24,46 @@ namespace lmk {
 namespace {
 
 using SteadyTime = std::chrono::steady_clock::time_point;
-using NameSet = std::unordered_set<std::string>;
+// A folder's names, with a bit per name hash in front of them: most questions are about
+// names that a folder does not hold, and one bit in a small table answers most of those
+// without touching the set's scattered nodes.
+class NameSet {
+ public:
+  void Insert(std::string name) {
+    const std::size_t hash = Hash(name);
+    if (!names_.insert(std::move(name)).second) return;
+    if (names_.size() * kBitsPerName > bits_.size() * 64) {
+      Rebuild();
+    } else {
+      Mark(hash);
+    }
+  }
+
+  bool Contains(const std::string& name) const {
+    const std::size_t hash = Hash(name);
+    if (bits_.empty() || (bits_[Word(hash)] & Bit(hash)) == 0) return false;
+    return names_.contains(name);
+  }
+
+ private:
+  // About one false "maybe" in twenty for a name that is not there.
+  static constexpr std::size_t kBitsPerName = 16;
+
+  static std::size_t Hash(std::string_view name) { return std::hash<std::string_view>{}(name); }
+  std::size_t Word(std::size_t hash) const { return (hash >> 6) & (bits_.size() - 1); }
+  static uint64_t Bit(std::size_t hash) { return uint64_t{1} << (hash & 63); }
+  void Mark(std::size_t hash) { bits_[Word(hash)] |= Bit(hash); }
+
+  void Rebuild() {
+    std::size_t words = 16;
+    while (words * 64 < names_.size() * kBitsPerName * 2) words *= 2;
+    bits_.assign(words, 0);
+    for (const std::string& name : names_) Mark(Hash(name));
+  }
+
+  std::unordered_set<std::string> names_;
+  std::vector<uint64_t> bits_;  // a power of two of words
+};
 
 // Beyond this many listings the expired ones are dropped before another is added, so that a
 // run over a deep tree does not keep every folder's names until it ends.
@@ -41,7 +82,7 @@ std::optional<NameSet> ReadNames(const std::string& folder) {
     errno = 0;
     const dirent* entry = ::readdir(dir.get());
     if (entry == nullptr) break;
-    names.emplace(entry->d_name);
+    names.Insert(entry->d_name);
   }
   if (errno != 0) return std::nullopt;
   return names;
@@ -82,7 +123,22 @@ FolderListings& ProcessListings() {
 
 }  // namespace
 
+namespace {
+
+// True when `path` has nothing for NormalFolderPath to remove: the usual case, asked for
+// every lookup.
+bool IsNormalFolderPath(std::string_view path) {
+  if (path.empty() || path == "/" || path == ".") return !path.empty();
+  if (path.back() == '/' || path.starts_with("./") || path.ends_with("/.") ||
+      path.find("//") != std::string_view::npos || path.find("/./") != std::string_view::npos)
+    return false;
+  return true;
+}
+
+}  // namespace
+
 std::string NormalFolderPath(std::string_view path) {
+  if (IsNormalFolderPath(path)) return std::string(path);
   std::string result;
   if (!path.empty() && path.front() == '/') result = "/";
   std::size_t start = 0;
@@ -112,7 +168,7 @@ struct FolderListings::Table {
 
   static Answer AnswerFrom(const Listing& listing, const std::string& name) {
     if (!listing.readable) return Answer::kUnknown;
-    return listing.names.contains(name) ? Answer::kListed : Answer::kAbsent;
+    return listing.names.Contains(name) ? Answer::kListed : Answer::kAbsent;
   }
 
   // Whether `folder` holds `name`, from its listing, read now if there is none fresh enough.
@@ -149,7 +205,7 @@ struct FolderListings::Table {
     listing->readAt = started;
     try {
       if (names) {
-        for (std::string& added : listing->addedWhileReading) names->insert(std::move(added));
+        for (std::string& added : listing->addedWhileReading) names->Insert(std::move(added));
         listing->names = std::move(*names);
         listing->readable = true;
       }
@@ -177,7 +233,7 @@ struct FolderListings::Table {
       if (listing.reading) {
         listing.addedWhileReading.push_back(name);
       } else if (listing.readable) {
-        listing.names.insert(name);
+        listing.names.Insert(name);
       }
     }
     // A folder renamed into place replaces whatever was listed under its name and below it.
