@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +13,7 @@
 #include "host/exiv2_metadata_reader.h"
 #include "host/picture_file_head.h"
 #include "platform/text_encoding.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -153,15 +152,8 @@ TEST_P(RefusedBlock, IsLeftToTheLibrary) {
 INSTANTIATE_TEST_SUITE_P(Blocks, RefusedBlock, ::testing::ValuesIn(RefusedBlocks()),
                          [](const auto& info) { return std::string(info.param.name); });
 
-std::string ReadBytes(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-void WriteBytes(const fs::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
+using test::ReadBytes;
+using test::WriteBytes;
 
 // True when the picture's EXIF is read without the library.
 bool ReadPlain(const fs::path& path) {

@@ -7,9 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <thread>
@@ -18,6 +16,7 @@
 #include "host/exiftool_report.h"
 #include "host/picture_file_head.h"
 #include "platform/text_encoding.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -492,15 +491,8 @@ TEST(Exiv2MetadataReaderTest, ImplausibleValuesAreDropped) {
   EXPECT_EQ(m.isoSpeed, 65535u) << "a saturated ISO with no newer tag is still the best value";
 }
 
-std::string ReadBytes(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-void WriteBytes(const fs::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
+using test::ReadBytes;
+using test::WriteBytes;
 
 // An application segment that no reader interprets, of `length` bytes after its marker.
 std::string FillerSegment(std::size_t length) {
