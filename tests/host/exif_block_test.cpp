@@ -152,6 +152,39 @@ TEST_P(RefusedBlock, IsLeftToTheLibrary) {
 INSTANTIATE_TEST_SUITE_P(Blocks, RefusedBlock, ::testing::ValuesIn(RefusedBlocks()),
                          [](const auto& info) { return std::string(info.param.name); });
 
+// Damaged blocks: every truncation and many random byte changes of a real block are either
+// refused or read with every value inside the block (the sanitizers watch the reads).
+TEST(ExifBlockTest, DamagedBlocksAreRefusedOrReadWithinBounds) {
+  const BlockBuilder b(true);
+  const std::string block = b.Build({{0x010F, 2, 7, "Corvid\0"s}, {0x0112, 3, 1, b.U16(6)}},
+                                    {{0x829A, 5, 1, b.U32(1) + b.U32(250)},
+                                     {0x9003, 2, 20, "2024:05:17 04:40:40\0"s},
+                                     {0x9286, 7, 12, "ASCII\0\0\0text"s}});
+  const auto check = [](const std::string& damaged) {
+    std::vector<ExifEntry> entries;
+    if (!ParseExifBlock(damaged, &entries)) return;
+    for (const ExifEntry& e : entries) {
+      ASSERT_GE(e.bytes.data(), damaged.data());
+      ASSERT_LE(e.bytes.data() + e.bytes.size(), damaged.data() + damaged.size());
+      long long integer = 0;
+      double real = 0;
+      for (uint32_t n = 0; n < e.count && n < 64; ++n) {
+        e.IntegerAt(n, &integer);
+        e.RealAt(n, &real);
+      }
+    }
+  };
+  for (std::size_t size = 0; size < block.size(); ++size) check(block.substr(0, size));
+  uint32_t seed = 12345;
+  const auto next = [&seed] { return seed = seed * 1664525u + 1013904223u; };
+  for (int round = 0; round < 20000; ++round) {
+    std::string damaged = block;
+    for (int flips = 1 + static_cast<int>(next() % 4); flips > 0; --flips)
+      damaged[next() % damaged.size()] = static_cast<char>(next() >> 24);
+    check(damaged);
+  }
+}
+
 using test::ReadBytes;
 using test::WriteBytes;
 
