@@ -156,6 +156,20 @@ TEST_F(VolumeLockTest, NSlotsAdmitNHoldersAndTheNextOneWaits) {
   }
 }
 
+// The lock folder is checked once and then trusted; one that disappears (a cleaned temp
+// folder) is made and checked again.
+TEST_F(VolumeLockTest, LockFolderRemovedBetweenLocksIsMadeAgain) {
+  const std::filesystem::path folder = runtime_.path() / "lumarko-locks";
+  for (int round = 0; round < 2; ++round) {
+    VolumeLockGuard guard;
+    ASSERT_EQ(AcquireVolumeLock(L"dev:8:9", 1, milliseconds(0), &guard), S_OK) << round;
+    EXPECT_TRUE(guard.held());
+    guard.Release();
+    ASSERT_TRUE(std::filesystem::is_directory(folder)) << round;
+    std::filesystem::remove_all(folder);
+  }
+}
+
 TEST_F(VolumeLockTest, NeverMoreHoldersThanSlotsAcrossThreads) {
   constexpr unsigned kSlots = 2;
   std::atomic<int> inside{0};

@@ -121,6 +121,16 @@ std::map<std::string, std::wstring, std::less<>> g_folderKeys;
 
 // ---- the lock ---------------------------------------------------------------------------------
 
+// The lock folder last found to be this user's: every copy takes the lock, and checking the
+// folder each time cost three system calls. Forgotten when a lock file cannot be made in it.
+std::mutex g_checkedLockFolderMutex;
+std::string g_checkedLockFolder;
+
+void ForgetCheckedLockFolder() {
+  std::lock_guard lock(g_checkedLockFolderMutex);
+  g_checkedLockFolder.clear();
+}
+
 // Per user, so that one user's folder never blocks another's; in the runtime folder when the
 // session has one (a memory file system, emptied at log-out).
 HRESULT LockFolder(std::string* folder) {
@@ -132,6 +142,13 @@ HRESULT LockFolder(std::string* folder) {
     const char* temp = std::getenv("TMPDIR");
     base = std::string(temp != nullptr && temp[0] == '/' ? temp : "/tmp") + "/lumarko-locks-" +
            std::to_string(::getuid());
+  }
+  {
+    std::lock_guard lock(g_checkedLockFolderMutex);
+    if (base == g_checkedLockFolder) {
+      *folder = std::move(base);
+      return S_OK;
+    }
   }
   if (::mkdir(base.c_str(), 0700) != 0 && errno != EEXIST) {
     return HresultFromErrno(errno, L"Cannot create the lock folder '" + FromUtf8(base) + L"'");
@@ -145,6 +162,10 @@ HRESULT LockFolder(std::string* folder) {
     SetErrorDescription(L"The lock folder '" + FromUtf8(base) +
                         L"' is not a folder of this user; remove it.");
     return E_ACCESSDENIED;
+  }
+  {
+    std::lock_guard lock(g_checkedLockFolderMutex);
+    g_checkedLockFolder = base;
   }
   *folder = std::move(base);
   return S_OK;
@@ -281,6 +302,13 @@ HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
   for (unsigned slot = 0; slot < slots; ++slot) {
     const std::string path = folder + "/" + SlotFileName(volumeKey, slot);
     UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!file.valid() && errno == ENOENT && slot == 0) {
+      // The folder went away since it was checked (a cleaned temp folder): check it anew.
+      ForgetCheckedLockFolder();
+      LMK_RETURN_IF_FAILED(LockFolder(&folder));
+      file = UniqueFd(::open((folder + "/" + SlotFileName(volumeKey, slot)).c_str(),
+                             O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    }
     if (!file.valid()) {
       return HresultFromErrno(errno, L"Cannot open the lock file '" + FromUtf8(path) + L"'");
     }
