@@ -54,53 +54,16 @@ rules:
 YAML
 }
 # Runs of the fast commands are repeated on fresh trees and the best kept: on a shared
-# machine one run of a fraction of a second can take twice as long as the next. exiftool's
-# runs take minutes and are measured once, which if anything flatters exiftool.
+# machine one run of a fraction of a second can take twice as long as the next, and the speed
+# of the machine drifts over minutes. Each reference (the floor, cp -r) therefore runs right
+# after the lumarko run it is compared with, in the same repeats. exiftool's runs take minutes
+# and are measured once, which if anything flatters exiftool.
 repeats=${REPEATS:-3}
 
 # best NEW OLD: the larger of two rates.
 best() { awk -v a="$1" -v b="${2:-0}" 'BEGIN { printf "%.0f", (a > b ? a : b) }'; }
-
-# apply NAME KEY: runs the rule set over fresh pictures and prints two rates: the processing
-# rate that lumarko reports (first picture to the end of the range) and the rate of the whole
-# command. The plug-in keeps a run on screen for at least 750 ms, so for a few thousand
-# pictures the whole command's rate says more about that pause than about the work.
-apply() {
-  r=0
-  whole=0
-  i=0
-  while [ "$i" -lt "$repeats" ]; do
-    fresh
-    s=$(now)
-    report=$("$lumarko" apply "$work/rules.yaml" "$work/in" --mode all --verbose)
-    e=$(now)
-    r=$(best "$(printf '%s\n' "$report" | awk '/^processed /{ printf "%.0f", $(NF-1) }')" "$r")
-    whole=$(best "$(awk -v n="$files" -v s="$s" -v e="$e" 'BEGIN { t = e - s; printf "%.0f", (t > 0 ? n / t : 0) }')" "$whole")
-    i=$((i + 1))
-  done
-  printf '%-28s %8s files/s (whole command: %s files/s)\n' "$1" "$r" "$whole"
-  eval "rate_$2=$r"
-}
-
-echo "$files pictures in $pictures"
-
-rules "Action.Move: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
-apply "lumarko move by date" lmove
-fresh
-s=$(now); exiftool -q -q '-Directory<DateTimeOriginal' -d "$work/out/%Y/%m" "$work/in"; e=$(now)
-rate "exiftool move by date" "$s" "$e" xmove
-
-rules "Action.Copy: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
-apply "lumarko copy by date" lcopy
-fresh
-s=$(now); exiftool -q -q -o . '-Directory<DateTimeOriginal' -d "$work/out/%Y/%m" "$work/in"; e=$(now)
-rate "exiftool copy by date" "$s" "$e" xcopy
-
-rules "Action.Rename: { template: \"{DateTaken:6}_{DateTaken:11}_{FileName}\" }"
-apply "lumarko rename by date" lrename
-fresh
-s=$(now); exiftool -q -q '-FileName<DateTimeOriginal' -d '%Y%m%d_%H%M%S_%%f.%%e' "$work/in"; e=$(now)
-rate "exiftool rename by date" "$s" "$e" xrename
+# per_second START END: files per second between two times.
+per_second() { awk -v n="$files" -v s="$1" -v e="$2" 'BEGIN { t = e - s; printf "%.0f", (t > 0 ? n / t : 0) }'; }
 
 # The floor: read the first 64 KiB of each file and rename it, names computed beforehand.
 cat >"$work/floor.c" <<'C'
@@ -125,33 +88,81 @@ int main(int argc, char** argv) {
   return 0;
 }
 C
-# timed NAME KEY COMMAND...: runs COMMAND on fresh pictures (with the floor's list of names
-# made beforehand) and prints the best rate of the repeats.
-timed() {
+floor=""
+if cc -O2 -o "$work/floor" "$work/floor.c" 2>/dev/null; then floor="$work/floor"; fi
+
+# measure NAME KEY [REFNAME REFKEY COMMAND...]: runs the rule set over fresh pictures, and the
+# reference command (if any) over fresh pictures right after it, `repeats` times. Prints the
+# processing rate that lumarko reports (first picture to the end of the range), the rate of the
+# whole command, and the reference's rate. The plug-in keeps a run on screen for at least
+# 750 ms, so for a few thousand pictures the whole command's rate says more about that pause
+# than about the work.
+measure() {
   name=$1
   key=$2
   shift 2
-  b=0
+  refname=""
+  refkey=""
+  if [ $# -gt 2 ]; then
+    refname=$1
+    refkey=$2
+    shift 2
+  fi
+  r=0
+  whole=0
+  ref=0
   i=0
   while [ "$i" -lt "$repeats" ]; do
     fresh
-    find "$work/in" -maxdepth 1 -type f -name '*.jpg' | awk '{ print $0 "\t" $0 ".renamed" }' >"$work/list"
     s=$(now)
-    "$@"
+    report=$("$lumarko" apply "$work/rules.yaml" "$work/in" --mode all --verbose)
     e=$(now)
-    b=$(best "$(awk -v n="$files" -v s="$s" -v e="$e" 'BEGIN { t = e - s; printf "%.0f", (t > 0 ? n / t : 0) }')" "$b")
+    r=$(best "$(printf '%s\n' "$report" | awk '/^processed /{ printf "%.0f", $(NF-1) }')" "$r")
+    whole=$(best "$(per_second "$s" "$e")" "$whole")
+    if [ -n "$refkey" ]; then
+      fresh
+      find "$work/in" -maxdepth 1 -type f -name '*.jpg' | awk '{ print $0 "\t" $0 ".renamed" }' >"$work/list"
+      s=$(now)
+      "$@"
+      e=$(now)
+      ref=$(best "$(per_second "$s" "$e")" "$ref")
+    fi
     i=$((i + 1))
   done
-  printf '%-28s %8s files/s\n' "$name" "$b"
-  eval "rate_$key=$b"
+  printf '%-28s %8s files/s (whole command: %s files/s)\n' "$name" "$r" "$whole"
+  eval "rate_$key=$r"
+  if [ -n "$refkey" ]; then
+    printf '%-28s %8s files/s\n' "$refname" "$ref"
+    eval "rate_$refkey=$ref"
+  fi
 }
 
-if cc -O2 -o "$work/floor" "$work/floor.c" 2>/dev/null; then
-  timed "read-and-rename floor" floor "$work/floor" "$work/list"
+echo "$files pictures in $pictures"
+
+rules "Action.Move: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
+if [ -n "$floor" ]; then
+  measure "lumarko move by date" lmove "read-and-rename floor" floor "$floor" "$work/list"
 else
-  echo "no C compiler: the floor is not measured"; rate_floor=0
+  echo "no C compiler: the floor is not measured"
+  rate_floor=0
+  measure "lumarko move by date" lmove
 fi
-timed "cp -r of the tree" cp sh -c 'cp -r "$1/in" "$1/out/tree" && sync' sh "$work"
+fresh
+s=$(now); exiftool -q -q '-Directory<DateTimeOriginal' -d "$work/out/%Y/%m" "$work/in"; e=$(now)
+rate "exiftool move by date" "$s" "$e" xmove
+
+rules "Action.Copy: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
+measure "lumarko copy by date" lcopy "cp -r of the tree" cp \
+  sh -c 'cp -r "$1/in" "$1/out/tree" && sync' sh "$work"
+fresh
+s=$(now); exiftool -q -q -o . '-Directory<DateTimeOriginal' -d "$work/out/%Y/%m" "$work/in"; e=$(now)
+rate "exiftool copy by date" "$s" "$e" xcopy
+
+rules "Action.Rename: { template: \"{DateTaken:6}_{DateTaken:11}_{FileName}\" }"
+measure "lumarko rename by date" lrename
+fresh
+s=$(now); exiftool -q -q '-FileName<DateTimeOriginal' -d '%Y%m%d_%H%M%S_%%f.%%e' "$work/in"; e=$(now)
+rate "exiftool rename by date" "$s" "$e" xrename
 
 echo
 awk -v lm="$rate_lmove" -v xm="$rate_xmove" -v lc="$rate_lcopy" -v xc="$rate_xcopy" \
