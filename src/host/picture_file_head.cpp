@@ -17,6 +17,8 @@ constexpr int kMaxJpegSegments = 4096;
 
 // The signature that opens the APP1 segment of a JPEG's XMP packet.
 constexpr std::string_view kXmpSignature("http://ns.adobe.com/xap/1.0/\0", 29);
+// The signature that opens the APP1 segment of a JPEG's EXIF block.
+constexpr std::string_view kExifSignature("Exif\0\0", 6);
 
 // Walks the segments of a JPEG header up to the start of the scan, calling visit(marker,
 // offset of the payload, payload size) for each segment with a length. True when the walk
@@ -55,6 +57,7 @@ bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
 bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit) {
   bytes_.clear();
   whole_ = false;
+  jpeg_ = JpegLayout{};
   detachedXmp_ = 0;
   std::ifstream file;
   // Unbuffered: the reads below go straight to the file.
@@ -80,66 +83,57 @@ bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit)
   }
   whole_ = got <= limit;
   bytes_.resize(std::min(got, limit));
+  ReadJpegLayout();
   return true;
 }
 
-std::optional<std::string_view> PictureFileHead::DetachJpegXmp() noexcept {
-  std::size_t found = 0;
-  std::size_t offset = 0;
-  std::size_t length = 0;
-  const bool complete = WalkJpegHeader(
-      bytes_.data(), bytes_.size(), [&](uint8_t marker, std::size_t at, std::size_t size) {
-        if (marker == 0xE1 && size >= kXmpSignature.size() &&
-            std::memcmp(bytes_.data() + at, kXmpSignature.data(), kXmpSignature.size()) == 0) {
-          ++found;
-          offset = at;
-          length = size;
-        }
-      });
-  // Several packets are left to the metadata library, which knows which of them counts.
-  if (!complete || found != 1) return std::nullopt;
-  // A changed signature makes the library pass the segment by as an unknown one.
-  bytes_[offset] = 'X';
-  detachedXmp_ = offset;
-  return std::string_view(
-      reinterpret_cast<const char*>(bytes_.data()) + offset + kXmpSignature.size(),
-      length - kXmpSignature.size());
-}
-
-std::optional<std::string_view> PictureFileHead::PlainJpegExif() const noexcept {
-  constexpr std::string_view kExifSignature("Exif\0\0", 6);
-  std::string_view exif;
-  bool exifFound = false;
-  bool plain = true;
-  const bool complete = WalkJpegHeader(
-      bytes_.data(), bytes_.size(), [&](uint8_t marker, std::size_t at, std::size_t size) {
+void PictureFileHead::ReadJpegLayout() noexcept {
+  jpeg_ = JpegLayout{};
+  jpeg_.complete = WalkJpegHeader(
+      bytes_.data(), bytes_.size(), [this](uint8_t marker, std::size_t at, std::size_t size) {
         const std::string_view payload(reinterpret_cast<const char*>(bytes_.data()) + at, size);
         switch (marker) {
           case 0xE1:
             if (payload.starts_with(kExifSignature)) {
-              plain = plain && !exifFound;
-              exifFound = true;
-              exif = payload.substr(kExifSignature.size());
-            } else if (payload.starts_with(kXmpSignature) ||
-                       (at == detachedXmp_ && detachedXmp_ != 0)) {
-              plain = plain && at == detachedXmp_;
+              ++jpeg_.exifBlocks;
+              jpeg_.exifAt = at + kExifSignature.size();
+              jpeg_.exifSize = size - kExifSignature.size();
+            } else if (payload.starts_with(kXmpSignature)) {
+              ++jpeg_.xmpPackets;
+              jpeg_.xmpAt = at;
+              jpeg_.xmpSize = size;
             }
             break;
           case 0xE2:  // ICC profile
           case 0xED:  // IPTC in image resources
           case 0xFE:  // comment
-            plain = false;
+            jpeg_.otherMetadata = true;
             break;
           default:
             break;
         }
       });
-  if (!complete || !plain) return std::nullopt;
-  return exif;
 }
 
-bool PictureFileHead::Sufficient() const noexcept {
-  return whole_ || JpegHeadIsComplete(bytes_.data(), bytes_.size());
+std::optional<std::string_view> PictureFileHead::DetachJpegXmp() noexcept {
+  // Several packets are left to the metadata library, which knows which of them counts.
+  if (!jpeg_.complete || jpeg_.xmpPackets != 1 || detachedXmp_ != 0) return std::nullopt;
+  // A changed signature makes the library pass the segment by as an unknown one.
+  bytes_[jpeg_.xmpAt] = 'X';
+  detachedXmp_ = jpeg_.xmpAt;
+  return std::string_view(
+      reinterpret_cast<const char*>(bytes_.data()) + jpeg_.xmpAt + kXmpSignature.size(),
+      jpeg_.xmpSize - kXmpSignature.size());
 }
+
+std::optional<std::string_view> PictureFileHead::PlainJpegExif() const noexcept {
+  const bool xmpDetached = jpeg_.xmpPackets == 0 || detachedXmp_ != 0;
+  if (!jpeg_.complete || jpeg_.otherMetadata || jpeg_.exifBlocks > 1 || !xmpDetached)
+    return std::nullopt;
+  return std::string_view(reinterpret_cast<const char*>(bytes_.data()) + jpeg_.exifAt,
+                          jpeg_.exifSize);
+}
+
+bool PictureFileHead::Sufficient() const noexcept { return whole_ || jpeg_.complete; }
 
 }  // namespace lmk

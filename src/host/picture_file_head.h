@@ -46,8 +46,22 @@ class PictureFileHead {
   std::optional<std::string_view> PlainJpegExif() const noexcept;
 
  private:
+  // What one walk of a JPEG header found, taken when the head is read.
+  struct JpegLayout {
+    bool complete = false;  // the header up to the scan lies within the head
+    int xmpPackets = 0;     // APP1 segments with the XMP signature
+    std::size_t xmpAt = 0;  // payload offset and size of the last of them
+    std::size_t xmpSize = 0;
+    int exifBlocks = 0;      // APP1 segments with the EXIF signature
+    std::size_t exifAt = 0;  // offset and size of the TIFF structure of the last of them
+    std::size_t exifSize = 0;
+    bool otherMetadata = false;  // ICC profile, IPTC or comment segments
+  };
+  void ReadJpegLayout() noexcept;
+
   std::vector<uint8_t> bytes_;
   bool whole_ = false;
+  JpegLayout jpeg_;
   std::size_t detachedXmp_ = 0;  // payload offset of the packet DetachJpegXmp took, or 0
 };
 
