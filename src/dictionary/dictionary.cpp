@@ -333,9 +333,8 @@ HRESULT CDictionary::put_Value(BSTR bstrName, VARIANT pvarNew) {
 }
 
 CDictionary::Entries::iterator CDictionary::LowerBound(std::wstring_view name) {
-  return std::lower_bound(
-      entries_.begin(), entries_.end(), name,
-      [](const Entry& e, std::wstring_view n) { return NameLess()(e.first, n); });
+  const auto& constThis = *this;
+  return entries_.begin() + (constThis.LowerBound(name) - entries_.cbegin());
 }
 
 CDictionary::Entries::const_iterator CDictionary::LowerBound(std::wstring_view name) const {
