@@ -18,17 +18,28 @@ std::wstring_view CCopyAction::FailureText() const { return action_text::kCannot
 
 HRESULT CCopyAction::BeginTransfers(std::wstring_view /*source*/, std::wstring_view folder,
                                     TransferSession* session) const {
-  // A copy always writes a whole file to the destination device.
-  return LockVolumeOf(folder, &session->lock);
+  // A copy always writes a whole file to the destination device, under the device's lock; it
+  // takes the lock itself once its checks are done, so that another worker's checks and
+  // metadata reading go on meanwhile.
+  session->copyLock = VolumeLockOf(folder);
+  return S_OK;
 }
 
 HRESULT CCopyAction::TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
-                                  TransferSession& /*session*/, std::wstring* failure) const {
+                                  TransferSession& session, std::wstring* failure) const {
   // The source stays, so a copy need not reach the device before the next file starts: the
   // runner flushes all of a run's copies at once when the run ends.
-  LMK_RETURN_IF_FAILED(CopyFileTo(source, target, !replace, CopyDurability::kFlushLater));
+  LMK_RETURN_IF_FAILED(
+      CopyFileTo(source, target, !replace, CopyDurability::kFlushLater, &session.copyLock));
   if (!Option(kTransferVerify)) return S_OK;
-  return VerifyCopy(source, target, failure);
+  // Reading both files back is as heavy for the device as the copy.
+  if (!session.lock.held()) {
+    LMK_RETURN_IF_FAILED(AcquireVolumeLock(session.copyLock.volumeKey, session.copyLock.slots,
+                                           kWaitForever, &session.lock));
+  }
+  const HRESULT hr = VerifyCopy(source, target, failure);
+  session.lock.Release();
+  return hr;
 }
 
 }  // namespace lmk

@@ -20,6 +20,8 @@ class CCopyAction : public CTransferAction {
                          TransferSession* session) const override;
   HRESULT TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
                        TransferSession& session, std::wstring* failure) const override;
+  /// The copy looks for an existing target itself before it writes a byte.
+  bool RefusesExistingTarget(const TransferSession& /*session*/) const override { return true; }
 };
 
 }  // namespace lmk

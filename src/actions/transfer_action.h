@@ -8,6 +8,7 @@
 
 #include "actions/companion_files.h"
 #include "com/com.h"
+#include "platform/file_operations.h"
 #include "platform/volume.h"
 #include "rules/action.h"
 
@@ -23,6 +24,8 @@ inline constexpr DWORD kTransferOverwrite = 0x400000;
 struct TransferSession {
   bool crossVolume = false;
   VolumeLockGuard lock;
+  /// The lock that copies take while they write, when they take it themselves.
+  CopyLock copyLock;
 };
 
 class CTransferAction : public CAction {

@@ -15,9 +15,15 @@ bool OnSameVolume(std::wstring_view source, std::wstring_view targetFolder) {
   return sourceKey == GetFolderVolumeKey(targetFolder);
 }
 
+CopyLock VolumeLockOf(std::wstring_view folder) {
+  CopyLock lock{GetFolderVolumeKey(folder)};
+  lock.slots = VolumeSlotCount(GetDriveKind(lock.volumeKey));
+  return lock;
+}
+
 HRESULT LockVolumeOf(std::wstring_view folder, VolumeLockGuard* guard) {
-  const std::wstring key = GetFolderVolumeKey(folder);
-  return AcquireVolumeLock(key, VolumeSlotCount(GetDriveKind(key)), kWaitForever, guard);
+  const CopyLock lock = VolumeLockOf(folder);
+  return AcquireVolumeLock(lock.volumeKey, lock.slots, kWaitForever, guard);
 }
 
 }  // namespace lmk

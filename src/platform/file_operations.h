@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <string_view>
 
 #include "com/com.h"
@@ -34,20 +35,30 @@ enum class CopyDurability {
   kFlushLater,
 };
 
+/// The lock a copy holds while it writes: one of `slots` slots of the volume lock named by
+/// `volumeKey` (platform/volume.h). The checks before the writing run without it, so that
+/// workers copying small files to one device wait for each other only while one of them writes.
+struct CopyLock {
+  std::wstring volumeKey;
+  unsigned slots = 1;
+};
+
 /// Copies `source` to `target`: contents, last-write and last-access times and permissions
-/// (the read-only attribute with them). The copy is written under a temporary name in the
-/// target's folder, flushed to the device and only then given the target name, so that no
-/// partial file ever stands under the target name, even after a crash. With `failIfExists` an
-/// existing target is never overwritten, even by a process that creates it meanwhile.
-/// Returns S_OK; HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) for an existing target with
+/// (the read-only attribute with them). The copy is written without a name or under a
+/// temporary name in the target's folder, flushed to the device and only then given the target
+/// name, so that no partial file ever stands under the target name, even after a crash. With
+/// `failIfExists` an existing target is never overwritten, even by a process that creates it
+/// meanwhile. Returns S_OK; HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) for an existing target with
 /// `failIfExists` (both files are left as they were); ERROR_FILE_NOT_FOUND for a missing
 /// source; ERROR_PATH_NOT_FOUND for a missing target folder; E_ACCESSDENIED when the target is
 /// a folder or a read-only file, or when the system refuses; ERROR_DISK_FULL; ERROR_NOT_SAME_DEVICE
 /// never. A description naming the file is set (lmk::SetErrorDescription) on failure.
 /// `durability` chooses whether the copy is flushed to the device before it gets its name.
+/// With a `lock`, the writing waits for a slot of it; a failure to take it is returned.
 [[nodiscard]] HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target,
                                  bool failIfExists,
-                                 CopyDurability durability = CopyDurability::kFlushToDevice);
+                                 CopyDurability durability = CopyDurability::kFlushToDevice,
+                                 const CopyLock* lock = nullptr);
 
 /// Puts every copy made with CopyDurability::kFlushLater since the last call on its device, one
 /// flush per file system. S_OK, or the first failure with a description naming the folder.

@@ -20,6 +20,7 @@
 
 #include "com/com_error.h"
 #include "platform/file_facts.h"
+#include "platform/folder_listing.h"
 #include "platform/text_encoding.h"
 #include "support/temp_dir.h"
 
@@ -434,6 +435,27 @@ TEST(CopyFileToTest, CopiesFlushedLaterAreWholeAndFlushedOnce) {
   EXPECT_NE(TakeErrorDescription().find(L"gone"), std::wstring::npos);
   EXPECT_EQ(FlushDeferredCopies(), S_OK) << "a failed flush is not retried for ever";
   EXPECT_EQ(ReadText(temp / "source"), "picture bytes");
+}
+
+// Within a run a folder's file system is noted once; after a flush, a further copy there must
+// be noted again, or the copies after the first flush would never reach the device.
+TEST(CopyFileToTest, RunMemoryNotesAFolderAgainAfterEachFlush) {
+  test::ScopedTempDir temp;
+  WriteText(temp / "source", "picture bytes");
+  fs::create_directories(temp / "out");
+  const ScopedRunMemory run;
+  for (const char* name : {"a", "b"}) {
+    ASSERT_EQ(
+        CopyFileTo(W(temp / "source"), W(temp / "out" / name), true, CopyDurability::kFlushLater),
+        S_OK);
+  }
+  EXPECT_EQ(FlushDeferredCopies(), S_OK);
+  ASSERT_EQ(
+      CopyFileTo(W(temp / "source"), W(temp / "out" / "c"), true, CopyDurability::kFlushLater),
+      S_OK);
+  fs::remove_all(temp / "out");
+  EXPECT_TRUE(FAILED(FlushDeferredCopies())) << "the copy after the flush was not noted";
+  TakeErrorDescription();
 }
 
 // ---- injected faults --------------------------------------------------------------------------

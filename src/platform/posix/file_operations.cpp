@@ -25,6 +25,7 @@
 #include "platform/posix/run_memory.h"
 #include "platform/posix/unique_fd.h"
 #include "platform/text_encoding.h"
+#include "platform/volume.h"
 
 namespace lmk {
 namespace {
@@ -203,11 +204,43 @@ bool WriteAll(int fd, const char* data, std::size_t size, int* error) {
   return true;
 }
 
-// Copies every byte of `in` to the empty `out`: a shared-extent clone where the file system
-// offers one, else an in-kernel copy, else plain reads and writes. Returns 0 or an errno.
-int CopyContents(int in, int out) {
-  if (::ioctl(out, FICLONE, in) == 0) return 0;
-  ::posix_fadvise(in, 0, 0, POSIX_FADV_SEQUENTIAL);
+// What copies learned about a target folder while the run memory is on: whether its file
+// system is already noted for FlushDeferredCopies, and whether it refuses shared-extent clones
+// (most do), which are then not asked for again.
+struct CopyFolderFacts {
+  bool noted = false;
+  bool cloneRefused = false;
+};
+std::mutex g_copyFoldersLock;
+std::map<std::string, CopyFolderFacts, std::less<>> g_copyFolders;
+
+CopyFolderFacts CopyFactsOf(const std::string& folder) {
+  if (!RunMemoryOn()) return {};
+  std::lock_guard guard(g_copyFoldersLock);
+  const auto found = g_copyFolders.find(folder);
+  return found == g_copyFolders.end() ? CopyFolderFacts{} : found->second;
+}
+
+template <typename Change>
+void ChangeCopyFacts(const std::string& folder, Change change) {
+  if (!RunMemoryOn()) return;
+  std::lock_guard guard(g_copyFoldersLock);
+  change(g_copyFolders[folder]);
+}
+
+// Below this size a read-ahead hint costs more than it saves: the file is one chunk.
+constexpr off_t kSequentialHintSize = 1 << 20;
+
+// Copies every byte of `in` (of `size` bytes when asked) to the empty `out`: a shared-extent
+// clone where the file system offers one, else an in-kernel copy, else plain reads and
+// writes. `*cloneRefused` says whether to try the clone, and is set when the file system
+// refuses clones. Returns 0 or an errno.
+int CopyContents(int in, int out, off_t size, bool* cloneRefused) {
+  if (!*cloneRefused) {
+    if (::ioctl(out, FICLONE, in) == 0) return 0;
+    *cloneRefused = errno == EOPNOTSUPP || errno == ENOTTY;
+  }
+  if (size >= kSequentialHintSize) ::posix_fadvise(in, 0, 0, POSIX_FADV_SEQUENTIAL);
   bool kernelCopy = true;
   off_t copied = 0;
   while (kernelCopy) {
@@ -239,8 +272,19 @@ int CopyContents(int in, int out) {
   }
 }
 
-// A copy written under a temporary name in the target folder and removed again unless it was
-// given its final name.
+// Whether a file without a name can be given one through /proc, checked once.
+bool CanLinkUnnamedFiles() {
+#ifdef O_TMPFILE
+  static const bool available = ::access("/proc/self/fd", X_OK) == 0;
+  return available;
+#else
+  return false;
+#endif
+}
+
+// A copy written into the target folder that no one sees before it is complete: a file without
+// a name where the file system allows one (nothing is left behind after a crash), else a file
+// under a temporary name, removed again unless it was given its final name.
 class TemporaryCopy {
  public:
   TemporaryCopy() = default;
@@ -251,32 +295,53 @@ class TemporaryCopy {
   TemporaryCopy& operator=(const TemporaryCopy&) = delete;
 
   // Writes the copy of the open `source` (described by `info`) into the open `folder`,
-  // with the source's contents, permissions and times, flushed to the device.
-  // Returns 0 or an errno.
-  int Write(int folder, int source, const struct stat& info, bool flush) {
+  // with the source's contents, permissions and times, flushed to the device when `flush`.
+  // `unnamed` allows a file without a name, for a copy that will not replace a file.
+  // `*cloneRefused` as CopyContents. Returns 0 or an errno.
+  int Write(int folder, int source, const struct stat& info, bool flush, bool unnamed,
+            bool* cloneRefused) {
     folder_ = folder;
-    UniqueFd out;
-    for (int attempt = 0; attempt < 16 && !out.valid(); ++attempt) {
+#ifdef O_TMPFILE
+    if (unnamed && CanLinkUnnamedFiles()) {
+      out_ = UniqueFd(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+      // File systems without unnamed files say so in one of three ways.
+      if (!out_.valid() && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return errno;
+    }
+#endif
+    for (int attempt = 0; attempt < 16 && !out_.valid(); ++attempt) {
       std::string name = TemporaryName();
-      out = UniqueFd(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-      if (out.valid()) {
+      out_ =
+          UniqueFd(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+      if (out_.valid()) {
         name_ = std::move(name);
       } else if (errno != EEXIST) {
         return errno;
       }
     }
-    if (!out.valid()) return EEXIST;
-    if (const int error = CopyContents(source, out.get()); error != 0) return error;
-    if (::fchmod(out.get(), info.st_mode & 0777) != 0) return errno;
+    if (!out_.valid()) return EEXIST;
+    if (const int error = CopyContents(source, out_.get(), info.st_size, cloneRefused);
+        error != 0) {
+      return error;
+    }
+    if (::fchmod(out_.get(), info.st_mode & 0777) != 0) return errno;
     const struct timespec times[2] = {info.st_atim, info.st_mtim};
-    if (::futimens(out.get(), times) != 0) return errno;
-    if (flush && ::fsync(out.get()) != 0) return errno;
-    return out.Close();
+    if (::futimens(out_.get(), times) != 0) return errno;
+    if (flush && ::fsync(out_.get()) != 0) return errno;
+    // An unnamed file lives only as long as its descriptor: it stays open until it is named.
+    return name_.empty() ? 0 : out_.Close();
   }
 
   // Gives the copy its final `name` in the folder: never over an existing file when `replace`
   // is false, even when another process creates that name meanwhile. Returns 0 or an errno.
   int Publish(const std::string& name, bool replace) {
+    if (name_.empty()) {
+      // A link never replaces a name; an unnamed copy is made only when none is to be replaced.
+      char self[48];
+      std::snprintf(self, sizeof self, "/proc/self/fd/%d", out_.get());
+      if (::linkat(AT_FDCWD, self, folder_, name.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
+      out_.Reset();
+      return 0;
+    }
     if (replace) {
       if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return errno;
       name_.clear();
@@ -294,6 +359,7 @@ class TemporaryCopy {
 
  private:
   int folder_ = -1;
+  UniqueFd out_;
   std::string name_;
 };
 
@@ -306,8 +372,11 @@ void RememberUnflushedCopy(int folder, const std::string& path) {
   struct stat info {};
   // The copy was just made there; a folder that cannot be asked has nothing left to flush.
   if (::fstat(folder, &info) != 0) return;
-  std::lock_guard guard(g_unflushedLock);
-  g_unflushedFolders.try_emplace(info.st_dev, path);
+  {
+    std::lock_guard guard(g_unflushedLock);
+    g_unflushedFolders.try_emplace(info.st_dev, path);
+  }
+  ChangeCopyFacts(path, [](CopyFolderFacts& facts) { facts.noted = true; });
 }
 
 struct CopyRequest {
@@ -317,6 +386,7 @@ struct CopyRequest {
   const wchar_t* verb = L"Cannot copy";
   bool flush = true;
   bool flushLater = false;  // left for FlushDeferredCopies
+  const CopyLock* lock = nullptr;
 };
 
 // The copy shared by CopyFileTo and a move across volumes; on success the target name holds the
@@ -360,11 +430,22 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     const int error = errno == ENOENT ? ENOTDIR : errno;
     return HresultFromErrno(error, L"Cannot open the folder of " + Quoted(request.target));
   }
-  TemporaryCopy copy;
-  if (const int error = copy.Write(folder.get(), in.get(), *sourceInfo, request.flush);
-      error != 0) {
-    return HresultFromErrno(error, context);
+  VolumeLockGuard lock;
+  if (request.lock != nullptr) {
+    LMK_RETURN_IF_FAILED(
+        AcquireVolumeLock(request.lock->volumeKey, request.lock->slots, kWaitForever, &lock));
   }
+  const CopyFolderFacts facts = CopyFactsOf(parts.folder);
+  bool cloneRefused = facts.cloneRefused;
+  TemporaryCopy copy;
+  const int written = copy.Write(folder.get(), in.get(), *sourceInfo, request.flush,
+                                 !request.replace, &cloneRefused);
+  if (cloneRefused && !facts.cloneRefused) {
+    ChangeCopyFacts(parts.folder, [](CopyFolderFacts& known) { known.cloneRefused = true; });
+  }
+  if (written != 0) return HresultFromErrno(written, context);
+  // Naming the copy moves no data: the next writer need not wait for it.
+  lock.Release();
   if (const DWORD fault = InjectedFault(FileStep::kPublish, request.target); fault != 0) {
     return InjectedFailure(fault, request.verb, request.target);
   }
@@ -375,7 +456,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     return HresultFromErrno(error, context);
   }
   NoteFileAdded(request.target);
-  if (request.flushLater) RememberUnflushedCopy(folder.get(), parts.folder);
+  if (request.flushLater && !facts.noted) RememberUnflushedCopy(folder.get(), parts.folder);
   return S_OK;
 }
 
@@ -426,7 +507,7 @@ ScopedFileFaultHook::~ScopedFileFaultHook() {
 }
 
 HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool failIfExists,
-                   CopyDurability durability) {
+                   CopyDurability durability, const CopyLock* lock) {
   if (source.empty() || target.empty()) return E_INVALIDARG;
   if (const DWORD fault = InjectedFault(FileStep::kCopy, source); fault != 0) {
     return InjectedFailure(fault, L"Cannot copy", source);
@@ -434,7 +515,7 @@ HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool fail
   struct stat info {};
   return CopyThroughTemporary(
       {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice,
-       durability == CopyDurability::kFlushLater},
+       durability == CopyDurability::kFlushLater, lock},
       &info);
 }
 
@@ -443,6 +524,11 @@ HRESULT FlushDeferredCopies() {
   {
     std::lock_guard guard(g_unflushedLock);
     folders.swap(g_unflushedFolders);
+  }
+  {
+    // Copies after this point are noted afresh.
+    std::lock_guard guard(g_copyFoldersLock);
+    for (auto& [folder, facts] : g_copyFolders) facts.noted = false;
   }
   HRESULT result = S_OK;
   for (const auto& [device, folder] : folders) {
@@ -679,8 +765,12 @@ HRESULT RemoveEmptyDirectory(std::wstring_view path) {
 }
 
 void ForgetMadeFolders() {
-  std::lock_guard guard(g_madeLock);
-  g_madeFolders.clear();
+  {
+    std::lock_guard guard(g_madeLock);
+    g_madeFolders.clear();
+  }
+  std::lock_guard guard(g_copyFoldersLock);
+  g_copyFolders.clear();
 }
 
 }  // namespace lmk

@@ -131,6 +131,12 @@ void ForgetCheckedLockFolder() {
   g_checkedLockFolder.clear();
 }
 
+// The user never changes while the program runs; asked once, not once per copy.
+uid_t ProcessUser() {
+  static const uid_t user = ::getuid();
+  return user;
+}
+
 // Per user, so that one user's folder never blocks another's; in the runtime folder when the
 // session has one (a memory file system, emptied at log-out).
 HRESULT LockFolder(std::string* folder) {
@@ -141,7 +147,7 @@ HRESULT LockFolder(std::string* folder) {
   } else {
     const char* temp = std::getenv("TMPDIR");
     base = std::string(temp != nullptr && temp[0] == '/' ? temp : "/tmp") + "/lumarko-locks-" +
-           std::to_string(::getuid());
+           std::to_string(ProcessUser());
   }
   {
     std::lock_guard lock(g_checkedLockFolderMutex);
@@ -158,7 +164,7 @@ HRESULT LockFolder(std::string* folder) {
     return HresultFromErrno(errno, L"Cannot open the lock folder '" + FromUtf8(base) + L"'");
   }
   // A folder planted by another user in a shared temp folder must not be trusted.
-  if (!S_ISDIR(info.st_mode) || info.st_uid != ::getuid()) {
+  if (!S_ISDIR(info.st_mode) || info.st_uid != ProcessUser()) {
     SetErrorDescription(L"The lock folder '" + FromUtf8(base) +
                         L"' is not a folder of this user; remove it.");
     return E_ACCESSDENIED;
