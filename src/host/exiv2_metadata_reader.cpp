@@ -1144,8 +1144,9 @@ std::wstring CExiv2MetadataReader::FindSidecar(std::wstring_view picturePath) {
   return {};
 }
 
-MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
-                                              ImageMetadata* out) const noexcept {
+MetadataReadStatus CExiv2MetadataReader::Read(
+    std::wstring_view path, ImageMetadata* out,
+    std::optional<std::uintmax_t> knownSize) const noexcept {
   MetadataReadStatus status;
   if (out == nullptr) {
     status.message = L"No place to store the metadata of " + Quoted(path) + L".";
@@ -1180,7 +1181,8 @@ MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path,
     bool plain = false;
     Exiv2::Image::AutoPtr image;
     try {
-      if (head.Read(NativePath(path)) && head.Sufficient() && head.size() > 0) {
+      if (head.Read(NativePath(path), PictureFileHead::kDefaultLimit, knownSize) &&
+          head.Sufficient() && head.size() > 0) {
         // The library's XMP tree costs more than everything else in a small picture; the
         // packet is read here instead, into the same properties.
         if (const std::optional<std::string_view> packet = head.DetachJpegXmp()) {

@@ -1,6 +1,8 @@
 // Reads a picture's EXIF, IPTC, XMP and GPS values (and its ".xmp" sidecar) with Exiv2.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,8 +35,10 @@ class CExiv2MetadataReader {
 
   /// Reads the picture at path (and "<stem>.xmp" or "<stem>.XMP" beside it) into *out, which
   /// is reset first. When the picture cannot be parsed, *out still receives the sidecar's
-  /// values and the status says why the picture failed. Never throws.
-  MetadataReadStatus Read(std::wstring_view path, ImageMetadata* out) const noexcept;
+  /// values and the status says why the picture failed. `knownSize` is the picture's size
+  /// when the caller has just asked for it. Never throws.
+  MetadataReadStatus Read(std::wstring_view path, ImageMetadata* out,
+                          std::optional<std::uintmax_t> knownSize = std::nullopt) const noexcept;
 
   /// The sidecar that belongs to a picture, or an empty string when there is none.
   static std::wstring FindSidecar(std::wstring_view picturePath);

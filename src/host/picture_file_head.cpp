@@ -54,7 +54,8 @@ bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
   return WalkJpegHeader(bytes, size, [](uint8_t, std::size_t, std::size_t) {});
 }
 
-bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit) {
+bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit,
+                           std::optional<std::uintmax_t> knownSize) {
   bytes_.clear();
   whole_ = false;
   jpeg_ = JpegLayout{};
@@ -66,7 +67,8 @@ bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit)
   if (!file) return false;
   // A small picture ends within the first read, which then needs no size asked first. One
   // byte past the limit tells whether the file goes on.
-  const std::size_t want = limit + 1;
+  std::size_t want = limit + 1;
+  if (knownSize && *knownSize < want) want = static_cast<std::size_t>(*knownSize);
   const auto readInto = [&file](uint8_t* at, std::size_t count) {
     file.read(reinterpret_cast<char*>(at), static_cast<std::streamsize>(count));
     return static_cast<std::size_t>(file.gcount());

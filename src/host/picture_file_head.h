@@ -22,8 +22,10 @@ class PictureFileHead {
   static constexpr std::size_t kDefaultLimit = 128 * 1024;
 
   /// Reads up to `limit` bytes from the start of the file. False when the file cannot be
-  /// opened or read; the head is then empty.
-  bool Read(const std::filesystem::path& path, std::size_t limit = kDefaultLimit);
+  /// opened or read; the head is then empty. `knownSize`, the file's size as just asked of the
+  /// file system, spares the read that would find the end of a small file.
+  bool Read(const std::filesystem::path& path, std::size_t limit = kDefaultLimit,
+            std::optional<std::uintmax_t> knownSize = std::nullopt);
 
   const uint8_t* data() const noexcept { return bytes_.data(); }
   std::size_t size() const noexcept { return bytes_.size(); }

@@ -262,7 +262,7 @@ ComPtr<CImageRecord> CStandaloneHost::BuildRecord(std::wstring_view path, ULONG 
   }
 
   ImageMetadata meta;
-  const MetadataReadStatus status = reader_.Read(path, &meta);
+  const MetadataReadStatus status = reader_.Read(path, &meta, facts.size);
   // What the reader could not parse is not a reason to leave the picture out: it is processed
   // with what the file system tells (and a sidecar's values, if any).
   if (EventLogWriter* log = EventLogWriter::Current(); !status.ok && log != nullptr) {
