@@ -64,7 +64,8 @@ CMainDialog::CMainDialog(ComPtr<ILumarkoHost> host, ComPtr<IStream> initStream, 
       view_(view),
       registry_(registry),
       rules_(registry),
-      runner_(runner ? std::move(runner) : std::make_unique<CBatchRunner>()) {}
+      runner_(runner ? std::move(runner) : std::make_unique<CBatchRunner>()),
+      minimumRunTime_(runner_->Options().minimumRunTime) {}
 
 CMainDialog::~CMainDialog() {
   // Closing the dialog during a run cancels it; the runner must not outlive its sink's use.
@@ -96,6 +97,11 @@ void CMainDialog::LoadInitData() {
   if (!request.run) return;
   if (request.mode != 0) mode_ = request.mode;
   requestFlags_ = request.flags;
+  // The minimum run time keeps the progress display from flashing by. A host that asks for no
+  // display (the lumarko command draws its own, or none in a script) does not wait for it.
+  runner_->Options().minimumRunTime = (requestFlags_ & kRunRequestShowProgress) != 0
+                                          ? minimumRunTime_
+                                          : std::chrono::milliseconds::zero();
   if (ApplyRules()) WaitForRun();
 }
 

@@ -137,6 +137,8 @@ class CMainDialog final : private ProgressSink {
   std::unique_ptr<CBatchRunner> runner_;
   DWORD mode_ = static_cast<DWORD>(OperatingMode::kAllImages);
   DWORD requestFlags_ = 0;
+  /// The runner's own minimum run time, for runs that show the progress display.
+  std::chrono::milliseconds minimumRunTime_;
   std::vector<std::shared_ptr<const CRule>> runRules_;
   PostRunNeeds needs_;
   std::optional<RunSummary> lastSummary_;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
@@ -237,6 +238,31 @@ TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
   EXPECT_EQ(view_.summaries[0].text, summary_text::kCurrentImageSuccess);
   EXPECT_EQ(view_.progress, (std::vector<DWORD>{0, 75, 100}));
   EXPECT_EQ(host_->Delivered(), std::vector<ULONG>{0});
+}
+
+// The minimum run time keeps a progress display from flashing by; a run that shows none
+// (the lumarko command draws its own) does not wait for it.
+TEST_F(MainDialogTest, OnlyARunWithProgressWaitsForTheMinimumRunTime) {
+  constexpr auto kMinimum = std::chrono::milliseconds(400);
+  for (const DWORD flags : {DWORD{0}, kRunRequestShowProgress}) {
+    ComPtr<IStream> stream = NewStream();
+    RunRequest request;
+    request.mode = 1;
+    request.flags = flags;
+    request.rules = {RuleWith(std::make_shared<CFakeAction>())};
+    ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
+    std::unique_ptr<CBatchRunner> runner = QuickRunner();
+    runner->Options().minimumRunTime = kMinimum;
+    CMainDialog dialog(host_, stream, 0, view_, *registry_, std::move(runner));
+    const auto started = std::chrono::steady_clock::now();
+    dialog.DoModal(nullptr);
+    const auto took = std::chrono::steady_clock::now() - started;
+    if (flags == 0) {
+      EXPECT_LT(took, kMinimum) << "no progress shown, nothing to wait for";
+    } else {
+      EXPECT_GE(took, kMinimum);
+    }
+  }
 }
 
 // Looks its template up by name during the run, through the store the copy, move and link
