@@ -284,41 +284,45 @@ bool CanLinkUnnamedFiles() {
 
 // A copy written into the target folder that no one sees before it is complete: a file without
 // a name where the file system allows one (nothing is left behind after a crash), else a file
-// under a temporary name, removed again unless it was given its final name.
+// under a temporary name, removed again unless it was given its final name. Paths, not an open
+// folder: opening the folder for each copy cost two more system calls.
 class TemporaryCopy {
  public:
   TemporaryCopy() = default;
   ~TemporaryCopy() {
-    if (!name_.empty()) ::unlinkat(folder_, name_.c_str(), 0);
+    if (!name_.empty()) ::unlink(Inside(name_).c_str());
   }
   TemporaryCopy(const TemporaryCopy&) = delete;
   TemporaryCopy& operator=(const TemporaryCopy&) = delete;
 
-  // Writes the copy of the open `source` (described by `info`) into the open `folder`,
-  // with the source's contents, permissions and times, flushed to the device when `flush`.
-  // `unnamed` allows a file without a name, for a copy that will not replace a file.
-  // `*cloneRefused` as CopyContents. Returns 0 or an errno.
-  int Write(int folder, int source, const struct stat& info, bool flush, bool unnamed,
-            bool* cloneRefused) {
+  // Creates the empty copy in `folder`; `unnamed` allows a file without a name, for a copy that
+  // will not replace a file. Returns 0 or an errno (ENOENT: the folder is missing).
+  int Open(const std::string& folder, bool unnamed) {
     folder_ = folder;
 #ifdef O_TMPFILE
     if (unnamed && CanLinkUnnamedFiles()) {
-      out_ = UniqueFd(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+      out_ = UniqueFd(::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+      if (out_.valid()) return 0;
       // File systems without unnamed files say so in one of three ways.
-      if (!out_.valid() && errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return errno;
+      if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return errno;
     }
 #endif
-    for (int attempt = 0; attempt < 16 && !out_.valid(); ++attempt) {
+    for (int attempt = 0; attempt < 16; ++attempt) {
       std::string name = TemporaryName();
-      out_ =
-          UniqueFd(::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+      out_ = UniqueFd(::open(Inside(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
       if (out_.valid()) {
         name_ = std::move(name);
-      } else if (errno != EEXIST) {
-        return errno;
+        return 0;
       }
+      if (errno != EEXIST) return errno;
     }
-    if (!out_.valid()) return EEXIST;
+    return EEXIST;
+  }
+
+  // Fills the copy from the open `source` (described by `info`): contents, permissions and
+  // times, flushed to the device when `flush`. `*cloneRefused` as CopyContents. Returns 0 or
+  // an errno.
+  int Fill(int source, const struct stat& info, bool flush, bool* cloneRefused) {
     if (const int error = CopyContents(source, out_.get(), info.st_size, cloneRefused);
         error != 0) {
       return error;
@@ -334,31 +338,37 @@ class TemporaryCopy {
   // Gives the copy its final `name` in the folder: never over an existing file when `replace`
   // is false, even when another process creates that name meanwhile. Returns 0 or an errno.
   int Publish(const std::string& name, bool replace) {
+    const std::string target = Inside(name);
     if (name_.empty()) {
       // A link never replaces a name; an unnamed copy is made only when none is to be replaced.
       char self[48];
       std::snprintf(self, sizeof self, "/proc/self/fd/%d", out_.get());
-      if (::linkat(AT_FDCWD, self, folder_, name.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
+      if (::linkat(AT_FDCWD, self, AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
       out_.Reset();
       return 0;
     }
+    const std::string temporary = Inside(name_);
     if (replace) {
-      if (::renameat(folder_, name_.c_str(), folder_, name.c_str()) != 0) return errno;
+      if (::rename(temporary.c_str(), target.c_str()) != 0) return errno;
       name_.clear();
       return 0;
     }
-    if (::renameat2(folder_, name_.c_str(), folder_, name.c_str(), RENAME_NOREPLACE) == 0) {
+    if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
       name_.clear();
       return 0;
     }
     if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return errno;
     // File systems without an exclusive rename still refuse to link over an existing name.
-    if (::linkat(folder_, name_.c_str(), folder_, name.c_str(), 0) != 0) return errno;
+    if (::link(temporary.c_str(), target.c_str()) != 0) return errno;
     return 0;  // the destructor removes the temporary name, the link stays
   }
 
  private:
-  int folder_ = -1;
+  std::string Inside(const std::string& name) const {
+    return folder_ == "/" ? folder_ + name : folder_ + "/" + name;
+  }
+
+  std::string folder_;
   UniqueFd out_;
   std::string name_;
 };
@@ -367,11 +377,11 @@ class TemporaryCopy {
 std::mutex g_unflushedLock;
 std::map<dev_t, std::string> g_unflushedFolders;
 
-// Notes the file system of the open `folder` (named `path`) for FlushDeferredCopies.
-void RememberUnflushedCopy(int folder, const std::string& path) {
+// Notes the file system of the folder `path` for FlushDeferredCopies.
+void RememberUnflushedCopy(const std::string& path) {
   struct stat info {};
   // The copy was just made there; a folder that cannot be asked has nothing left to flush.
-  if (::fstat(folder, &info) != 0) return;
+  if (::stat(path.c_str(), &info) != 0) return;
   {
     std::lock_guard guard(g_unflushedLock);
     g_unflushedFolders.try_emplace(info.st_dev, path);
@@ -422,24 +432,22 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   }
 
   const SplitPath parts = Split(target);
-  UniqueFd folder(::open(parts.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder.valid() && errno == ENOENT && RemadeMissingFolder(target)) {
-    folder = UniqueFd(::open(parts.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  }
-  if (!folder.valid()) {
-    const int error = errno == ENOENT ? ENOTDIR : errno;
-    return HresultFromErrno(error, L"Cannot open the folder of " + Quoted(request.target));
-  }
   VolumeLockGuard lock;
   if (request.lock != nullptr) {
     LMK_RETURN_IF_FAILED(
         AcquireVolumeLock(request.lock->volumeKey, request.lock->slots, kWaitForever, &lock));
   }
+  TemporaryCopy copy;
+  int opened = copy.Open(parts.folder, !request.replace);
+  if (opened == ENOENT && RemadeMissingFolder(target))
+    opened = copy.Open(parts.folder, !request.replace);
+  if (opened == ENOENT || opened == ENOTDIR) {
+    return HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(request.target));
+  }
+  if (opened != 0) return HresultFromErrno(opened, context);
   const CopyFolderFacts facts = CopyFactsOf(parts.folder);
   bool cloneRefused = facts.cloneRefused;
-  TemporaryCopy copy;
-  const int written = copy.Write(folder.get(), in.get(), *sourceInfo, request.flush,
-                                 !request.replace, &cloneRefused);
+  const int written = copy.Fill(in.get(), *sourceInfo, request.flush, &cloneRefused);
   if (cloneRefused && !facts.cloneRefused) {
     ChangeCopyFacts(parts.folder, [](CopyFolderFacts& known) { known.cloneRefused = true; });
   }
@@ -456,7 +464,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     return HresultFromErrno(error, context);
   }
   NoteFileAdded(request.target);
-  if (request.flushLater && !facts.noted) RememberUnflushedCopy(folder.get(), parts.folder);
+  if (request.flushLater && !facts.noted) RememberUnflushedCopy(parts.folder);
   return S_OK;
 }
 
