@@ -93,10 +93,9 @@ if cc -O2 -o "$work/floor" "$work/floor.c" 2>/dev/null; then floor="$work/floor"
 
 # measure NAME KEY [REFNAME REFKEY COMMAND...]: runs the rule set over fresh pictures, and the
 # reference command (if any) over fresh pictures right after it, `repeats` times. Prints the
-# processing rate that lumarko reports (first picture to the end of the range), the rate of the
-# whole command, and the reference's rate. The plug-in keeps a run on screen for at least
-# 750 ms, so for a few thousand pictures the whole command's rate says more about that pause
-# than about the work.
+# rate of the whole command (start-up, listing and the final flush included, as exiftool's and
+# cp's rates include theirs), the processing rate that lumarko reports (first picture to the end
+# of the range), and the reference's rate. The ratios are taken from the whole commands.
 measure() {
   name=$1
   key=$2
@@ -129,8 +128,8 @@ measure() {
     fi
     i=$((i + 1))
   done
-  printf '%-28s %8s files/s (whole command: %s files/s)\n' "$name" "$r" "$whole"
-  eval "rate_$key=$r"
+  printf '%-28s %8s files/s (processing alone: %s files/s)\n' "$name" "$whole" "$r"
+  eval "rate_$key=$whole"
   if [ -n "$refkey" ]; then
     printf '%-28s %8s files/s\n' "$refname" "$ref"
     eval "rate_$refkey=$ref"
