@@ -225,14 +225,19 @@ TEST_F(MainDialogTest, ModeIsRemembered) {
   EXPECT_EQ(dialog.Mode(), 3u);
 }
 
-TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
+// A request to run one fake action on the current image.
+ComPtr<IStream> CurrentImageRequest(DWORD flags) {
   ComPtr<IStream> stream = NewStream();
   RunRequest request;
   request.mode = 1;
-  request.flags = kRunRequestShowProgress;
+  request.flags = flags;
   request.rules = {RuleWith(std::make_shared<CFakeAction>())};
-  ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
-  CMainDialog dialog = Dialog(host_, stream);
+  if (FAILED(WriteRunRequest(stream.Get(), request))) throw ComError(E_FAIL);
+  return stream;
+}
+
+TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
+  CMainDialog dialog = Dialog(host_, CurrentImageRequest(kRunRequestShowProgress));
   dialog.DoModal(nullptr);
   ASSERT_EQ(view_.summaries.size(), 1u);
   EXPECT_EQ(view_.summaries[0].text, summary_text::kCurrentImageSuccess);
@@ -245,15 +250,9 @@ TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
 TEST_F(MainDialogTest, OnlyARunWithProgressWaitsForTheMinimumRunTime) {
   constexpr auto kMinimum = std::chrono::milliseconds(400);
   for (const DWORD flags : {DWORD{0}, kRunRequestShowProgress}) {
-    ComPtr<IStream> stream = NewStream();
-    RunRequest request;
-    request.mode = 1;
-    request.flags = flags;
-    request.rules = {RuleWith(std::make_shared<CFakeAction>())};
-    ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
     std::unique_ptr<CBatchRunner> runner = QuickRunner();
     runner->Options().minimumRunTime = kMinimum;
-    CMainDialog dialog(host_, stream, 0, view_, *registry_, std::move(runner));
+    CMainDialog dialog(host_, CurrentImageRequest(flags), 0, view_, *registry_, std::move(runner));
     const auto started = std::chrono::steady_clock::now();
     dialog.DoModal(nullptr);
     const auto took = std::chrono::steady_clock::now() - started;
