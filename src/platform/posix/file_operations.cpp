@@ -444,8 +444,9 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   }
   TemporaryCopy copy;
   int opened = copy.Open(parts.folder, !request.replace);
-  if (opened == ENOENT && RemadeMissingFolder(target))
+  if (opened == ENOENT && RemadeMissingFolder(target)) {
     opened = copy.Open(parts.folder, !request.replace);
+  }
   if (opened == ENOENT || opened == ENOTDIR) {
     return HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(request.target));
   }
