@@ -26,6 +26,7 @@
 #include "platform/text_encoding.h"
 #include "shell/lumarko_host.h"
 #include "support/temp_dir.h"
+#include "support/unanswering_host.h"
 
 namespace lmk::test {
 
@@ -50,7 +51,7 @@ inline void MakeReadOnly(const fs::path& path) {
 }
 
 /// A host that only remembers the rename and delete notices.
-class NoticeHost final : public ComObject<NoticeHost, ILumarkoHost> {
+class NoticeHost final : public UnansweringHost<NoticeHost> {
  public:
   struct Notice {
     ULONGLONG cookie;
@@ -70,32 +71,6 @@ class NoticeHost final : public ComObject<NoticeHost, ILumarkoHost> {
     std::lock_guard lock(mutex_);
     deleted.push_back({cookie, path, L""});
     return S_OK;
-  }
-
-  HRESULT STDMETHODCALLTYPE IsScanning(BOOL*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetImageCount(ULONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetCurrentIndex(ULONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetLastIndex(ULONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetSessionInfo(FILETIME*, BSTR*, ULONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE SetSessionKeepCopyIndex(ULONG) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetImagesFolder(BSTR*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetKeepCopyFolder(BSTR*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetCurrentImage(ILumarkoImage**) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetFirstImage(ILumarkoImage**) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetImageAt(ULONG, ILumarkoImage**) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetNextImage(ILumarkoImage*, ILumarkoImage**) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE GetNextImageOfRange(ILumarkoImage**) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetImageByCookie(ULONGLONG, ILumarkoImage**) override {
-    return E_NOTIMPL;
-  }
-  HRESULT STDMETHODCALLTYPE IsRatingInPlace(BOOL*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE SetXmpRating(ULONGLONG, SHORT) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE SetXmpLabel(ULONGLONG, SHORT, SHORT) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG, SHORT) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE GetLabelNames(DWORD, SHORT, IEnumVARIANT**) override {
-    return E_NOTIMPL;
   }
 
  private:
