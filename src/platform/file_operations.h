@@ -124,6 +124,8 @@ enum class FileStep {
   kRename,        ///< MoveFileTo on one volume (and the first attempt of any move)
   kCopy,          ///< CopyFileTo, before anything is written
   kPublish,       ///< the final rename of a copied file to its target name (copy or move)
+  kNameUnnamed,   ///< giving a copy made without a name its target name (POSIX); after a
+                  ///< failure the copy is made again under a temporary name
   kRemoveSource,  ///< a move across volumes removing its source after the copy stands
   kLink,          ///< MakeHardLink
   kDelete,        ///< DeleteFileAt

@@ -481,6 +481,35 @@ TEST(FileFaultHookTest, SharingViolationsReachTheCallerUntilTheHookStops) {
   EXPECT_EQ(calls, 3);  // the hook is gone with its scope
 }
 
+// A system that makes files without a name but cannot name them: each copy is made again
+// under a temporary name, whole, with its times, and the existing-target rule still holds.
+TEST(FileFaultHookTest, CopyThatCannotBeNamedIsMadeAgainUnderATemporaryName) {
+  test::ScopedTempDir temp;
+  const fs::path source = temp / "a.jpg";
+  WriteText(source, std::string(3 << 20, 'p') + "end");  // more than one copy chunk
+  const struct timespec times[2] = {{1000000000, 0}, {987654321, 0}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+  int refusals = 0;
+  const ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
+    if (step != FileStep::kNameUnnamed) return 0;
+    ++refusals;
+    return ERROR_ACCESS_DENIED;
+  });
+  for (const CopyDurability durability :
+       {CopyDurability::kFlushToDevice, CopyDurability::kLeaveToSystem}) {
+    const fs::path target = temp / (durability == CopyDurability::kFlushToDevice ? "b" : "c");
+    ASSERT_EQ(CopyFileTo(W(source), W(target), true, durability), S_OK);
+    EXPECT_EQ(ReadText(target), ReadText(source));
+    struct stat copied {};
+    ASSERT_EQ(::stat(target.c_str(), &copied), 0);
+    EXPECT_EQ(copied.st_mtim.tv_sec, 987654321);
+    EXPECT_EQ(CopyFileTo(W(source), W(target), true, durability), kExists);
+  }
+  // One refusal per copy made; none where the file system has no unnamed files.
+  EXPECT_TRUE(refusals == 2 || refusals == 0) << refusals;
+  EXPECT_TRUE(LeftoverTemporaries(temp.path()).empty());
+}
+
 // ---- attributes, folders, times ---------------------------------------------------------------
 
 struct AttributeCase {

@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -275,6 +276,10 @@ int CopyContents(int in, int out, off_t size, bool* cloneRefused) {
   }
 }
 
+// Set when this system made a file without a name and then could not name it: later copies go
+// straight to a temporary name.
+std::atomic<bool> g_unnamedRefused{false};
+
 // Whether a file without a name can be given one through /proc, checked once.
 bool CanLinkUnnamedFiles() {
 #ifdef O_TMPFILE
@@ -338,6 +343,9 @@ class TemporaryCopy {
     return name_.empty() ? 0 : out_.Close();
   }
 
+  // Whether the copy was made without a name.
+  bool unnamed() const noexcept { return name_.empty() && out_.valid(); }
+
   // Gives the copy its final `name` in the folder: never over an existing file when `replace`
   // is false, even when another process creates that name meanwhile. Returns 0 or an errno.
   int Publish(const std::string& name, bool replace) {
@@ -346,7 +354,14 @@ class TemporaryCopy {
       // A link never replaces a name; an unnamed copy is made only when none is to be replaced.
       char self[48];
       std::snprintf(self, sizeof self, "/proc/self/fd/%d", out_.get());
-      if (::linkat(AT_FDCWD, self, AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
+      if (::linkat(AT_FDCWD, self, AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+        const int error = errno;
+        // Without /proc, a process allowed to search every folder names it directly.
+        if (error == EEXIST ||
+            ::linkat(out_.get(), "", AT_FDCWD, target.c_str(), AT_EMPTY_PATH) != 0) {
+          return error;
+        }
+      }
       out_.Reset();
       return 0;
     }
@@ -435,35 +450,56 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   }
 
   const SplitPath parts = Split(target);
-  // Making the file is under the lock too: on ext4, unnamed files made by two threads at once
-  // contend in the file system, and a run of small copies took three times as long.
-  VolumeLockGuard lock;
-  if (request.lock != nullptr) {
-    LMK_RETURN_IF_FAILED(
-        AcquireVolumeLock(request.lock->volumeKey, request.lock->slots, kWaitForever, &lock));
-  }
-  TemporaryCopy copy;
-  int opened = copy.Open(parts.folder, !request.replace);
-  if (opened == ENOENT && RemadeMissingFolder(target)) {
-    opened = copy.Open(parts.folder, !request.replace);
-  }
-  if (opened == ENOENT || opened == ENOTDIR) {
-    return HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(request.target));
-  }
-  if (opened != 0) return HresultFromErrno(opened, context);
   const CopyFolderFacts facts = CopyFactsOf(parts.folder);
   bool cloneRefused = facts.cloneRefused;
-  const int written = copy.Fill(in.get(), *sourceInfo, request.flush, &cloneRefused);
+  // Makes and fills the copy: 0, or an errno with the HRESULT to return in *failed.
+  const auto write = [&](TemporaryCopy& copy, bool unnamed, HRESULT* failed) {
+    // Making the file is under the lock too: on ext4, unnamed files made by two threads at
+    // once contend in the file system, and a run of small copies took three times as long.
+    VolumeLockGuard lock;
+    if (request.lock != nullptr) {
+      *failed =
+          AcquireVolumeLock(request.lock->volumeKey, request.lock->slots, kWaitForever, &lock);
+      if (FAILED(*failed)) return EIO;
+    }
+    int error = copy.Open(parts.folder, unnamed);
+    if (error == ENOENT && RemadeMissingFolder(target)) error = copy.Open(parts.folder, unnamed);
+    if (error == ENOENT || error == ENOTDIR) {
+      *failed = HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(request.target));
+      return ENOTDIR;
+    }
+    if (error == 0) error = copy.Fill(in.get(), *sourceInfo, request.flush, &cloneRefused);
+    if (error != 0) *failed = HresultFromErrno(error, context);
+    return error;
+  };
+
+  HRESULT failed = S_OK;
+  std::optional<TemporaryCopy> copy(std::in_place);
+  const bool unnamed = !request.replace && !g_unnamedRefused.load(std::memory_order_relaxed);
+  if (write(*copy, unnamed, &failed) != 0) return failed;
   if (cloneRefused && !facts.cloneRefused) {
     ChangeCopyFacts(parts.folder, [](CopyFolderFacts& known) { known.cloneRefused = true; });
   }
-  if (written != 0) return HresultFromErrno(written, context);
-  // Naming the copy moves no data: the next writer need not wait for it.
-  lock.Release();
   if (const DWORD fault = InjectedFault(FileStep::kPublish, request.target); fault != 0) {
     return InjectedFailure(fault, request.verb, request.target);
   }
-  if (const int error = copy.Publish(parts.name, request.replace); error != 0) {
+  int error = 0;
+  if (copy->unnamed()) {
+    const DWORD fault = InjectedFault(FileStep::kNameUnnamed, request.target);
+    error = fault != 0 ? EPERM : copy->Publish(parts.name, false);
+    if (error != 0 && error != EEXIST) {
+      // The system made a file without a name but cannot give it one (no usable /proc in a
+      // sandbox, say): the copy is made again under a temporary name, from the start.
+      if (fault == 0) g_unnamedRefused.store(true, std::memory_order_relaxed);
+      copy.emplace();
+      if (::lseek(in.get(), 0, SEEK_SET) != 0) return HresultFromErrno(errno, context);
+      if (write(*copy, false, &failed) != 0) return failed;
+      error = copy->Publish(parts.name, request.replace);
+    }
+  } else {
+    error = copy->Publish(parts.name, request.replace);
+  }
+  if (error != 0) {
     if (error == EEXIST) {
       return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
     }
