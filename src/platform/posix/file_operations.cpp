@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -205,28 +204,21 @@ bool WriteAll(int fd, const char* data, std::size_t size, int* error) {
   return true;
 }
 
-// What copies learned about a target folder while the run memory is on: whether its file
-// system is already noted for FlushDeferredCopies, and whether it refuses shared-extent clones
-// (most do), which are then not asked for again.
-struct CopyFolderFacts {
-  bool noted = false;
-  bool cloneRefused = false;
-};
-std::mutex g_copyFoldersLock;
-std::map<std::string, CopyFolderFacts, std::less<>> g_copyFolders;
+// Target folders whose file system refused a shared-extent clone (most do) while the run
+// memory is on: copies there do not ask again.
+std::mutex g_cloneRefusedLock;
+std::set<std::string, std::less<>> g_cloneRefusedFolders;
 
-CopyFolderFacts CopyFactsOf(const std::string& folder) {
-  if (!RunMemoryOn()) return {};
-  std::lock_guard guard(g_copyFoldersLock);
-  const auto found = g_copyFolders.find(folder);
-  return found == g_copyFolders.end() ? CopyFolderFacts{} : found->second;
+bool CloneRefusedIn(const std::string& folder) {
+  if (!RunMemoryOn()) return false;
+  std::lock_guard guard(g_cloneRefusedLock);
+  return g_cloneRefusedFolders.contains(folder);
 }
 
-template <typename Change>
-void ChangeCopyFacts(const std::string& folder, Change change) {
+void RememberCloneRefused(const std::string& folder) {
   if (!RunMemoryOn()) return;
-  std::lock_guard guard(g_copyFoldersLock);
-  change(g_copyFolders[folder]);
+  std::lock_guard guard(g_cloneRefusedLock);
+  g_cloneRefusedFolders.insert(folder);
 }
 
 // Below this size a read-ahead hint costs more than it saves: the file is one chunk.
@@ -391,20 +383,24 @@ class TemporaryCopy {
   std::string name_;
 };
 
-// Folders (one per file system) that hold copies not yet flushed to their device.
+// Folders (one per file system) that hold copies not yet flushed to their device, and every
+// folder already noted since the last flush, so that its device is not asked for again.
 std::mutex g_unflushedLock;
 std::map<dev_t, std::string> g_unflushedFolders;
+std::set<std::string, std::less<>> g_notedFolders;
 
 // Notes the file system of the folder `path` for FlushDeferredCopies.
 void RememberUnflushedCopy(const std::string& path) {
+  {
+    std::lock_guard guard(g_unflushedLock);
+    if (g_notedFolders.contains(path)) return;
+  }
   struct stat info {};
   // The copy was just made there; a folder that cannot be asked has nothing left to flush.
   if (::stat(path.c_str(), &info) != 0) return;
-  {
-    std::lock_guard guard(g_unflushedLock);
-    g_unflushedFolders.try_emplace(info.st_dev, path);
-  }
-  ChangeCopyFacts(path, [](CopyFolderFacts& facts) { facts.noted = true; });
+  std::lock_guard guard(g_unflushedLock);
+  g_unflushedFolders.try_emplace(info.st_dev, path);
+  g_notedFolders.insert(path);
 }
 
 struct CopyRequest {
@@ -450,8 +446,8 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   }
 
   const SplitPath parts = Split(target);
-  const CopyFolderFacts facts = CopyFactsOf(parts.folder);
-  bool cloneRefused = facts.cloneRefused;
+  const bool cloneKnownRefused = CloneRefusedIn(parts.folder);
+  bool cloneRefused = cloneKnownRefused;
   // Makes and fills the copy: 0, or an errno with the HRESULT to return in *failed.
   const auto write = [&](TemporaryCopy& copy, bool unnamed, HRESULT* failed) {
     // Making the file is under the lock too: on ext4, unnamed files made by two threads at
@@ -474,30 +470,28 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   };
 
   HRESULT failed = S_OK;
-  std::optional<TemporaryCopy> copy(std::in_place);
+  TemporaryCopy copy;
   const bool unnamed = !request.replace && !g_unnamedRefused.load(std::memory_order_relaxed);
-  if (write(*copy, unnamed, &failed) != 0) return failed;
-  if (cloneRefused && !facts.cloneRefused) {
-    ChangeCopyFacts(parts.folder, [](CopyFolderFacts& known) { known.cloneRefused = true; });
-  }
+  if (write(copy, unnamed, &failed) != 0) return failed;
+  if (cloneRefused && !cloneKnownRefused) RememberCloneRefused(parts.folder);
   if (const DWORD fault = InjectedFault(FileStep::kPublish, request.target); fault != 0) {
     return InjectedFailure(fault, request.verb, request.target);
   }
   int error = 0;
-  if (copy->unnamed()) {
+  if (copy.unnamed()) {
     const DWORD fault = InjectedFault(FileStep::kNameUnnamed, request.target);
-    error = fault != 0 ? EPERM : copy->Publish(parts.name, false);
+    error = fault != 0 ? EPERM : copy.Publish(parts.name, false);
     if (error != 0 && error != EEXIST) {
       // The system made a file without a name but cannot give it one (no usable /proc in a
       // sandbox, say): the copy is made again under a temporary name, from the start.
       if (fault == 0) g_unnamedRefused.store(true, std::memory_order_relaxed);
-      copy.emplace();
+      TemporaryCopy named;
       if (::lseek(in.get(), 0, SEEK_SET) != 0) return HresultFromErrno(errno, context);
-      if (write(*copy, false, &failed) != 0) return failed;
-      error = copy->Publish(parts.name, request.replace);
+      if (write(named, false, &failed) != 0) return failed;
+      error = named.Publish(parts.name, request.replace);
     }
   } else {
-    error = copy->Publish(parts.name, request.replace);
+    error = copy.Publish(parts.name, request.replace);
   }
   if (error != 0) {
     if (error == EEXIST) {
@@ -506,7 +500,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     return HresultFromErrno(error, context);
   }
   NoteFileAdded(request.target);
-  if (request.flushLater && !facts.noted) RememberUnflushedCopy(parts.folder);
+  if (request.flushLater) RememberUnflushedCopy(parts.folder);
   return S_OK;
 }
 
@@ -574,11 +568,8 @@ HRESULT FlushDeferredCopies() {
   {
     std::lock_guard guard(g_unflushedLock);
     folders.swap(g_unflushedFolders);
-  }
-  {
     // Copies after this point are noted afresh.
-    std::lock_guard guard(g_copyFoldersLock);
-    for (auto& [folder, facts] : g_copyFolders) facts.noted = false;
+    g_notedFolders.clear();
   }
   HRESULT result = S_OK;
   for (const auto& [device, folder] : folders) {
@@ -819,8 +810,8 @@ void ForgetMadeFolders() {
     std::lock_guard guard(g_madeLock);
     g_madeFolders.clear();
   }
-  std::lock_guard guard(g_copyFoldersLock);
-  g_copyFolders.clear();
+  std::lock_guard guard(g_cloneRefusedLock);
+  g_cloneRefusedFolders.clear();
 }
 
 }  // namespace lmk

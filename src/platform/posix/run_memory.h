@@ -11,7 +11,8 @@ namespace lmk {
 /// are; ".." is kept, since a link may stand before it.
 std::string NormalFolderPath(std::string_view path);
 
-/// Forgets the folders that CreateDirectories made or found (platform/posix/file_operations.cpp).
+/// Forgets the folders that CreateDirectories made or found, and the folders where copies found
+/// clones refused (platform/posix/file_operations.cpp).
 void ForgetMadeFolders();
 
 /// Forgets the remembered devices of folders (platform/posix/volume.cpp).
