@@ -4,19 +4,23 @@
 PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-dev libexpat1-dev \
             libyaml-cpp-dev libcli11-dev libglib2.0-dev libgtest-dev libgmock-dev \
             libbenchmark-dev libgeographiclib-dev libimage-exiftool-perl \
-            g++-mingw-w64-x86-64-posix mingw-w64-tools
+            g++-mingw-w64-x86-64-posix mingw-w64-tools libboost-regex-dev
+COVERAGE_PACKAGES := gcovr
 JOBS ?= $(shell nproc)
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 BUILD_TEST := build/test
 BUILD_RELEASE := build/release
 BUILD_MINGW := build/mingw
+BUILD_COVERAGE := build/coverage
+# Rebuilds in several work trees share compiled objects when ccache is there; CI does without.
+LAUNCHER := $(shell command -v ccache >/dev/null 2>&1 && echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all deps build demo test unit-test cross-check bench format clean
+.PHONY: all deps build demo test unit-test cross-check coverage bench format clean
 
 all: build
 
 deps:
-	@missing=$$(for p in $(PACKAGES); do \
+	@missing=$$(for p in $(PACKAGES) $(EXTRA_PACKAGES); do \
 	    dpkg-query -W -f='$${Status}\n' $$p 2>/dev/null | grep -q 'install ok installed' || echo $$p; \
 	  done); \
 	if [ -n "$$missing" ]; then \
@@ -26,7 +30,7 @@ deps:
 	fi
 
 $(BUILD_RELEASE)/build.ninja: | deps
-	cmake -S . -B $(BUILD_RELEASE) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLMK_BUILD_TESTS=OFF
+	cmake -S . -B $(BUILD_RELEASE) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLMK_BUILD_TESTS=OFF $(LAUNCHER)
 
 build: deps $(BUILD_RELEASE)/build.ninja
 	cmake --build $(BUILD_RELEASE) -j $(JOBS)
@@ -35,7 +39,7 @@ demo: build
 	@sh demo/run.sh $(BUILD_RELEASE)
 
 $(BUILD_TEST)/build.ninja: | deps
-	cmake -S . -B $(BUILD_TEST) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DLMK_SANITIZE=ON
+	cmake -S . -B $(BUILD_TEST) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DLMK_SANITIZE=ON $(LAUNCHER)
 
 unit-test: deps $(BUILD_TEST)/build.ninja
 	cmake --build $(BUILD_TEST) -j $(JOBS)
@@ -49,6 +53,19 @@ cross-check: deps
 	cmake --build $(BUILD_MINGW) -j $(JOBS)
 
 test: unit-test cross-check
+
+# Line and branch coverage of src/ by every test, from a GCC --coverage build without sanitizers.
+coverage:
+	@$(MAKE) --no-print-directory deps EXTRA_PACKAGES="$(COVERAGE_PACKAGES)"
+	cmake -S . -B $(BUILD_COVERAGE) -G Ninja -DCMAKE_BUILD_TYPE=Debug $(LAUNCHER) \
+	  -DCMAKE_CXX_FLAGS=--coverage -DCMAKE_C_FLAGS=--coverage -DCMAKE_EXE_LINKER_FLAGS=--coverage \
+	  -DCMAKE_SHARED_LINKER_FLAGS=--coverage
+	cmake --build $(BUILD_COVERAGE) -j $(JOBS)
+	find $(BUILD_COVERAGE) -name '*.gcda' -delete
+	cd $(BUILD_COVERAGE) && ctest -j $(JOBS) --timeout 300 >ctest.log || (tail -30 ctest.log; true)
+	gcovr --root . --filter 'src/' --exclude-unreachable-branches --exclude-throw-branches \
+	  --print-summary \
+	  --txt $(BUILD_COVERAGE)/coverage.txt $(BUILD_COVERAGE)
 
 bench: deps
 	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DLMK_BUILD_TESTS=OFF -DLMK_BUILD_BENCH=ON
