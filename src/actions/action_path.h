@@ -76,7 +76,7 @@ std::wstring ResolveDestinationFolder(std::wstring_view destination, std::wstrin
 /// The part of imageFolder below the longest folder prefix it shares with imagesFolder (whole
 /// names compared, without regard to case on Windows), without leading separator; empty when
 /// the image lies in imagesFolder itself. Each name goes through SafeComponent: a POSIX folder
-/// named "..\\x" is re-created as one folder, never as a way up.
+/// named "..\x" is re-created as one folder, never as a way up.
 std::wstring HierarchyBelow(std::wstring_view imageFolder, std::wstring_view imagesFolder,
                             PathStyle style);
 

@@ -41,7 +41,7 @@ class TemplateContext {
   void set_transaction(SettingsStore* store) { transaction_ = store; }
 
   /// When set, the value of every outermost token is kept inside one path component: '/',
-  /// '\\' and ':' become '~' and a value made only of dots becomes "~". Set by the actions that
+  /// '\' and ':' become '~' and a value made only of dots becomes "~". Set by the actions that
   /// make names and folders, so that a picture's values never add, remove or climb a folder.
   /// Text functions still see the raw values of their inner templates.
   bool confine_values() const { return confine_values_; }
