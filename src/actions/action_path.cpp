@@ -66,24 +66,52 @@ std::wstring_view WithoutTrailingSeparators(std::wstring_view path, PathStyle st
 
 }  // namespace
 
-std::wstring ReplaceInvalidPathCharacters(std::wstring_view path, PathStyle style) {
-  std::wstring out(path);
-  for (std::size_t i = 0; i < out.size(); ++i) {
-    const wchar_t c = out[i];
-    bool bad = IsControl(c);
-    if (style == PathStyle::Windows && IsWindowsReserved(c)) bad = !(i == 1 && HasDrive(path));
-    if (bad) out[i] = L'~';
+std::wstring ReplaceInvalidNameCharacters(std::wstring_view name) {
+  std::wstring out(name);
+  for (wchar_t& c : out) {
+    if (IsControl(c) || IsWindowsReserved(c) || c == L'/' || c == L'\\') c = L'~';
   }
   return out;
 }
 
-std::wstring ReplaceInvalidNameCharacters(std::wstring_view name, PathStyle style) {
-  std::wstring out(name);
-  for (wchar_t& c : out) {
-    if (IsControl(c) || c == L'/' || c == L'\\' ||
-        (style == PathStyle::Windows && IsWindowsReserved(c))) {
-      c = L'~';
+std::wstring SafeComponent(std::wstring_view name, bool keepDots) {
+  if (!name.empty() && name.find_first_not_of(L'.') == std::wstring_view::npos) {
+    return keepDots ? std::wstring(name) : std::wstring(L"~");
+  }
+  std::wstring out = ReplaceInvalidNameCharacters(name);
+  if (!out.empty() && out.front() == L'.') out.front() = L'~';
+  return out;
+}
+
+std::wstring SafeFileName(std::wstring_view name) {
+  const std::wstring_view trimmed = TrimWhiteSpace(name);
+  return trimmed.empty() ? std::wstring() : SafeComponent(trimmed, false);
+}
+
+std::wstring SafeFolderPath(std::wstring_view path, PathStyle style) {
+  const auto separates = [](wchar_t c) { return c == L'/' || c == L'\\'; };
+  const wchar_t separator = PreferredSeparator(style);
+  std::size_t at = 0;
+  std::wstring out;
+  if (style == PathStyle::Windows) {
+    // The root is the template's own text: a value's ':' and separators were made '~' when
+    // it was expanded.
+    at = HasDrive(path) ? 2 : RootLength(path, style);
+    out.assign(path.substr(0, at));
+    for (wchar_t& c : out) {
+      if (separates(c)) c = separator;
     }
+  }
+  while (at < path.size()) {
+    if (separates(path[at])) {
+      out += separator;
+      ++at;
+      continue;
+    }
+    std::size_t end = at;
+    while (end < path.size() && !separates(path[end])) ++end;
+    out += SafeComponent(path.substr(at, end - at), true);
+    at = end;
   }
   return out;
 }
@@ -174,7 +202,7 @@ std::wstring HierarchyBelow(std::wstring_view imageFolder, std::wstring_view ima
   std::wstring below;
   for (std::size_t i = shared; i < image.size(); ++i) {
     if (!below.empty()) below += PreferredSeparator(style);
-    below.append(image[i]);
+    below += SafeComponent(image[i], false);
   }
   return below;
 }

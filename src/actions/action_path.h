@@ -26,14 +26,25 @@ constexpr bool IsSeparator(wchar_t c, PathStyle style) {
   return c == L'/' || (style == PathStyle::Windows && c == L'\\');
 }
 
-/// Replaces with '~' every character that may not stand in a path: control characters, and on
-/// Windows < > : " | ? * (the colon of a leading drive "C:" excepted). Separators stay.
-std::wstring ReplaceInvalidPathCharacters(std::wstring_view path, PathStyle style);
+/// Replaces with '~' every character that may not stand in one file name on some system that
+/// the made names may reach (memory cards, network shares, Windows), whatever the system this
+/// runs on: control characters, < > : " | ? * and both separators.
+std::wstring ReplaceInvalidNameCharacters(std::wstring_view name);
 
-/// Replaces with '~' every character that may not stand in one file name: those of
-/// ReplaceInvalidPathCharacters and both separators ('\' as well on POSIX, where a name with a
-/// backslash breaks every copy to a Windows volume).
-std::wstring ReplaceInvalidNameCharacters(std::wstring_view name, PathStyle style);
+/// One folder or file name made safe: invalid characters become '~' and so does a leading '.',
+/// so that no made name is hidden from later runs. A name made only of dots becomes "~" unless
+/// keepDots, where it is the template's own ".." or "..." and means a folder, not a name.
+std::wstring SafeComponent(std::wstring_view name, bool keepDots);
+
+/// A file name made by a template: white space trimmed from both ends, then SafeComponent
+/// (without keeping dots). Empty when nothing but white space was made.
+std::wstring SafeFileName(std::wstring_view name);
+
+/// An expanded destination folder template made safe name by name. Both '/' and '\' separate
+/// folders (rule sets are written on every system) and become the preferred separator; each
+/// name goes through SafeComponent keeping the template's own dot names ("...", ".."); on
+/// Windows a leading drive ("C:") or network root stays.
+std::wstring SafeFolderPath(std::wstring_view path, PathStyle style);
 
 /// text without leading and trailing white space.
 std::wstring_view TrimWhiteSpace(std::wstring_view text);
@@ -64,7 +75,8 @@ std::wstring ResolveDestinationFolder(std::wstring_view destination, std::wstrin
 
 /// The part of imageFolder below the longest folder prefix it shares with imagesFolder (whole
 /// names compared, without regard to case on Windows), without leading separator; empty when
-/// the image lies in imagesFolder itself.
+/// the image lies in imagesFolder itself. Each name goes through SafeComponent: a POSIX folder
+/// named "..\x" is re-created as one folder, never as a way up.
 std::wstring HierarchyBelow(std::wstring_view imageFolder, std::wstring_view imagesFolder,
                             PathStyle style);
 

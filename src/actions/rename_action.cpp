@@ -6,9 +6,9 @@
 #include "actions/action_record.h"
 #include "actions/companion_words.h"
 #include "actions/template_syntax.h"
+#include "actions/transfer_destination.h"
 #include "com/com_error.h"
 #include "platform/usage_counter.h"
-#include "templates/template_expander.h"
 
 namespace lmk {
 
@@ -76,10 +76,8 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
   const std::vector<CompanionFile> companions = FindCompanions(oldPath, pathNoExt, Flags());
 
   TemplateContext context;
-  std::wstring expanded;
-  LMK_RETURN_IF_FAILED(ExpandTemplate(&record, template_, &expanded, &context));
-  const std::wstring valid = ReplaceInvalidNameCharacters(expanded, kStyle);
-  const std::wstring_view newName = TrimWhiteSpace(valid);
+  std::wstring newName;
+  LMK_RETURN_IF_FAILED(ExpandNameTemplate(&record, template_, context, &newName));
   // A template that yields nothing leaves the file alone rather than naming it ".jpg".
   if (newName.empty()) return S_FALSE;
 

@@ -18,6 +18,34 @@ HRESULT ResolveRenamingTemplate(CRenamingTemplateStore& store, std::wstring_view
   return S_OK;
 }
 
+HRESULT ExpandFolderTemplate(IDictionary* record, std::wstring_view templ, TemplateContext& context,
+                             std::wstring* folder) {
+  context.set_confine_values(true);
+  // "..." is a form of the template's own text ("beside the image"), never a value's: it is
+  // taken off before expansion, so that a camera model "...x" cannot pose as it.
+  const bool besideImage = templ.starts_with(L"...");
+  std::wstring expanded;
+  LMK_RETURN_IF_FAILED(
+      ExpandTemplate(record, besideImage ? templ.substr(3) : templ, &expanded, &context));
+  *folder = SafeFolderPath(expanded, kNativePathStyle);
+  if (besideImage) {
+    if (!folder->empty() && !IsSeparator(folder->front(), kNativePathStyle)) {
+      folder->insert(folder->begin(), PreferredSeparator(kNativePathStyle));
+    }
+    folder->insert(0, L"...");
+  }
+  return S_OK;
+}
+
+HRESULT ExpandNameTemplate(IDictionary* record, std::wstring_view templ, TemplateContext& context,
+                           std::wstring* name) {
+  context.set_confine_values(true);
+  std::wstring expanded;
+  LMK_RETURN_IF_FAILED(ExpandTemplate(record, templ, &expanded, &context));
+  *name = SafeFileName(expanded);
+  return S_OK;
+}
+
 HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
                      const DestinationSettings& settings, CRenamingTemplateStore& store,
                      TemplateContext& context, TransferTarget* target, std::wstring* failure) {
@@ -25,11 +53,11 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   std::wstring imagesFolder;
   LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.ImagesFolder", &imagesFolder));
 
-  std::wstring expanded;
-  LMK_RETURN_IF_FAILED(ExpandTemplate(&record, settings.folderTemplate, &expanded, &context));
+  std::wstring destination;
+  LMK_RETURN_IF_FAILED(
+      ExpandFolderTemplate(&record, settings.folderTemplate, context, &destination));
   const std::wstring_view imageFolder = FolderOf(source, kStyle);
-  target->folder = ResolveDestinationFolder(ReplaceInvalidPathCharacters(expanded, kStyle),
-                                            imageFolder, imagesFolder, kStyle);
+  target->folder = ResolveDestinationFolder(destination, imageFolder, imagesFolder, kStyle);
   if (settings.preserveHierarchy && !imagesFolder.empty()) {
     target->folder =
         JoinPaths(target->folder, HierarchyBelow(imageFolder, imagesFolder, kStyle), kStyle);
@@ -47,12 +75,9 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
       return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     }
     std::wstring newName;
-    LMK_RETURN_IF_FAILED(ExpandTemplate(&record, templ, &newName, &context));
-    const std::wstring valid = ReplaceInvalidNameCharacters(newName, kStyle);
+    LMK_RETURN_IF_FAILED(ExpandNameTemplate(&record, templ, context, &newName));
     // A template that yields nothing keeps the image's own name rather than making ".jpg".
-    if (const std::wstring_view trimmed = TrimWhiteSpace(valid); !trimmed.empty()) {
-      target->baseName = trimmed;
-    }
+    if (!newName.empty()) target->baseName = std::move(newName);
   }
   // The name is appended as it is: on POSIX the image's own name may hold a backslash.
   target->path = target->folder;

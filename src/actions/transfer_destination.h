@@ -28,6 +28,19 @@ struct TransferTarget {
   std::wstring path;       ///< folder, baseName and extension joined
 };
 
+/// Expands a destination folder template as copy, move and link do, before it is resolved:
+/// values taken from the picture stay inside one folder name, invalid characters and leading
+/// dots become '~', separators become the system's (see SafeFolderPath). Sets the context to
+/// confine values. S_OK; the expander's failure.
+[[nodiscard]] HRESULT ExpandFolderTemplate(IDictionary* record, std::wstring_view templ,
+                                           TemplateContext& context, std::wstring* folder);
+
+/// Expands a template that names a file (rename, renaming templates) to the base name that
+/// the action gives it (see SafeFileName); empty when the template yields only white space.
+/// Sets the context to confine values. S_OK; the expander's failure.
+[[nodiscard]] HRESULT ExpandNameTemplate(IDictionary* record, std::wstring_view templ,
+                                         TemplateContext& context, std::wstring* name);
+
 /// Plans the transfer of the image at source (`File.Name` of record). All templates are
 /// expanded with context, so that one template's `{RegEx:...}` feeds the next one's `{1}`.
 /// S_OK; a failure of the record, the expander or the template store, or

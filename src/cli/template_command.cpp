@@ -1,5 +1,5 @@
-// lumarko template: shows what a template gives for each named picture, as an action would
-// name the file, without touching the file.
+// lumarko template: shows what a template gives for each named picture, exactly as an action
+// would make the folder or the name, without touching the file.
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -7,12 +7,12 @@
 #include <system_error>
 #include <vector>
 
+#include "actions/transfer_destination.h"
 #include "cli/subcommands.h"
 #include "host/file_record_source.h"
 #include "host/picture_file_scanner.h"
 #include "platform/text_encoding.h"
 #include "templates/template_context.h"
-#include "templates/template_expander.h"
 
 namespace lmk::cli {
 namespace {
@@ -23,6 +23,7 @@ struct TemplateOptions {
   std::string templ;
   std::vector<std::string> inputs;
   bool live = false;
+  bool name = false;
   bool recursive = false;
   bool withFilename = false;
   bool noFilename = false;
@@ -123,7 +124,9 @@ int RunTemplate(const TemplateOptions& options) {
       TemplateContext context;
       context.set_preview(!options.live);
       std::wstring result;
-      hr = ExpandTemplate(record.Get(), templ, &result, &context);
+      // The actions' own expansion, so the preview shows what a run makes.
+      hr = options.name ? ExpandNameTemplate(record.Get(), templ, context, &result)
+                        : ExpandFolderTemplate(record.Get(), templ, context, &result);
       if (FAILED(hr)) {
         PrintError(targets[i].shown, "the template cannot be expanded: " + DescribeFailure(hr));
         ++failures;
@@ -152,6 +155,12 @@ constexpr const char* kTemplateHelp =
     "  lumarko template -r '{TitleCase{Replace{FileName},\"_\",\" \"}}' holidays/\n"
     "      every picture of a folder and its sub-folders\n"
     "\n"
+    "The result is shown as copy, move and link make a destination folder (with --name: as\n"
+    "rename makes a file name). Text taken from a picture never adds or climbs a folder:\n"
+    "'/', '\\' and ':' in a value become '~', as does a value of only dots; characters that\n"
+    "some systems refuse in names (< > : \" | ? * and control characters) and a leading '.'\n"
+    "become '~' too.\n"
+    "\n"
     "The counters {AutoIncrement} and {AutoCycle:n} show the value the next run would give\n"
     "but are not advanced, so a preview never changes what a run will name; with --live they\n"
     "advance one step per file, exactly as in a run.\n"
@@ -173,6 +182,8 @@ Runner SetupTemplate(CLI::App& app) {
   command->add_option("FILE", options->inputs, "pictures, or folders of pictures")->required();
   command->add_flag("--live", options->live,
                     "advance {AutoIncrement} and {AutoCycle} as a run does (default: preview)");
+  command->add_flag("--name", options->name,
+                    "show the result as a file name (rename), not as a destination folder");
   command->add_flag("-r,--recursive", options->recursive,
                     "also the pictures of the sub-folders of a named folder");
   auto* with = command->add_flag("-H,--with-filename", options->withFilename,

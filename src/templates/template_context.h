@@ -40,6 +40,13 @@ class TemplateContext {
   SettingsStore* transaction() const { return transaction_; }
   void set_transaction(SettingsStore* store) { transaction_ = store; }
 
+  /// When set, the value of every outermost token is kept inside one path component: '/',
+  /// '\' and ':' become '~' and a value made only of dots becomes "~". Set by the actions that
+  /// make names and folders, so that a picture's values never add, remove or climb a folder.
+  /// Text functions still see the raw values of their inner templates.
+  bool confine_values() const { return confine_values_; }
+  void set_confine_values(bool confine) { confine_values_ = confine; }
+
   /// The sub-matches of every `{RegEx...}` token met so far, in order; read by `{0}`..`{9}`.
   const std::vector<std::wstring>& back_references() const { return back_references_; }
   std::vector<std::wstring>& back_references() { return back_references_; }
@@ -48,6 +55,7 @@ class TemplateContext {
   int64_t now_ = 0;
   std::optional<std::wstring> name_override_;
   bool preview_ = false;
+  bool confine_values_ = false;
   SettingsStore* transaction_ = nullptr;
   std::vector<std::wstring> back_references_;
 };

@@ -30,6 +30,16 @@ void TemplateScanner::Append(std::wstring* out, std::wstring_view piece) {
   out->append(piece);
 }
 
+void TemplateScanner::ConfineValue(std::wstring* text, size_t from) {
+  bool onlyDots = from < text->size();
+  for (size_t i = from; i < text->size(); ++i) {
+    wchar_t& c = (*text)[i];
+    if (c == L'/' || c == L'\\' || c == L':') c = L'~';
+    onlyDots = onlyDots && c == L'.';
+  }
+  if (onlyDots) text->replace(from, std::wstring::npos, L"~");
+}
+
 void TemplateScanner::Expand(std::wstring_view text, ExpansionCall& call, std::wstring* out) {
   size_t i = 0;
   while (i < text.size()) {
@@ -53,7 +63,13 @@ void TemplateScanner::Expand(std::wstring_view text, ExpansionCall& call, std::w
     if (length == std::wstring_view::npos) return;
     std::wstring_view token = text.substr(i, length);
     // Values are written straight into the result (no buffer per token).
-    if (!VariableDispatcher::Expand(token, call, out)) Append(out, token);
+    const size_t start = out->size();
+    if (!VariableDispatcher::Expand(token, call, out)) {
+      Append(out, token);
+    } else if (call.depth() == 0 && call.context().confine_values()) {
+      // Only the outermost value: text functions work on what the picture holds.
+      ConfineValue(out, start);
+    }
     i += length;
   }
 }

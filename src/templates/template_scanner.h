@@ -22,6 +22,10 @@ class TemplateScanner {
   /// it (nested braces counted); npos when the text ends first.
   static size_t TokenLength(std::wstring_view text);
 
+  /// Keeps (*text)[from..] inside one path component: '/', '\' and ':' (a drive's) become
+  /// '~'; a value made only of dots becomes "~".
+  static void ConfineValue(std::wstring* text, size_t from);
+
   /// Appends, growing the buffer by kGrowth characters at a time.
   static void Append(std::wstring* out, std::wstring_view piece);
 };

@@ -81,40 +81,6 @@ TEST_P(HierarchyBelowTest, KeepsThePartBelowTheSharedPrefix) {
 INSTANTIATE_TEST_SUITE_P(Folders, HierarchyBelowTest, ::testing::ValuesIn(HierarchyCases()),
                          [](const auto& i) { return i.param.name; });
 
-struct CharacterCase {
-  std::string name;
-  PathStyle style;
-  bool isName;
-  std::wstring input;
-  std::wstring expected;
-};
-
-std::vector<CharacterCase> CharacterCases() {
-  using enum PathStyle;
-  return {
-      {"ColonInNameOnWindows", Windows, true, L"a:b", L"a~b"},
-      {"ColonStaysInPosixName", Posix, true, L"a:b", L"a:b"},
-      {"SeparatorsInNameBoth", Posix, true, L"a/b\\c", L"a~b~c"},
-      {"WildcardsOnWindows", Windows, true, L"x?*<>|\"", L"x~~~~~~"},
-      {"ControlCharacters", Posix, true, L"a\tb\x7f", L"a~b~"},
-      {"DriveColonKeptInPath", Windows, false, L"C:\\12:30\\x", L"C:\\12~30\\x"},
-      {"PathSeparatorsKept", Posix, false, L"/a/b:c", L"/a/b:c"},
-      {"NonAsciiKept", Posix, true, L"\u00e9t\u00e9 \u65e5\u672c", L"\u00e9t\u00e9 \u65e5\u672c"},
-  };
-}
-
-class InvalidCharacterTest : public ::testing::TestWithParam<CharacterCase> {};
-
-TEST_P(InvalidCharacterTest, ReplacesWithTilde) {
-  const CharacterCase& c = GetParam();
-  EXPECT_EQ(c.isName ? ReplaceInvalidNameCharacters(c.input, c.style)
-                     : ReplaceInvalidPathCharacters(c.input, c.style),
-            c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Characters, InvalidCharacterTest, ::testing::ValuesIn(CharacterCases()),
-                         [](const auto& i) { return i.param.name; });
-
 TEST(ActionPathTest, PartsOfAPath) {
   EXPECT_EQ(FolderOf(L"/a/b.jpg", PathStyle::Posix), L"/a");
   EXPECT_EQ(FolderOf(L"/b.jpg", PathStyle::Posix), L"/");

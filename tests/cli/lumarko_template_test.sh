@@ -104,7 +104,9 @@ check get-expand-kept  0 '%HOME_FOR_TEST%/Archive' '' -- vars get ARCHIVE
 check get-qword        0 '18446744073709551615' '' -- vars get big
 check list 0 'NAME +TYPE +VALUE#archive +expand +%HOME_FOR_TEST%/Archive#big +qword +18446744073709551615#folder +string +\{UserDefined:project\}/\{DateTaken:Year\}#project +string +Alps#roll +dword +12' \
   '' -- vars list
-check template-vars    0 "Alps/$year/harbour_2023 12 $WORK/home/Archive" '' -- \
+# A user value stays inside one folder name: its own separators become '~'.
+archive=$(printf '%s' "$WORK/home/Archive" | tr / '~')
+check template-vars    0 "Alps~$year/harbour_2023 12 $archive" '' -- \
   template '{UserDefined:folder}/{FileName} {UserDefined:roll} {UserDefined:archive}' \
   harbour_2023.jpg
 check replace-value    0 '' '' -- vars set project Dolomites
@@ -119,7 +121,7 @@ check bad-name         1 '' "lumarko: error: cannot set a\{b: .*'\{'.*" -- vars 
 check unset            0 '' '' -- vars unset project
 check unset-again      1 '' "lumarko: error: project: no such variable .*" -- vars unset project
 check get-gone         1 '' "lumarko: error: project: no such variable .*" -- vars get project
-check gone-in-template 0 '\{UserDefined:project\}' '' -- template '{UserDefined:project}' harbour_2023.jpg
+check gone-in-template 0 '\{UserDefined~project\}' '' -- template '{UserDefined:project}' harbour_2023.jpg
 check vars-no-action   2 '' 'lumarko: error: invalid command line: .*' -- vars
 
 if [ $failures -ne 0 ]; then
