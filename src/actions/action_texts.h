@@ -27,6 +27,12 @@ inline constexpr std::wstring_view kIntegrityFailed =
     L"not be performed.";
 inline constexpr std::wstring_view kVerified =
     L"File '%ls' has been verified to be identical to '%ls'.";
+inline constexpr std::wstring_view kMoveFinished =
+    L"File '%ls' already stood at '%ls' with the same content (left by a move that was "
+    L"interrupted); the move was finished by removing '%ls'.";
+inline constexpr std::wstring_view kMoveTakenBack =
+    L"Cannot move '%ls' to '%ls': '%ls' could not be removed, so the copy was taken back and the "
+    L"file stays only where it was. Make its folder writable and run the rules again.";
 inline constexpr std::wstring_view kUnknownTemplate =
     L"There is no renaming template named '%ls'. Define it with 'lumarko templates set' or in "
     L"the rule set's templates.";

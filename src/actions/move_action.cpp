@@ -8,9 +8,30 @@
 #include "actions/copy_verification.h"
 #include "actions/volume_lock_use.h"
 #include "com/com_error.h"
+#include "platform/event_log_writer.h"
+#include "platform/file_compare.h"
 #include "platform/file_operations.h"
+#include "platform/file_system.h"
 
 namespace lmk {
+namespace {
+
+// Removes a source whose copy stands; the read-only bit only guards against edits, not moves.
+HRESULT RemoveSource(std::wstring_view source) {
+  DWORD attributes = 0;
+  if (SUCCEEDED(GetFileAttributesOf(source, &attributes)) &&
+      (attributes & kFileAttributeReadOnly) != 0) {
+    (void)SetFileAttributesOf(source, attributes & ~kFileAttributeReadOnly);
+  }
+  return DeleteFileAt(source);
+}
+
+std::wstring TakenBackMessage(std::wstring_view source, std::wstring_view target, HRESULT hr) {
+  return FormatActionText(action_text::kMoveTakenBack, source, target, source) + L" " +
+         FailureReason(hr);
+}
+
+}  // namespace
 
 CMoveAction::CMoveAction() : CTransferAction(ProductKind(ElementFamily::Action, L"Move")) {}
 
@@ -33,13 +54,36 @@ HRESULT CMoveAction::CopyVerifyDelete(std::wstring_view source, std::wstring_vie
   LMK_RETURN_IF_FAILED(CopyFileTo(source, target, !replace));
   // Files that differ stay both: the copy for inspection, the source untouched.
   LMK_RETURN_IF_FAILED(VerifyCopy(source, target, failure));
-  DWORD attributes = 0;
-  if (SUCCEEDED(GetFileAttributesOf(source, &attributes)) &&
-      (attributes & kFileAttributeReadOnly) != 0) {
-    // A read-only file moves like any other; only the removal of its source needs the bit off.
-    (void)SetFileAttributesOf(source, attributes & ~kFileAttributeReadOnly);
+  const HRESULT hr = RemoveSource(source);
+  if (FAILED(hr)) {
+    // The copy this move made goes again, so that the file stands in one place.
+    // A source that vanished meanwhile leaves the copy as the only file, which stays.
+    TakeErrorDescription();
+    if (FileExists(source) && SUCCEEDED(RemoveSource(target))) {
+      *failure = TakenBackMessage(source, target, hr);
+    }
   }
-  return DeleteFileAt(source);
+  return hr;
+}
+
+HRESULT CMoveAction::FinishExisting(std::wstring_view source, std::wstring_view target,
+                                    std::wstring* failure) const {
+  // One file under two names (a link, a second mount) is no pair: removing one could lose it.
+  if (IsSameFile(source, target)) return S_FALSE;
+  FileComparison comparison = FileComparison::kDifferent;
+  if (FAILED(CompareFiles(source, target, &comparison))) {
+    TakeErrorDescription();
+    return S_FALSE;
+  }
+  if (comparison != FileComparison::kIdentical) return S_FALSE;
+  const HRESULT hr = RemoveSource(source);
+  if (FAILED(hr)) {
+    TakeErrorDescription();
+    *failure = FailureMessage(FormatActionText(action_text::kCannotMove, source, target), hr);
+    return hr;
+  }
+  LogEvent(kEventLevelInformation, action_text::kMoveFinished, source, target, source);
+  return S_OK;
 }
 
 HRESULT CMoveAction::TransferFile(std::wstring_view source, std::wstring_view target, bool replace,
@@ -56,7 +100,10 @@ HRESULT CMoveAction::TransferFile(std::wstring_view source, std::wstring_view ta
     }
   }
   if (Option(kTransferVerify)) return CopyVerifyDelete(source, target, replace, failure);
-  return MoveFileTo(source, target, kMoveCopyAllowed | replaceFlag);
+  bool takenBack = false;
+  const HRESULT hr = MoveFileTo(source, target, kMoveCopyAllowed | replaceFlag, &takenBack);
+  if (takenBack) *failure = TakenBackMessage(source, target, hr);
+  return hr;
 }
 
 HRESULT CMoveAction::AfterImage(IDictionary& record, std::wstring_view source,

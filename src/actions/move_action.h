@@ -30,6 +30,10 @@ class CMoveAction : public CTransferAction {
                        TransferSession& session, std::wstring* failure) const override;
   HRESULT AfterImage(IDictionary& record, std::wstring_view source,
                      std::wstring_view target) const override;
+  /// A target with the same bytes as the source is what a move interrupted between its copy
+  /// and the removal of its source leaves: the source goes and the move counts as done.
+  HRESULT FinishExisting(std::wstring_view source, std::wstring_view target,
+                         std::wstring* failure) const override;
 
  private:
   HRESULT CopyVerifyDelete(std::wstring_view source, std::wstring_view target, bool replace,

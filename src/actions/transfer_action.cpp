@@ -110,11 +110,16 @@ HRESULT CTransferAction::Execute(IDictionary* record) const {
 HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstring_view target,
                                            TransferSession& session, std::wstring* failure) const {
   const bool overwrite = Option(kTransferOverwrite);
-  if (!overwrite && !RefusesExistingTarget(session) && FileExists(target)) {
-    *failure = FileExistsMessage(target);
-    return kFileExistsHr;
+  HRESULT hr = !overwrite && !RefusesExistingTarget(session) && FileExists(target)
+                   ? kFileExistsHr
+                   : TransferFile(source, target, false, session, failure);
+  if (hr == kFileExistsHr) {
+    const HRESULT finished = FinishExisting(source, target, failure);
+    if (finished != S_FALSE) {
+      TakeErrorDescription();
+      return finished;
+    }
   }
-  HRESULT hr = TransferFile(source, target, false, session, failure);
   if (hr == kFileExistsHr && overwrite) {
     TakeErrorDescription();
     failure->clear();

@@ -82,6 +82,13 @@ class CTransferAction : public CAction {
   /// any work: then the existence test before it would only cost a lookup. Transfers that
   /// copy data keep the test, which spares them the copy's setup.
   virtual bool RefusesExistingTarget(const TransferSession& /*session*/) const { return false; }
+  /// Called when target exists: S_OK when it already holds what source holds and the transfer
+  /// was finished by other means (logged); S_FALSE when the existing target stands in the way;
+  /// a failure with *failure set.
+  virtual HRESULT FinishExisting(std::wstring_view /*source*/, std::wstring_view /*target*/,
+                                 std::wstring* /*failure*/) const {
+    return S_FALSE;
+  }
   /// Whether the image already stands at target, so that nothing is left to do.
   virtual bool AlreadyDone(std::wstring_view /*source*/, std::wstring_view /*target*/) const {
     return false;

@@ -44,9 +44,11 @@ struct CopyLock {
 };
 
 /// Copies `source` to `target`: contents, last-write and last-access times and permissions
-/// (the read-only attribute with them). The copy is written without a name or under a
-/// temporary name in the target's folder, flushed to the device and only then given the target
-/// name, so that no partial file ever stands under the target name, even after a crash. With
+/// (the read-only attribute with them). The copy is written without a name (or, where the file
+/// system has no such files, under a temporary name in the target's folder that names the
+/// writing process), flushed to the device and only then given the target name, so that no
+/// partial file ever stands under the target name, even after a crash. The first copy of a
+/// run into a folder removes the temporaries there whose processes no longer run. With
 /// `failIfExists` an existing target is never overwritten, even by a process that creates it
 /// meanwhile. Returns S_OK; HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) for an existing target with
 /// `failIfExists` (both files are left as they were); ERROR_FILE_NOT_FOUND for a missing
@@ -66,12 +68,15 @@ struct CopyLock {
 
 /// Moves (renames) `source` to `target`. On one volume this is one atomic rename. Across
 /// volumes it needs kMoveCopyAllowed (else HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE)): the file
-/// is copied under a temporary name into the target folder, always flushed, renamed into place and
-/// only then is the source removed, so that a crash at any point loses nothing (at worst both
-/// copies remain). Without kMoveReplaceExisting an existing target gives
-/// HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) and nothing changes. Other results as CopyFileTo;
-/// a folder may be moved within one volume only.
-[[nodiscard]] HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags);
+/// is copied as CopyFileTo copies, always flushed, given its name and only then is the source
+/// removed, so that a crash at any point loses nothing (at worst both copies remain, which the
+/// caller can recognise by their equal content). When the source cannot be removed the copy is
+/// taken back (a file it replaced is put back where the file system can swap names), so the
+/// file stands in one place, and *copyTakenBack (when given) says so. Without
+/// kMoveReplaceExisting an existing target gives HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) and
+/// nothing changes. Other results as CopyFileTo; a folder may be moved within one volume only.
+[[nodiscard]] HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags,
+                                 bool* copyTakenBack = nullptr);
 
 /// Creates the hard link `link` to the existing file `existing` (the argument order of
 /// CreateHardLinkW). S_OK; HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) when `link` exists;
@@ -108,6 +113,10 @@ struct CopyLock {
 /// True when `path` names an existing folder (links followed). Files: lmk::FileExists in
 /// platform/file_system.h.
 bool FolderExists(std::wstring_view path);
+
+/// True when both paths name one file (the same file system and file number): hard links of
+/// one file, or one file seen through two mounts. False when either is missing.
+bool IsSameFile(std::wstring_view first, std::wstring_view second);
 
 /// Creates the folder `path` and every missing parent. S_OK when created; S_FALSE when it
 /// already was a folder; HRESULT_FROM_WIN32(ERROR_ALREADY_EXISTS) when a file stands there;

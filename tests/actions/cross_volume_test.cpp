@@ -102,19 +102,6 @@ TEST_P(CrossVolumeMoveTest, InterruptedPublishLosesNothing) {
       << ToUtf8(description);
 }
 
-TEST_P(CrossVolumeMoveTest, SourceThatCannotBeRemovedStaysWithItsCopy) {
-  ScopedFileFaultHook hook([](FileStep step, std::wstring_view) -> DWORD {
-    return step == FileStep::kRemoveSource || step == FileStep::kDelete ? ERROR_ACCESS_DENIED : 0;
-  });
-  CMoveAction move;
-  move.SetDestination(Destination());
-  move.SetOption(kTransferVerify, GetParam().verify);
-  ComPtr<IDictionary> record = Record();
-  EXPECT_TRUE(FAILED(move.Execute(record.Get())));
-  TakeErrorDescription();
-  EXPECT_EQ(ReadFile(dir_ / "img.jpg"), std::string(200000, 'p'));
-}
-
 INSTANTIATE_TEST_SUITE_P(Modes, CrossVolumeMoveTest,
                          ::testing::Values(CrossCase{"Plain", false}, CrossCase{"Verified", true}),
                          [](const auto& i) { return i.param.name; });

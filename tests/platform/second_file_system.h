@@ -1,7 +1,9 @@
 // A folder on another file system than the temporary folder, for tests that cross devices.
 #pragma once
 
+#include <sched.h>
 #include <stdlib.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,7 +16,8 @@
 
 namespace lmk::test {
 
-// Root mounts a small memory file system on a subfolder of its own temporary folder; others
+// Root mounts a small memory file system on a subfolder of its own temporary folder, in a
+// private mount namespace where it can have one; others
 // use /dev/shm when it is another device. available() is false (with reason()) when neither
 // can be had.
 class SecondFileSystem {
@@ -23,6 +26,9 @@ class SecondFileSystem {
     struct stat home {};
     ::stat(temp_.path().c_str(), &home);
     if (::geteuid() == 0) {
+      // In a mount namespace of the test's own, nothing mounted here is seen outside or
+      // outlives the test, even when it is killed.
+      if (::unshare(CLONE_NEWNS) == 0) ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
       const std::filesystem::path mount = temp_ / "mnt";
       std::filesystem::create_directories(mount);
       const std::string command =

@@ -2,6 +2,7 @@
 // partial file under a final name and never overwrite what they were told to keep.
 #include "platform/file_operations.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
@@ -9,9 +10,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <random>
 #include <set>
@@ -99,15 +103,123 @@ std::wstring Quoted(std::wstring_view path) {
 
 bool IsReadOnly(const struct stat& info) { return (info.st_mode & S_IWUSR) == 0; }
 
-// A name that no other writer picks: hidden (so folder scans pass it by), short (so that a
-// target name near the length limit still leaves room) and random per thread.
+// ---- temporaries and their owners --------------------------------------------------------------
+
+// The start time of process `pid` (clock ticks after boot, field 22 of /proc/<pid>/stat), which
+// tells a process from a later one that got the same id. Returns 0 or an errno (ENOENT: no such
+// process).
+int ProcessStartTime(long pid, unsigned long long* start) {
+  char path[48];
+  std::snprintf(path, sizeof path, "/proc/%ld/stat", pid);
+  UniqueFd fd(::open(path, O_RDONLY | O_CLOEXEC));
+  if (!fd.valid()) return errno;
+  char text[1024];
+  const ssize_t got = ::read(fd.get(), text, sizeof text - 1);
+  if (got <= 0) return got == 0 ? EIO : errno;
+  const std::string_view stat(text, static_cast<std::size_t>(got));
+  // The command name in parentheses may hold spaces and parentheses: count from the last one.
+  std::size_t at = stat.rfind(')');
+  if (at == std::string_view::npos) return EIO;
+  for (int field = 2; field < 22; ++field) {
+    at = stat.find(' ', at + 1);
+    if (at == std::string_view::npos) return EIO;
+  }
+  const char* begin = stat.data() + at + 1;
+  const auto [end, failed] = std::from_chars(begin, stat.data() + stat.size(), *start);
+  return failed == std::errc() && end != begin ? 0 : EIO;
+}
+
+// "<pid>-<start time>" of this process, so that a later run can tell whether the writer of a
+// temporary still runs; "<pid>-0" where /proc cannot say.
+std::string OwnerTag() {
+  static std::mutex lock;
+  static long pid = 0;
+  static std::string tag;
+  std::lock_guard guard(lock);
+  if (pid != ::getpid()) {
+    pid = ::getpid();
+    unsigned long long start = 0;
+    if (ProcessStartTime(pid, &start) != 0) start = 0;
+    tag = std::to_string(pid) + "-" + std::to_string(start);
+  }
+  return tag;
+}
+
+// A name that no other writer picks: hidden (so folder scans pass it by), short enough for any
+// folder, random per thread, and naming its process so that a run after a crash can remove it.
 std::string TemporaryName() {
   thread_local std::mt19937_64 random{std::random_device{}() ^
                                       std::hash<std::thread::id>{}(std::this_thread::get_id()) ^
                                       static_cast<uint64_t>(::getpid())};
-  char name[32];
-  std::snprintf(name, sizeof name, ".lmk-%016llx.tmp", static_cast<unsigned long long>(random()));
+  char name[80];
+  std::snprintf(name, sizeof name, ".lmk-%s-%08x.tmp", OwnerTag().c_str(),
+                static_cast<unsigned>(random()));
   return name;
+}
+
+// Reads the owner from a name made by TemporaryName; false for any other name.
+bool ParseTemporaryName(std::string_view name, long* pid, unsigned long long* start) {
+  constexpr std::string_view kPrefix = ".lmk-";
+  constexpr std::string_view kSuffix = ".tmp";
+  if (!name.starts_with(kPrefix) || !name.ends_with(kSuffix)) return false;
+  const char* at = name.data() + kPrefix.size();
+  const char* end = name.data() + name.size() - kSuffix.size();
+  auto [afterPid, pidFailed] = std::from_chars(at, end, *pid);
+  if (pidFailed != std::errc() || afterPid == at || afterPid == end || *afterPid != '-')
+    return false;
+  at = afterPid + 1;
+  auto [afterStart, startFailed] = std::from_chars(at, end, *start);
+  if (startFailed != std::errc() || afterStart == at || afterStart == end || *afterStart != '-')
+    return false;
+  at = afterStart + 1;
+  if (at == end) return false;
+  for (; at != end; ++at) {
+    if (!std::isxdigit(static_cast<unsigned char>(*at))) return false;
+  }
+  return *pid > 0;
+}
+
+// Whether the writer of a temporary may still be at work: the process runs and started when
+// the name says. A process that cannot be asked counts as running, so nothing of it is removed.
+bool OwnerMayRun(long pid, unsigned long long start) {
+  unsigned long long actual = 0;
+  const int error = ProcessStartTime(pid, &actual);
+  if (error == ENOENT || error == ESRCH) return false;
+  if (error != 0) return true;
+  // Without a start time in the name only the id can tell.
+  return start == 0 || actual == start;
+}
+
+// Folders already cleared of stale temporaries in this run.
+std::mutex g_sweptLock;
+std::set<std::string, std::less<>> g_sweptFolders;
+
+// Removes, once per run, the temporaries that processes killed while copying left in `folder`;
+// those of running processes (this one's included) stay.
+void RemoveStaleTemporaries(const std::string& folder) {
+  {
+    std::lock_guard guard(g_sweptLock);
+    if (g_sweptFolders.contains(folder)) return;
+  }
+  unsigned long long ownStart = 0;
+  if (ProcessStartTime(::getpid(), &ownStart) != 0) return;  // without /proc nothing is decidable
+  struct CloseDir {
+    void operator()(DIR* dir) const noexcept { ::closedir(dir); }
+  };
+  std::unique_ptr<DIR, CloseDir> dir(::opendir(folder.c_str()));
+  if (!dir) return;
+  {
+    std::lock_guard guard(g_sweptLock);
+    if (!g_sweptFolders.insert(folder).second) return;
+  }
+  while (const dirent* entry = ::readdir(dir.get())) {
+    long pid = 0;
+    unsigned long long start = 0;
+    if (entry->d_type != DT_REG && entry->d_type != DT_UNKNOWN) continue;
+    if (!ParseTemporaryName(entry->d_name, &pid, &start) || OwnerMayRun(pid, start)) continue;
+    // A folder of that name is refused and stays; a file removed meanwhile is no matter.
+    (void)::unlinkat(::dirfd(dir.get()), entry->d_name, 0);
+  }
 }
 
 // ---- folders made during a run ----------------------------------------------------------------
@@ -339,26 +451,27 @@ class TemporaryCopy {
   bool unnamed() const noexcept { return name_.empty() && out_.valid(); }
 
   // Gives the copy its final `name` in the folder: never over an existing file when `replace`
-  // is false, even when another process creates that name meanwhile. Returns 0 or an errno.
-  int Publish(const std::string& name, bool replace) {
+  // is false, even when another process creates that name meanwhile. With `replace` and a
+  // `replaced`, an existing file is swapped out instead of dropped where the file system can
+  // swap names: it stays under a temporary name, given in *replaced, for the caller to remove or
+  // to swap back. Returns 0 or an errno.
+  int Publish(const std::string& name, bool replace, std::string* replaced = nullptr) {
     const std::string target = Inside(name);
     if (name_.empty()) {
-      // A link never replaces a name; an unnamed copy is made only when none is to be replaced.
-      char self[48];
-      std::snprintf(self, sizeof self, "/proc/self/fd/%d", out_.get());
-      if (::linkat(AT_FDCWD, self, AT_FDCWD, target.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-        const int error = errno;
-        // Without /proc, a process allowed to search every folder names it directly.
-        if (error == EEXIST ||
-            ::linkat(out_.get(), "", AT_FDCWD, target.c_str(), AT_EMPTY_PATH) != 0) {
-          return error;
-        }
-      }
-      out_.Reset();
-      return 0;
+      // A link never replaces a name: a copy that is to replace one is linked under a temporary
+      // name first, then renamed, so that only that instant can leave a (removable) name behind.
+      if (!replace) return LinkUnnamed(target);
+      if (const int error = NameUnnamed(); error != 0) return error;
     }
     const std::string temporary = Inside(name_);
     if (replace) {
+      if (replaced != nullptr && ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(),
+                                             RENAME_EXCHANGE) == 0) {
+        *replaced = temporary;
+        name_.clear();
+        return 0;
+      }
+      // No file to swap with, or a file system that cannot swap: the old file goes now.
       if (::rename(temporary.c_str(), target.c_str()) != 0) return errno;
       name_.clear();
       return 0;
@@ -376,6 +489,35 @@ class TemporaryCopy {
  private:
   std::string Inside(const std::string& name) const {
     return folder_ == "/" ? folder_ + name : folder_ + "/" + name;
+  }
+
+  // Links the unnamed copy at `path`, which must not exist. Returns 0 or an errno.
+  int LinkUnnamed(const std::string& path) {
+    char self[48];
+    std::snprintf(self, sizeof self, "/proc/self/fd/%d", out_.get());
+    if (::linkat(AT_FDCWD, self, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+      const int error = errno;
+      // Without /proc, a process allowed to search every folder names it directly.
+      if (error == EEXIST || ::linkat(out_.get(), "", AT_FDCWD, path.c_str(), AT_EMPTY_PATH) != 0) {
+        return error;
+      }
+    }
+    out_.Reset();
+    return 0;
+  }
+
+  // Links the unnamed copy under a fresh temporary name, kept in name_. Returns 0 or an errno.
+  int NameUnnamed() {
+    for (int attempt = 0; attempt < 16; ++attempt) {
+      std::string name = TemporaryName();
+      const int error = LinkUnnamed(Inside(name));
+      if (error == 0) {
+        name_ = std::move(name);
+        return 0;
+      }
+      if (error != EEXIST) return error;
+    }
+    return EEXIST;
   }
 
   std::string folder_;
@@ -411,6 +553,8 @@ struct CopyRequest {
   bool flush = true;
   bool flushLater = false;  // left for FlushDeferredCopies
   const CopyLock* lock = nullptr;
+  // With `replace`: receives the path under which the replaced file was kept, if it was.
+  std::string* replaced = nullptr;
 };
 
 // The copy shared by CopyFileTo and a move across volumes; on success the target name holds the
@@ -446,6 +590,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   }
 
   const SplitPath parts = Split(target);
+  RemoveStaleTemporaries(parts.folder);
   const bool cloneKnownRefused = CloneRefusedIn(parts.folder);
   bool cloneRefused = cloneKnownRefused;
   // Makes and fills the copy: 0, or an errno with the HRESULT to return in *failed.
@@ -471,7 +616,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
 
   HRESULT failed = S_OK;
   TemporaryCopy copy;
-  const bool unnamed = !request.replace && !g_unnamedRefused.load(std::memory_order_relaxed);
+  const bool unnamed = !g_unnamedRefused.load(std::memory_order_relaxed);
   if (write(copy, unnamed, &failed) != 0) return failed;
   if (cloneRefused && !cloneKnownRefused) RememberCloneRefused(parts.folder);
   if (const DWORD fault = InjectedFault(FileStep::kPublish, request.target); fault != 0) {
@@ -480,18 +625,18 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   int error = 0;
   if (copy.unnamed()) {
     const DWORD fault = InjectedFault(FileStep::kNameUnnamed, request.target);
-    error = fault != 0 ? EPERM : copy.Publish(parts.name, false);
-    if (error != 0 && error != EEXIST) {
+    error = fault != 0 ? EPERM : copy.Publish(parts.name, request.replace, request.replaced);
+    if (error != 0 && error != EEXIST && copy.unnamed()) {
       // The system made a file without a name but cannot give it one (no usable /proc in a
       // sandbox, say): the copy is made again under a temporary name, from the start.
       if (fault == 0) g_unnamedRefused.store(true, std::memory_order_relaxed);
       TemporaryCopy named;
       if (::lseek(in.get(), 0, SEEK_SET) != 0) return HresultFromErrno(errno, context);
       if (write(named, false, &failed) != 0) return failed;
-      error = named.Publish(parts.name, request.replace);
+      error = named.Publish(parts.name, request.replace, request.replaced);
     }
   } else {
-    error = copy.Publish(parts.name, request.replace);
+    error = copy.Publish(parts.name, request.replace, request.replaced);
   }
   if (error != 0) {
     if (error == EEXIST) {
@@ -510,27 +655,48 @@ int SyncFolderOf(const std::string& path) {
   return ::fsync(folder.get()) == 0 ? 0 : errno;
 }
 
-HRESULT MoveAcrossVolumes(std::wstring_view source, std::wstring_view target, bool replace) {
+HRESULT MoveAcrossVolumes(std::wstring_view source, std::wstring_view target, bool replace,
+                          bool* copyTakenBack) {
   const std::string nativeSource = ToUtf8(source);
+  const std::string nativeTarget = ToUtf8(target);
   struct stat info {};
   if (::lstat(nativeSource.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
     return Fail(HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE),
                 L"Cannot move the folder " + Quoted(source) + L" to another volume.");
   }
-  LMK_RETURN_IF_FAILED(
-      CopyThroughTemporary({source, target, replace, L"Cannot move", true}, &info));
+  // A file replaced by the copy is kept aside until the source is gone, so that a move that
+  // cannot finish puts it back.
+  std::string replaced;
+  CopyRequest request{source, target, replace, L"Cannot move", true};
+  request.replaced = &replaced;
+  LMK_RETURN_IF_FAILED(CopyThroughTemporary(request, &info));
   // The new name must be on the device before the old file goes.
-  if (const int error = SyncFolderOf(ToUtf8(target)); error != 0) {
-    return HresultFromErrno(error, L"Cannot flush the folder of " + Quoted(target));
-  }
-  DWORD fault = InjectedFault(FileStep::kRemoveSource, source);
+  int error = SyncFolderOf(nativeTarget);
+  DWORD fault = error != 0 ? Win32FromErrno(error) : InjectedFault(FileStep::kRemoveSource, source);
   if (fault == 0 && ::unlink(nativeSource.c_str()) != 0) fault = Win32FromErrno(errno);
-  if (fault != 0) {
-    // The copy stays: removing it could lose the only complete file if the source goes later.
-    return Fail(HRESULT_FROM_WIN32(fault), L"Moved " + Quoted(source) + L" to " + Quoted(target) +
-                                               L" but could not remove the original.");
+  if (fault == 0) {
+    if (!replaced.empty()) (void)::unlink(replaced.c_str());
+    return S_OK;
   }
-  return S_OK;
+  // The source stays, so the copy goes: the file then stands in one place, as before the move.
+  // A source that vanished meanwhile leaves the copy as the only file, which stays.
+  const bool takenBack = ::lstat(nativeSource.c_str(), &info) != 0 ? false
+                         : replaced.empty()
+                             ? ::unlink(nativeTarget.c_str()) == 0
+                             : ::renameat2(AT_FDCWD, replaced.c_str(), AT_FDCWD,
+                                           nativeTarget.c_str(), RENAME_EXCHANGE) == 0 &&
+                                   ::unlink(replaced.c_str()) == 0;
+  if (copyTakenBack != nullptr) *copyTakenBack = takenBack;
+  if (takenBack) {
+    const wchar_t* why = error != 0 ? L": the copy could not be flushed to the device, so it was "
+                                      L"taken back."
+                                    : L": the original could not be removed, so the copy was "
+                                      L"taken back.";
+    return Fail(HRESULT_FROM_WIN32(fault),
+                L"Cannot move " + Quoted(source) + L" to " + Quoted(target) + why);
+  }
+  return Fail(HRESULT_FROM_WIN32(fault), L"Moved " + Quoted(source) + L" to " + Quoted(target) +
+                                             L" but could not remove the original.");
 }
 
 }  // namespace
@@ -588,7 +754,9 @@ HRESULT FlushDeferredCopies() {
   return result;
 }
 
-HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags) {
+HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD flags,
+                   bool* copyTakenBack) {
+  if (copyTakenBack != nullptr) *copyTakenBack = false;
   if (source.empty() || target.empty()) return E_INVALIDARG;
   if (const DWORD fault = InjectedFault(FileStep::kRename, source); fault != 0) {
     return InjectedFailure(fault, L"Cannot move", source);
@@ -631,7 +799,7 @@ HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD fla
       return Fail(HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE),
                   context + L": the target is on another volume.");
     }
-    return MoveAcrossVolumes(source, target, replace);
+    return MoveAcrossVolumes(source, target, replace, copyTakenBack);
   }
   if (error == EEXIST || error == ENOTEMPTY) {
     return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the target exists.");
@@ -769,6 +937,14 @@ HRESULT GetFileSizeOf(std::wstring_view path, ULONGLONG* size) {
 
 bool FolderExists(std::wstring_view path) { return !path.empty() && IsFolder(ToUtf8(path)); }
 
+bool IsSameFile(std::wstring_view first, std::wstring_view second) {
+  struct stat one {};
+  struct stat two {};
+  return !first.empty() && !second.empty() && ::stat(ToUtf8(first).c_str(), &one) == 0 &&
+         ::stat(ToUtf8(second).c_str(), &two) == 0 && one.st_dev == two.st_dev &&
+         one.st_ino == two.st_ino;
+}
+
 HRESULT CreateDirectories(std::wstring_view path) {
   if (path.empty()) return E_INVALIDARG;
   const std::string native = ToUtf8(path);
@@ -809,6 +985,10 @@ void ForgetMadeFolders() {
   {
     std::lock_guard guard(g_madeLock);
     g_madeFolders.clear();
+  }
+  {
+    std::lock_guard guard(g_sweptLock);
+    g_sweptFolders.clear();
   }
   std::lock_guard guard(g_cloneRefusedLock);
   g_cloneRefusedFolders.clear();
