@@ -6,6 +6,7 @@
 #include "actions/action_texts.h"
 #include "actions/companion_words.h"
 #include "actions/empty_folder_removal.h"
+#include "actions/shared_companion.h"
 #include "com/com_error.h"
 #include "platform/event_log_writer.h"
 #include "platform/file_facts.h"
@@ -99,6 +100,12 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   TellHostDeleted(record, path);
 
   for (const CompanionFile& companion : companions) {
+    const SharedCompanion shared(companion, path);
+    if (!shared.OtherUser().empty()) {
+      LogEvent(kEventLevelInformation, action_text::kKeepingShared, companion.path,
+               shared.OtherUser());
+      continue;
+    }
     errorText.clear();
     hr = DeleteOne(companion.path, &errorText);
     if (FAILED(hr)) {
@@ -112,7 +119,11 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
     std::wstring keepCopyFolder;
     LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.ImagesFolder", &imagesFolder));
     LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.KeepCopyFolder", &keepCopyFolder));
-    RemoveEmptiedFolders(path, imagesFolder, keepCopyFolder, Option(kDeleteReadOnly), retry_);
+    std::vector<std::wstring> runPaths;
+    LMK_RETURN_IF_FAILED(ReadRunPaths(record, &runPaths));
+    const FolderRemovalGuard guard(std::move(runPaths), std::move(imagesFolder),
+                                   std::move(keepCopyFolder), FolderSystemFacts::Native());
+    RemoveEmptiedFolders(path, guard, Option(kDeleteReadOnly), retry_);
   }
   return S_OK;
 }

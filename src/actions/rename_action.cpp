@@ -5,6 +5,7 @@
 #include "actions/action_path.h"
 #include "actions/action_record.h"
 #include "actions/companion_words.h"
+#include "actions/shared_companion.h"
 #include "actions/template_syntax.h"
 #include "com/com_error.h"
 #include "platform/usage_counter.h"
@@ -103,8 +104,17 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
   const std::wstring newNoExt = newPath.substr(0, newNoExtLength);
   for (const CompanionFile& companion : companions) {
     errorText.clear();
-    const HRESULT companionHr = RenameFile(companion.path, newNoExt + companion.suffix,
-                                           Option(kRenameOverwrite), template_, &errorText, retry_);
+    const std::wstring target = newNoExt + companion.suffix;
+    // The old name stays for another picture that still uses the companion: the renamed one
+    // takes a copy.
+    const SharedCompanion shared(companion, newPath);
+    const HRESULT companionHr = shared.Take(
+        target, Option(kRenameOverwrite),
+        [&] {
+          return RenameFile(companion.path, target, Option(kRenameOverwrite), template_, &errorText,
+                            retry_);
+        },
+        &errorText);
     if (FAILED(companionHr)) {
       // The image keeps its new name whatever happens to its sidecar.
       if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(companionHr, errorText);

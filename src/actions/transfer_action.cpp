@@ -6,6 +6,7 @@
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
 #include "actions/companion_words.h"
+#include "actions/shared_companion.h"
 #include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
@@ -133,6 +134,16 @@ HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstrin
   return hr;
 }
 
+HRESULT CTransferAction::TransferCompanion(const CompanionFile& companion, std::wstring_view target,
+                                           std::wstring_view image, TransferSession& session,
+                                           std::wstring* failure) const {
+  if (!TakesSource()) return TransferWithRetry(companion.path, target, session, failure);
+  const SharedCompanion shared(companion, image);
+  return shared.Take(
+      target, Option(kTransferOverwrite),
+      [&] { return TransferWithRetry(companion.path, target, session, failure); }, failure);
+}
+
 HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
   unsigned frame = 0;
   LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
@@ -188,7 +199,7 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
   for (const CompanionFile& companion : companions) {
     const std::wstring companionTarget = targetNoExt + companion.suffix;
     failure.clear();
-    hr = TransferWithRetry(companion.path, companionTarget, session, &failure);
+    hr = TransferCompanion(companion, companionTarget, target.path, session, &failure);
     if (FAILED(hr)) {
       // What was done to the image stands; the policy decides whether the rule goes on.
       if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, failure);
