@@ -4,6 +4,7 @@
 #include "actions/action_failure.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
+#include "actions/companion_claim.h"
 #include "actions/companion_words.h"
 #include "actions/empty_folder_removal.h"
 #include "actions/shared_companion.h"
@@ -93,6 +94,7 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   std::wstring pathNoExt;
   LMK_RETURN_IF_FAILED(ReadPathNoExt(record, path, &pathNoExt));
   const std::vector<CompanionFile> companions = FindCompanions(path, pathNoExt, Flags());
+  CompanionClaim claim(path, companions);
 
   std::wstring errorText;
   HRESULT hr = DeleteOne(path, &errorText);
@@ -100,7 +102,7 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   TellHostDeleted(record, path);
 
   for (const CompanionFile& companion : companions) {
-    const SharedCompanion shared(companion, path);
+    const SharedCompanion shared(companion, path, claim);
     if (!shared.OtherUser().empty()) {
       LogEvent(kEventLevelInformation, action_text::kKeepingShared, companion.path,
                shared.OtherUser());

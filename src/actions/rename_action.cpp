@@ -4,6 +4,7 @@
 #include "actions/action_failure.h"
 #include "actions/action_path.h"
 #include "actions/action_record.h"
+#include "actions/companion_claim.h"
 #include "actions/companion_words.h"
 #include "actions/shared_companion.h"
 #include "actions/template_syntax.h"
@@ -75,6 +76,7 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
   std::wstring pathNoExt;
   LMK_RETURN_IF_FAILED(ReadPathNoExt(record, oldPath, &pathNoExt));
   const std::vector<CompanionFile> companions = FindCompanions(oldPath, pathNoExt, Flags());
+  CompanionClaim claim(oldPath, companions);
 
   TemplateContext context;
   std::wstring expanded;
@@ -107,7 +109,7 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
     const std::wstring target = newNoExt + companion.suffix;
     // The old name stays for another picture that still uses the companion: the renamed one
     // takes a copy.
-    const SharedCompanion shared(companion, newPath);
+    const SharedCompanion shared(companion, newPath, claim);
     const HRESULT companionHr = shared.Take(
         target, Option(kRenameOverwrite),
         [&] {

@@ -7,6 +7,7 @@
 #include "actions/action_failure.h"
 #include "actions/action_path.h"
 #include "actions/action_texts.h"
+#include "actions/companion_claim.h"
 #include "com/com_error.h"
 #include "platform/event_log_writer.h"
 #include "platform/file_compare.h"
@@ -39,13 +40,18 @@ bool IsCompanionExtension(std::wstring_view extension) {
 
 }  // namespace
 
-SharedCompanion::SharedCompanion(const CompanionFile& companion, std::wstring_view image)
-    : path_(companion.path) {
+SharedCompanion::SharedCompanion(const CompanionFile& companion, std::wstring_view image,
+                                 CompanionClaim& claim)
+    : claim_(claim), path_(companion.path) {
   constexpr PathStyle kStyle = kNativePathStyle;
   // Only a companion named "<base><extension>" can serve several pictures; the others need no
   // lock.
-  if (companion.suffix.find(L'.', 1) != std::wstring::npos) return;
+  if (!ServesBaseName(companion)) return;
   lock_ = std::unique_lock(DecisionLock());
+  // Another claim is a picture of the name that another worker has already taken away but
+  // whose companion step is still to come.
+  user_ = claim.OtherClaimant(path_);
+  if (!user_.empty()) return;
   const std::wstring_view name = NameOf(companion.path, kStyle);
   if (name.size() <= companion.suffix.size()) return;
   const std::wstring_view base = name.substr(0, name.size() - companion.suffix.size());
@@ -68,6 +74,8 @@ SharedCompanion::SharedCompanion(const CompanionFile& companion, std::wstring_vi
     user_.clear();
   }
 }
+
+SharedCompanion::~SharedCompanion() { claim_.Release(path_); }
 
 HRESULT SharedCompanion::Take(std::wstring_view target, bool overwrite,
                               const std::function<HRESULT()>& take, std::wstring* failure) const {

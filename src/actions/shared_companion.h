@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "actions/companion_claim.h"
 #include "actions/companion_files.h"
 #include "com/com.h"
 
@@ -20,14 +21,19 @@ namespace lmk {
 class SharedCompanion {
  public:
   /// image: where the image now is (its new path after a rename; the deleted path after a
-  /// deletion), so that it never counts as another user.
-  SharedCompanion(const CompanionFile& companion, std::wstring_view image);
+  /// deletion), so that it never counts as another user; claim: the action's own claim on its
+  /// companions, made before the image was touched.
+  SharedCompanion(const CompanionFile& companion, std::wstring_view image, CompanionClaim& claim);
+  /// Releases the claim on the companion, then the lock.
+  ~SharedCompanion();
+  SharedCompanion(const SharedCompanion&) = delete;
+  SharedCompanion& operator=(const SharedCompanion&) = delete;
 
-  /// Another picture that still uses the companion: a file of the companion's folder with the
-  /// same base name (compared without regard to case) and another extension, that is neither
-  /// the image nor itself a companion (".xmp", ".wav"). Empty when there is none, when the
-  /// folder cannot be read, and for a companion named after the image's whole name
-  /// ("a.jpg.xmp"), which only that image uses.
+  /// Another picture that still uses the companion: one whose action claims it too, or a file
+  /// of the companion's folder with the same base name (compared without regard to case) and
+  /// another extension, that is neither the image nor itself a companion (".xmp", ".wav").
+  /// Empty when there is none, when the folder cannot be read, and for a companion named after
+  /// the image's whole name ("a.jpg.xmp"), which only that image uses.
   const std::wstring& OtherUser() const { return user_; }
 
   /// Takes the companion to target for a picture that went there: while OtherUser still uses
@@ -45,6 +51,7 @@ class SharedCompanion {
   HRESULT RemoveForCopyAt(std::wstring_view target, std::wstring* failure) const;
 
   std::unique_lock<std::mutex> lock_;  // held for a companion that can be shared
+  CompanionClaim& claim_;
   std::wstring path_;
   std::wstring user_;
 };

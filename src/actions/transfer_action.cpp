@@ -135,10 +135,10 @@ HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstrin
 }
 
 HRESULT CTransferAction::TransferCompanion(const CompanionFile& companion, std::wstring_view target,
-                                           std::wstring_view image, TransferSession& session,
-                                           std::wstring* failure) const {
+                                           std::wstring_view image, CompanionClaim& claim,
+                                           TransferSession& session, std::wstring* failure) const {
   if (!TakesSource()) return TransferWithRetry(companion.path, target, session, failure);
-  const SharedCompanion shared(companion, image);
+  const SharedCompanion shared(companion, image, claim);
   return shared.Take(
       target, Option(kTransferOverwrite),
       [&] { return TransferWithRetry(companion.path, target, session, failure); }, failure);
@@ -184,6 +184,8 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
 
   // Companions are looked up before the image goes: they are found beside it.
   const std::vector<CompanionFile> companions = FindCompanions(source, pathNoExt, Flags());
+  // Only a move takes companions away; copies and links leave them where they are.
+  CompanionClaim claim(source, TakesSource() ? companions : std::vector<CompanionFile>());
 
   TransferSession session;
   hr = BeginTransfers(source, target.folder, &session);
@@ -199,7 +201,7 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
   for (const CompanionFile& companion : companions) {
     const std::wstring companionTarget = targetNoExt + companion.suffix;
     failure.clear();
-    hr = TransferCompanion(companion, companionTarget, target.path, session, &failure);
+    hr = TransferCompanion(companion, companionTarget, target.path, claim, session, &failure);
     if (FAILED(hr)) {
       // What was done to the image stands; the policy decides whether the rule goes on.
       if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, failure);

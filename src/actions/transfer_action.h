@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "actions/companion_claim.h"
 #include "actions/companion_files.h"
 #include "com/com.h"
 #include "platform/file_operations.h"
@@ -102,8 +103,8 @@ class CTransferAction : public CAction {
   /// leave it for another picture that still uses it (then it is copied) or finds the copy an
   /// earlier picture took already at target (then the companion is removed).
   HRESULT TransferCompanion(const CompanionFile& companion, std::wstring_view target,
-                            std::wstring_view image, TransferSession& session,
-                            std::wstring* failure) const;
+                            std::wstring_view image, CompanionClaim& claim,
+                            TransferSession& session, std::wstring* failure) const;
 
   std::wstring destination_;
   std::wstring renameTemplate_;

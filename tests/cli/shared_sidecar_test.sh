@@ -29,12 +29,13 @@ pair() {  # pair FOLDER: a.jpg, a.dng and the a.xmp they share
   cp "$SAMPLES/sidecar_2025.xmp" "$WORK/$1/a.xmp"
   cp "$WORK/$1/a.xmp" "$WORK/original.xmp"
 }
-apply() {  # apply NAME TYPE ACTION FOLDER: one rule over the pictures of FOLDER of TYPE
+apply() {  # apply NAME TYPE ACTION FOLDER: one rule over the pictures of FOLDER of TYPE (or all)
+  condition="conditions: [ { Condition.FileType: { type: $2 } } ]"
+  [ "$2" = all ] && condition="conditions: []"
   cat >"$WORK/rules.yaml" <<YAML
 rules:
   - name: $1
-    conditions:
-      - Condition.FileType: { type: $2 }
+    $condition
     actions:
       - $3
 YAML
@@ -74,6 +75,18 @@ apply "rename the RAW" not-jpeg "$rename" ren
 there "rename the RAW" ren/b.dng
 gone "rename the RAW" ren/a.xmp
 same "rename the RAW" original.xmp ren/b.xmp
+
+# Both pictures of the name in one run: the sidecar goes with the last, without errors.
+pair both
+apply "delete both" all "$delete" both
+gone "delete both" both/a.xmp
+pair both
+apply "move both" all "Action.Move: { destination: \"$WORK/both-out\", companions: [xmp] }" both
+gone "move both" both/a.xmp
+same "move both" original.xmp both-out/a.xmp
+apply "rename both" all "$rename" both-out
+gone "rename both" both-out/a.xmp
+same "rename both" original.xmp both-out/b.xmp
 
 # A sidecar named after the whole file name belongs to that file alone.
 mkdir -p "$WORK/own"
