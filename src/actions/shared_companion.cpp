@@ -38,30 +38,19 @@ bool IsCompanionExtension(std::wstring_view extension) {
   return EqualNoCase(extension, L".xmp") || EqualNoCase(extension, L".wav");
 }
 
-}  // namespace
-
-SharedCompanion::SharedCompanion(const CompanionFile& companion, std::wstring_view image,
-                                 CompanionClaim& claim)
-    : claim_(claim), path_(companion.path) {
+// A picture of the companion's base name in its folder, other than image; empty when none.
+std::wstring UserInFolder(const CompanionFile& companion, std::wstring_view image) {
   constexpr PathStyle kStyle = kNativePathStyle;
-  // Only a companion named "<base><extension>" can serve several pictures; the others need no
-  // lock.
-  if (!ServesBaseName(companion)) return;
-  lock_ = std::unique_lock(DecisionLock());
-  // Another claim is a picture of the name that another worker has already taken away but
-  // whose companion step is still to come.
-  user_ = claim.OtherClaimant(path_);
-  if (!user_.empty()) return;
+  const std::wstring_view folder = FolderOf(companion.path, kStyle);
   const std::wstring_view name = NameOf(companion.path, kStyle);
-  if (name.size() <= companion.suffix.size()) return;
+  if (name.size() <= companion.suffix.size()) return {};
   const std::wstring_view base = name.substr(0, name.size() - companion.suffix.size());
-  const std::wstring_view imageName = FolderOf(image, kStyle) == FolderOf(companion.path, kStyle)
-                                          ? NameOf(image, kStyle)
-                                          : std::wstring_view();
+  const std::wstring_view imageName =
+      FolderOf(image, kStyle) == folder ? NameOf(image, kStyle) : std::wstring_view();
   std::vector<std::wstring> names;
-  if (FAILED(ListFolderNames(FolderOf(companion.path, kStyle), &names))) {
+  if (FAILED(ListFolderNames(folder, &names))) {
     TakeErrorDescription();
-    return;
+    return {};
   }
   for (const std::wstring& other : names) {
     const std::wstring_view extension = ExtensionOf(other, kStyle);
@@ -69,10 +58,26 @@ SharedCompanion::SharedCompanion(const CompanionFile& companion, std::wstring_vi
         !EqualNoCase(std::wstring_view(other).substr(0, other.size() - extension.size()), base)) {
       continue;
     }
-    user_ = JoinPaths(FolderOf(companion.path, kStyle), other, kStyle);
-    if (FileExists(user_)) return;
-    user_.clear();
+    std::wstring user = JoinPaths(folder, other, kStyle);
+    if (FileExists(user)) return user;
   }
+  return {};
+}
+
+}  // namespace
+
+SharedCompanion::SharedCompanion(const CompanionFile& companion, std::wstring_view image,
+                                 CompanionClaim& claim)
+    : claim_(claim), path_(companion.path) {
+  // Only a companion named "<base><extension>" can serve several pictures; the others need no
+  // lock.
+  if (!ServesBaseName(companion)) return;
+  lock_ = std::unique_lock(DecisionLock());
+  user_ = UserInFolder(companion, image);
+  // The folder is read first: a picture of the name that another worker takes away meanwhile
+  // claimed the companion before it went, and its claim, read second, lasts until that worker
+  // has taken this lock and decided.
+  if (user_.empty()) user_ = claim.OtherClaimant(path_);
 }
 
 SharedCompanion::~SharedCompanion() { claim_.Release(path_); }
