@@ -88,6 +88,20 @@ apply "rename both" all "$rename" both-out
 gone "rename both" both-out/a.xmp
 same "rename both" original.xmp both-out/b.xmp
 
+# Many pairs moved by parallel workers in one run: each sidecar arrives, without errors.
+mkdir -p "$WORK/many"
+i=0
+while [ $i -lt 60 ]; do
+  i=$((i + 1))
+  cp "$SAMPLES/plain_nometa.jpg" "$WORK/many/p$i.jpg"
+  cp "$SAMPLES/plain_nometa.jpg" "$WORK/many/p$i.dng"
+  cp "$SAMPLES/sidecar_2025.xmp" "$WORK/many/p$i.xmp"
+done
+apply "many pairs" all "Action.Move: { destination: \"$WORK/many-out\", companions: [xmp] }" many
+[ -z "$(ls "$WORK/many")" ] || fail "many pairs: files left behind: $(ls "$WORK/many" | head -3)"
+count=$(ls "$WORK/many-out" | grep -c '\.xmp$')
+[ "$count" -eq 60 ] || fail "many pairs: $count sidecars arrived, expected 60"
+
 # A sidecar named after the whole file name belongs to that file alone.
 mkdir -p "$WORK/own"
 cp "$SAMPLES/plain_nometa.jpg" "$WORK/own/c.jpg"
