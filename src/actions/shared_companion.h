@@ -32,8 +32,8 @@ class SharedCompanion {
   /// Another picture that still uses the companion: one whose action claims it too, or a file
   /// of the companion's folder with the same base name (compared without regard to case) and
   /// another extension, that is neither the image nor itself a companion (".xmp", ".wav").
-  /// Empty when there is none, when the folder cannot be read, and for a companion named after
-  /// the image's whole name ("a.jpg.xmp"), which only that image uses.
+  /// Empty when there is none (an unreadable folder shows none), and for a companion named
+  /// after the image's whole name ("a.jpg.xmp"), which only that image uses.
   const std::wstring& OtherUser() const { return user_; }
 
   /// Takes the companion to target for a picture that went there: while OtherUser still uses
