@@ -211,4 +211,33 @@ bool SameFolderText(std::wstring_view a, std::wstring_view b, PathStyle style) {
   return EqualNoCase(WithoutTrailingSeparators(a, style), WithoutTrailingSeparators(b, style));
 }
 
+bool FolderHolds(std::wstring_view folder, std::wstring_view path, PathStyle style) {
+  if (!IsAbsolutePath(folder, style) || !IsAbsolutePath(path, style)) return false;
+  const auto same = [style](std::wstring_view a, std::wstring_view b) {
+    return style == PathStyle::Windows ? EqualNoCase(a, b) : a == b;
+  };
+  const std::size_t folderRoot = RootLength(folder, style);
+  const std::size_t pathRoot = RootLength(path, style);
+  std::wstring folderRootText(folder.substr(0, folderRoot));
+  std::wstring pathRootText(path.substr(0, pathRoot));
+  // "C:/" and "C:\" are one root.
+  for (wchar_t& c : folderRootText) c = IsSeparator(c, style) ? PreferredSeparator(style) : c;
+  for (wchar_t& c : pathRootText) c = IsSeparator(c, style) ? PreferredSeparator(style) : c;
+  if (!same(folderRootText, pathRootText)) return false;
+  const std::vector<std::wstring_view> outer = Names(folder, style);
+  const std::vector<std::wstring_view> inner = Names(path, style);
+  const auto dotted = [](std::wstring_view name) { return name == L"." || name == L".."; };
+  for (std::wstring_view name : outer) {
+    if (dotted(name)) return false;
+  }
+  for (std::wstring_view name : inner) {
+    if (dotted(name)) return false;
+  }
+  if (inner.size() < outer.size()) return false;
+  for (std::size_t i = 0; i < outer.size(); ++i) {
+    if (!same(outer[i], inner[i])) return false;
+  }
+  return true;
+}
+
 }  // namespace lmk

@@ -85,4 +85,9 @@ std::wstring HierarchyBelow(std::wstring_view imageFolder, std::wstring_view ima
 /// stopping once too often is the safe side).
 bool SameFolderText(std::wstring_view a, std::wstring_view b, PathStyle style);
 
+/// Whether path is folder or lies below it: whole names compared, without regard to case on
+/// Windows only; a path with a "." or ".." name is never taken as inside (its text does not say
+/// where it leads). Both must be absolute.
+bool FolderHolds(std::wstring_view folder, std::wstring_view path, PathStyle style);
+
 }  // namespace lmk

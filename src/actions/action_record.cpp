@@ -80,6 +80,28 @@ HRESULT ReadPathNoExt(IDictionary& record, std::wstring_view fileName, std::wstr
   return S_OK;
 }
 
+HRESULT ReadRunPaths(IDictionary& record, std::vector<std::wstring>* paths) {
+  paths->clear();
+  Variant value;
+  if (FAILED(ReadValue(record, L"Plugin.Globals", value))) return S_OK;
+  IUnknown* unknown = nullptr;
+  if (value.vt() == VT_UNKNOWN) unknown = value.ref().punkVal;
+  if (value.vt() == VT_DISPATCH) unknown = value.ref().pdispVal;
+  if (unknown == nullptr) return S_OK;
+  ComPtr<IDictionary> globals;
+  if (FAILED(unknown->QueryInterface(IID_IDictionary, reinterpret_cast<void**>(&globals)))) {
+    return S_OK;
+  }
+  std::wstring list;
+  LMK_RETURN_IF_FAILED(ReadOptionalText(*globals.Get(), L"App.RunPaths", &list));
+  std::size_t start = 0;
+  for (std::size_t end = list.find(L'\0'); end != std::wstring::npos;
+       start = end + 1, end = list.find(L'\0', start)) {
+    if (end > start) paths->push_back(list.substr(start, end - start));
+  }
+  return S_OK;
+}
+
 HRESULT UpdateFilePath(IDictionary& record, std::wstring_view newPath) {
   LMK_RETURN_IF_FAILED(PutText(record, L"File.Name", newPath));
   const std::wstring_view extension = ExtensionOf(newPath, kNativePathStyle);

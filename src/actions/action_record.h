@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "com/com.h"
 #include "dictionary/idictionary.h"
@@ -25,6 +26,12 @@ namespace lmk {
 /// when the record does not hold it.
 [[nodiscard]] HRESULT ReadPathNoExt(IDictionary& record, std::wstring_view fileName,
                                     std::wstring* pathNoExt);
+
+/// The files and folders the run was given, from `App.RunPaths` of the run-wide dictionary
+/// `Plugin.Globals` (the paths one after the other, each ended by a NUL character, as the
+/// command puts them there); empty when the record or the globals do not hold them (a host
+/// that names no paths).
+[[nodiscard]] HRESULT ReadRunPaths(IDictionary& record, std::vector<std::wstring>* paths);
 
 /// Writes a moved or renamed file's new path into `File.Name` and the same without its
 /// extension into `File.PathNoExt`, so that the rule's later actions work on the file where it

@@ -46,4 +46,12 @@ inline constexpr std::wstring_view kDeleting = L"Deleting \"%ls\".";
 inline constexpr std::wstring_view kCannotDelete = L"Cannot delete '%ls'.";
 inline constexpr std::wstring_view kRemovingFolder = L"Removing \"%ls\".";
 
+// A companion that another picture of the same name still uses.
+inline constexpr std::wstring_view kKeepingShared = L"Keeping \"%ls\": \"%ls\" still uses it.";
+inline constexpr std::wstring_view kCopyingShared =
+    L"Copying \"%ls\" to \"%ls\" instead of taking it: \"%ls\" still uses it.";
+inline constexpr std::wstring_view kSharedCopyStands =
+    L"Removing \"%ls\": the last picture that used it has gone and \"%ls\" holds the same "
+    L"content.";
+
 }  // namespace lmk::action_text

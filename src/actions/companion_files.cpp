@@ -27,6 +27,10 @@ std::optional<CompanionFile> FindCompanion(std::wstring_view imagePath, std::wst
   return std::nullopt;
 }
 
+bool ServesBaseName(const CompanionFile& companion) {
+  return companion.suffix.find(L'.', 1) == std::wstring::npos;
+}
+
 std::vector<CompanionFile> FindCompanions(std::wstring_view imagePath, std::wstring_view pathNoExt,
                                           DWORD flags) {
   std::vector<CompanionFile> found;

@@ -24,6 +24,11 @@ struct CompanionFile {
   std::wstring suffix;
 };
 
+/// Whether companion is named after the image's base name ("a.xmp"), so that other pictures of
+/// that name ("a.dng" beside "a.jpg") may use it too; false for one named after the image's
+/// whole name ("a.jpg.xmp"), which only that image uses.
+bool ServesBaseName(const CompanionFile& companion);
+
 /// The companion of extension (".xmp", ".wav") of the image at imagePath whose path without
 /// extension is pathNoExt. Looked for as pathNoExt + extension, the same with the extension in
 /// upper case (cameras write ".WAV"), and imagePath + extension; the first that exists as a

@@ -4,8 +4,10 @@
 #include "actions/action_failure.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
+#include "actions/companion_claim.h"
 #include "actions/companion_words.h"
 #include "actions/empty_folder_removal.h"
+#include "actions/shared_companion.h"
 #include "com/com_error.h"
 #include "platform/event_log_writer.h"
 #include "platform/file_facts.h"
@@ -92,6 +94,7 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   std::wstring pathNoExt;
   LMK_RETURN_IF_FAILED(ReadPathNoExt(record, path, &pathNoExt));
   const std::vector<CompanionFile> companions = FindCompanions(path, pathNoExt, Flags());
+  CompanionClaim claim(path, companions);
 
   std::wstring errorText;
   HRESULT hr = DeleteOne(path, &errorText);
@@ -99,6 +102,12 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   TellHostDeleted(record, path);
 
   for (const CompanionFile& companion : companions) {
+    const SharedCompanion shared(companion, path, claim);
+    if (!shared.OtherUser().empty()) {
+      LogEvent(kEventLevelInformation, action_text::kKeepingShared, companion.path,
+               shared.OtherUser());
+      continue;
+    }
     errorText.clear();
     hr = DeleteOne(companion.path, &errorText);
     if (FAILED(hr)) {
@@ -112,7 +121,11 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
     std::wstring keepCopyFolder;
     LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.ImagesFolder", &imagesFolder));
     LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.KeepCopyFolder", &keepCopyFolder));
-    RemoveEmptiedFolders(path, imagesFolder, keepCopyFolder, Option(kDeleteReadOnly), retry_);
+    std::vector<std::wstring> runPaths;
+    LMK_RETURN_IF_FAILED(ReadRunPaths(record, &runPaths));
+    const FolderRemovalGuard guard(std::move(runPaths), std::move(imagesFolder),
+                                   std::move(keepCopyFolder), FolderSystemFacts::Native());
+    RemoveEmptiedFolders(path, guard, Option(kDeleteReadOnly), retry_);
   }
   return S_OK;
 }

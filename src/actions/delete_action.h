@@ -16,7 +16,8 @@ inline constexpr DWORD kDeleteEmptyFolders = 0x40000;
 
 /// Deletes the image and its selected sidecars, through the trash (restorable) or for good;
 /// read-only files only when asked; afterwards, when asked, the folders left empty (see
-/// RemoveEmptiedFolders for where that stops). The host is told of the deleted image.
+/// FolderRemovalGuard for where that stops). A sidecar that another picture of the same name
+/// still uses stays (SharedCompanion). The host is told of the deleted image.
 class CDeleteAction : public CAction {
  public:
   /// A new action uses the trash and takes both companions along.

@@ -12,12 +12,6 @@
 #include "platform/file_system.h"
 
 namespace lmk {
-namespace {
-
-constexpr std::size_t kShortestRemovablePath = 7;
-
-}  // namespace
-
 HRESULT RemoveEmptyFolder(std::wstring_view path, bool deleteReadOnly, const SharingRetry& retry) {
   HRESULT hr = RemoveEmptyDirectory(path);
   if (hr == HRESULT_FROM_WIN32(ERROR_DIR_NOT_EMPTY)) {
@@ -49,21 +43,16 @@ HRESULT RemoveEmptyFolder(std::wstring_view path, bool deleteReadOnly, const Sha
   return S_OK;
 }
 
-int RemoveEmptiedFolders(std::wstring_view deletedFile, std::wstring_view imagesFolder,
-                         std::wstring_view keepCopyFolder, bool deleteReadOnly,
-                         const SharingRetry& retry) {
+int RemoveEmptiedFolders(std::wstring_view deletedFile, const FolderRemovalGuard& guard,
+                         bool deleteReadOnly, const SharingRetry& retry) {
   constexpr PathStyle kStyle = kNativePathStyle;
   std::wstring_view folder = FolderOf(deletedFile, kStyle);
   int removed = 0;
-  while (folder.size() >= kShortestRemovablePath) {
-    if ((!imagesFolder.empty() && SameFolderText(folder, imagesFolder, kStyle)) ||
-        (!keepCopyFolder.empty() && SameFolderText(folder, keepCopyFolder, kStyle))) {
-      break;
-    }
+  while (!folder.empty() && guard.Check(folder, removed == 0) == FolderKeep::kRemovable) {
     if (FAILED(RemoveEmptyFolder(folder, deleteReadOnly, retry))) break;
     ++removed;
     const std::wstring_view parent = FolderOf(folder, kStyle);
-    if (parent.empty() || parent.size() >= folder.size()) break;
+    if (parent.size() >= folder.size()) break;
     folder = parent;
   }
   return removed;

@@ -1,10 +1,11 @@
 // Removing the folders that a deletion left empty: one folder, and the climb towards the root
-// with its stops.
+// within the guard's bounds.
 #pragma once
 
 #include <string_view>
 
 #include "actions/file_rename.h"
+#include "actions/folder_removal_guard.h"
 #include "com/com.h"
 
 namespace lmk {
@@ -17,13 +18,10 @@ namespace lmk {
                                         const SharingRetry& retry = {});
 
 /// After the file at deletedFile was deleted: removes its folder when empty, then that folder's
-/// parent, and so on. Stops at the images folder and the keep-copy folder (compared without
-/// regard to case at every level, so the folders the viewer shows are never removed), at a
-/// folder path shorter than 7 characters (roots and their first level are never touched), at a
-/// path without separator, and at the first folder that cannot be removed (it still holds
-/// something). Returns how many folders were removed.
-int RemoveEmptiedFolders(std::wstring_view deletedFile, std::wstring_view imagesFolder,
-                         std::wstring_view keepCopyFolder, bool deleteReadOnly,
-                         const SharingRetry& retry = {});
+/// parent, and so on, while guard lets it (see FolderRemovalGuard::Check), stopping at the
+/// first folder that cannot be removed (it still holds something). Returns how many folders
+/// were removed.
+int RemoveEmptiedFolders(std::wstring_view deletedFile, const FolderRemovalGuard& guard,
+                         bool deleteReadOnly, const SharingRetry& retry = {});
 
 }  // namespace lmk

@@ -17,6 +17,7 @@ class CMoveAction : public CTransferAction {
   std::wstring_view AnnounceText(bool renamed) const override;
   std::wstring_view FailureText() const override;
   std::wstring_view Verb() const override { return L"Move"; }
+  bool TakesSource() const override { return true; }
   bool AlreadyDone(std::wstring_view source, std::wstring_view target) const override {
     return source == target;
   }

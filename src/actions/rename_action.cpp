@@ -4,7 +4,9 @@
 #include "actions/action_failure.h"
 #include "actions/action_path.h"
 #include "actions/action_record.h"
+#include "actions/companion_claim.h"
 #include "actions/companion_words.h"
+#include "actions/shared_companion.h"
 #include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
@@ -74,6 +76,7 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
   std::wstring pathNoExt;
   LMK_RETURN_IF_FAILED(ReadPathNoExt(record, oldPath, &pathNoExt));
   const std::vector<CompanionFile> companions = FindCompanions(oldPath, pathNoExt, Flags());
+  CompanionClaim claim(oldPath, companions);
 
   TemplateContext context;
   std::wstring newName;
@@ -101,8 +104,17 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
   const std::wstring newNoExt = newPath.substr(0, newNoExtLength);
   for (const CompanionFile& companion : companions) {
     errorText.clear();
-    const HRESULT companionHr = RenameFile(companion.path, newNoExt + companion.suffix,
-                                           Option(kRenameOverwrite), template_, &errorText, retry_);
+    const std::wstring target = newNoExt + companion.suffix;
+    // The old name stays for another picture that still uses the companion: the renamed one
+    // takes a copy.
+    const SharedCompanion shared(companion, newPath, claim);
+    const HRESULT companionHr = shared.Take(
+        target, Option(kRenameOverwrite),
+        [&] {
+          return RenameFile(companion.path, target, Option(kRenameOverwrite), template_, &errorText,
+                            retry_);
+        },
+        &errorText);
     if (FAILED(companionHr)) {
       // The image keeps its new name whatever happens to its sidecar.
       if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(companionHr, errorText);

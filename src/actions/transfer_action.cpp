@@ -6,6 +6,7 @@
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
 #include "actions/companion_words.h"
+#include "actions/shared_companion.h"
 #include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
@@ -138,6 +139,16 @@ HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstrin
   return hr;
 }
 
+HRESULT CTransferAction::TransferCompanion(const CompanionFile& companion, std::wstring_view target,
+                                           std::wstring_view image, CompanionClaim& claim,
+                                           TransferSession& session, std::wstring* failure) const {
+  if (!TakesSource()) return TransferWithRetry(companion.path, target, session, failure);
+  const SharedCompanion shared(companion, image, claim);
+  return shared.Take(
+      target, Option(kTransferOverwrite),
+      [&] { return TransferWithRetry(companion.path, target, session, failure); }, failure);
+}
+
 HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
   unsigned frame = 0;
   LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
@@ -178,6 +189,8 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
 
   // Companions are looked up before the image goes: they are found beside it.
   const std::vector<CompanionFile> companions = FindCompanions(source, pathNoExt, Flags());
+  // Only a move takes companions away; copies and links leave them where they are.
+  CompanionClaim claim(source, TakesSource() ? companions : std::vector<CompanionFile>());
 
   TransferSession session;
   hr = BeginTransfers(source, target.folder, &session);
@@ -193,7 +206,7 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
   for (const CompanionFile& companion : companions) {
     const std::wstring companionTarget = targetNoExt + companion.suffix;
     failure.clear();
-    hr = TransferWithRetry(companion.path, companionTarget, session, &failure);
+    hr = TransferCompanion(companion, companionTarget, target.path, claim, session, &failure);
     if (FAILED(hr)) {
       // What was done to the image stands; the policy decides whether the rule goes on.
       if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, failure);

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "actions/companion_claim.h"
 #include "actions/companion_files.h"
 #include "com/com.h"
 #include "platform/file_operations.h"
@@ -89,6 +90,9 @@ class CTransferAction : public CAction {
                                  std::wstring* /*failure*/) const {
     return S_FALSE;
   }
+  /// Whether the transfer takes the file away from its folder (a move), so that a companion
+  /// that another picture still uses is copied instead.
+  virtual bool TakesSource() const { return false; }
   /// Whether the image already stands at target, so that nothing is left to do.
   virtual bool AlreadyDone(std::wstring_view /*source*/, std::wstring_view /*target*/) const {
     return false;
@@ -101,6 +105,12 @@ class CTransferAction : public CAction {
   HRESULT ExecuteFrame(IDictionary& record) const;
   /// One file with the existence test and the overwrite retry; *failure set on failure.
   HRESULT TransferWithRetry(std::wstring_view source, std::wstring_view target,
+                            TransferSession& session, std::wstring* failure) const;
+  /// A companion of the image now at image: transferred as the image was, unless a move must
+  /// leave it for another picture that still uses it (then it is copied) or finds the copy an
+  /// earlier picture took already at target (then the companion is removed).
+  HRESULT TransferCompanion(const CompanionFile& companion, std::wstring_view target,
+                            std::wstring_view image, CompanionClaim& claim,
                             TransferSession& session, std::wstring* failure) const;
 
   std::wstring destination_;

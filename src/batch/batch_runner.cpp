@@ -199,6 +199,13 @@ void CBatchRunner::Run(RunState& state) {
     std::array<VARIANT, 5> shallow{};
     for (std::size_t i = 0; i < values.size(); ++i) shallow[i] = values[i].ref();
     ThrowIfFailed(state.globals->PutMultiple(5, names.data(), shallow.data()));
+    if (!options_.runPaths.empty()) {
+      std::wstring list;
+      for (const std::wstring& path : options_.runPaths) list += path + L'\0';
+      const Bstr name(L"App.RunPaths");
+      const Variant paths = Variant::String(list);
+      ThrowIfFailed(state.globals->put_Value(name.get(), paths.ref()));
+    }
   }
   sink_->OnProgress(0);
 

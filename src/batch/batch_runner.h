@@ -81,6 +81,9 @@ struct BatchRunnerOptions {
   CFileRecordBuilder::FileExistsFn fileExists;
   /// Makes the per-file dictionaries; empty makes CDictionary objects.
   CFileRecordBuilder::DictionaryFactory createDictionary;
+  /// The files and folders the host's user gave the run; the globals hold them as
+  /// `App.RunPaths`, each path ended by a NUL character. Empty: the key is left out.
+  std::vector<std::wstring> runPaths;
 };
 
 /// What happened to one image.

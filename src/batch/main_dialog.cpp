@@ -102,6 +102,7 @@ void CMainDialog::LoadInitData() {
   runner_->Options().minimumRunTime = (requestFlags_ & kRunRequestShowProgress) != 0
                                           ? minimumRunTime_
                                           : std::chrono::milliseconds::zero();
+  runner_->Options().runPaths = std::move(request.runPaths);
   if (ApplyRules()) WaitForRun();
 }
 

@@ -8,6 +8,8 @@
 #include "com/com_error.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_stream.h"
+#include "rules/rule_stream_reader.h"
+#include "rules/rule_stream_writer.h"
 
 namespace lmk {
 namespace {
@@ -44,10 +46,19 @@ HRESULT WriteRunRequest(IStream* stream, const RunRequest& request) {
     std::memcpy(header.data(), kRunRequestMagic, 4);
     PutDword(header.data() + 4, kRunRequestFormat);
     PutDword(header.data() + 8, request.mode);
-    PutDword(header.data() + 12, request.flags);
+    const DWORD flags = request.runPaths.empty() ? (request.flags & ~kRunRequestRunPaths)
+                                                 : (request.flags | kRunRequestRunPaths);
+    PutDword(header.data() + 12, flags);
     ULONG written = 0;
     LMK_RETURN_IF_FAILED(stream->Write(header.data(), kHeaderSize, &written));
     if (written != kHeaderSize) return STG_E_MEDIUMFULL;
+    if (!request.runPaths.empty()) {
+      if (request.runPaths.size() > kRunRequestMaxRunPaths) return E_INVALIDARG;
+      CRuleStreamWriter paths;
+      paths.U32(static_cast<std::uint32_t>(request.runPaths.size()));
+      for (const std::wstring& path : request.runPaths) paths.Text(path);
+      LMK_RETURN_IF_FAILED(paths.WriteTo(stream));
+    }
     return SaveRuleSet(stream, request.rules, request.templates);
   } catch (...) {
     return HresultFromCurrentException();
@@ -77,6 +88,15 @@ HRESULT ReadRunRequest(IStream* stream, const CElementRegistry& registry, RunReq
                        L"remaining)");
       }
       if ((request.flags & ~kRunRequestKnownFlags) != 0) return Invalid(L"it has unknown flags");
+      if ((request.flags & kRunRequestRunPaths) != 0) {
+        try {
+          CRuleStreamReader paths(stream);
+          const std::uint32_t count = paths.Count(kRunRequestMaxRunPaths, L"run paths");
+          for (std::uint32_t i = 0; i < count; ++i) request.runPaths.push_back(paths.Text());
+        } catch (const CRuleSetError& error) {
+          return Invalid(L"its run paths are damaged (" + error.Text() + L")");
+        }
+      }
     } else {
       // A rule set alone: read it from the start.
       LMK_RETURN_IF_FAILED(SeekTo(stream, 0));

