@@ -399,9 +399,14 @@ HRESULT CBatchRunner::ApplyRules(IDictionary* record, std::wstring_view fileName
                                  bool firstFrame) const {
   for (const std::shared_ptr<const CRule>& rule : rules_) {
     if (!rule || !rule->IsChecked()) continue;
+    TakeErrorDescription();
     const HRESULT selection = rule->EvaluateSelection(record);
     if (FAILED(selection)) {
       log_->Error(batch_text::kEvaluationFailed, selection);
+      // The condition's own words (which pattern, which text) follow the code, as they stand.
+      if (const std::wstring why = TakeErrorDescription(); !why.empty()) {
+        log_->Write(kEventLevelError, why);
+      }
       continue;
     }
     if (selection != S_OK) continue;
