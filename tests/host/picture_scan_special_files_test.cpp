@@ -52,7 +52,7 @@ const SpecialCase kCases[] = {
      {"a.jpg"},
      {"p.jpg"}},
     {"NamedSocket", [](const fs::path& r) { MakeSocket(r / "s.jpg"); }, {"s.jpg"}, {}, {"s.jpg"}},
-    {"NamedDevice", [](const fs::path&) {}, {"/dev/null"}, {}, {"/dev/null"}},
+    {"NamedDevice", [](const fs::path&) {}, {"/dev/zero"}, {}, {"/dev/zero"}},
     {"LinkToFifo",
      [](const fs::path& r) {
        MakeFifo(r / "p.jpg");
@@ -87,6 +87,10 @@ class SpecialFileScan : public ::testing::TestWithParam<SpecialCase> {};
 
 TEST_P(SpecialFileScan, LeavesOutWhatIsNoRegularFile) {
   const SpecialCase& c = GetParam();
+  // Devices are shared with every other program on the machine: take them as they are.
+  for (const std::string& input : c.inputs) {
+    if (input[0] == '/' && !fs::is_character_file(input)) GTEST_SKIP() << input << " is no device";
+  }
   test::ScopedTempDir dir;
   c.make(dir.path());
   std::vector<std::wstring> inputs;
