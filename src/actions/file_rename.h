@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "com/com.h"
+#include "platform/run_cancellation.h"
 
 namespace lmk {
 
@@ -27,7 +28,7 @@ struct SharingRetry {
                                  std::wstring* errorText, const SharingRetry& retry = {});
 
 /// Runs step until it answers anything but a sharing violation, sleeping between attempts as
-/// retry says; returns its last answer.
+/// retry says; returns its last answer, or E_ABORT when the run is cancelled meanwhile.
 template <class Step>
 HRESULT RetryWhileShared(const SharingRetry& retry, Step step);
 
@@ -39,7 +40,9 @@ HRESULT RetryWhileShared(const SharingRetry& retry, Step step) {
   HRESULT hr = step();
   for (int attempt = 1;
        attempt <= retry.retries && hr == HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION); ++attempt) {
+    if (RunCancellation::IsRequested()) return E_ABORT;
     SleepFor(retry.step * attempt);
+    if (RunCancellation::IsRequested()) return E_ABORT;
     hr = step();
   }
   return hr;

@@ -13,6 +13,7 @@
 #include "platform/file_operations.h"
 #include "platform/folder_listing.h"
 #include "platform/processor_info.h"
+#include "platform/run_cancellation.h"
 #include "platform/settings_store.h"
 #include "platform/thread_priority.h"
 #include "platform/usage_counter.h"
@@ -82,6 +83,7 @@ bool CBatchRunner::Start(ProgressSink* sink, HWND window,
     host_ = ComPtr<ILumarkoHost>(host);
     GetSystemTimeAsFileTime(&startTime_);
     cancel_ = std::make_unique<ManualResetEvent>();
+    RunCancellation::Clear();
     busy_ = true;
     thread_ = std::thread(&CBatchRunner::RunThread, this);
     return true;
@@ -96,7 +98,11 @@ bool CBatchRunner::Start(ProgressSink* sink, HWND window,
 
 void CBatchRunner::Cancel() {
   std::lock_guard lock(mutex_);
-  if (cancel_) cancel_->Set();
+  if (cancel_) {
+    cancel_->Set();
+    // Workers waiting for a volume lock or a file held open give up too.
+    RunCancellation::Request();
+  }
 }
 
 bool CBatchRunner::IsBusy() const {
@@ -406,9 +412,14 @@ HRESULT CBatchRunner::ApplyRules(IDictionary* record, std::wstring_view fileName
                                  bool firstFrame) const {
   for (const std::shared_ptr<const CRule>& rule : rules_) {
     if (!rule || !rule->IsChecked()) continue;
+    TakeErrorDescription();
     const HRESULT selection = rule->EvaluateSelection(record);
     if (FAILED(selection)) {
       log_->Error(batch_text::kEvaluationFailed, selection);
+      // The condition's own words (which pattern, which text) follow the code, as they stand.
+      if (const std::wstring why = TakeErrorDescription(); !why.empty()) {
+        log_->Write(kEventLevelError, why);
+      }
       continue;
     }
     if (selection != S_OK) continue;

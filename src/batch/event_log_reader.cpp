@@ -9,6 +9,27 @@
 
 namespace lmk {
 
+namespace {
+
+std::wstring DamageMessage(std::wstring_view path, const EventTraceDamage& damage,
+                           size_t readable) {
+  const FormatArg found[] = {FormatArg(damage.found)};
+  const std::wstring problem =
+      FormatMessageText(DamageProblemText(damage.problem), found).value_or(L"");
+  if (damage.kind == EventTraceDamage::Kind::kBadHeader) {
+    const FormatArg args[] = {FormatArg(path), FormatArg(problem)};
+    return FormatMessageText(LoadEventLogText(EventLogText::kDamagedHeader), args).value_or(L"");
+  }
+  const EventLogText id = damage.kind == EventTraceDamage::Kind::kTruncated
+                              ? EventLogText::kDamagedTruncated
+                              : EventLogText::kDamagedCorrupt;
+  const FormatArg args[] = {FormatArg(path), FormatArg(damage.offset), FormatArg(problem),
+                            FormatArg(static_cast<uint64_t>(readable))};
+  return FormatMessageText(LoadEventLogText(id), args).value_or(L"");
+}
+
+}  // namespace
+
 DWORD EventLogReader::Read(std::wstring_view path, EventLogContents* out) {
   if (out == nullptr) return ERROR_INVALID_PARAMETER;
   try {
@@ -23,16 +44,14 @@ DWORD EventLogReader::Read(std::wstring_view path, EventLogContents* out) {
           return true;
         },
         &damage);
-    if (result != ERROR_SUCCESS) return result;
+    if (result != ERROR_SUCCESS && damage.kind != EventTraceDamage::Kind::kBadHeader) {
+      return result;
+    }
     if (damage.kind != EventTraceDamage::Kind::kNone) {
-      const EventLogText id = damage.kind == EventTraceDamage::Kind::kTruncated
-                                  ? EventLogText::kDamagedTruncated
-                                  : EventLogText::kDamagedCorrupt;
-      const FormatArg args[] = {FormatArg(path), FormatArg(damage.offset)};
-      contents.warning = FormatMessageText(LoadEventLogText(id), args).value_or(L"");
+      contents.damage = DamageMessage(path, damage, contents.entries.size());
     }
     *out = std::move(contents);
-    return ERROR_SUCCESS;
+    return result;
   } catch (const std::bad_alloc&) {
     return ERROR_OUTOFMEMORY;
   }

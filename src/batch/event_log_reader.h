@@ -22,20 +22,20 @@ struct EventLogEntry {
   bool operator==(const EventLogEntry&) const = default;
 };
 
-/// The events of a log file and, when the file is damaged, a warning saying where reading
-/// stopped (the events before the damage are all there).
+/// The events of a log file and, when the file is damaged, a message saying what is wrong and
+/// where reading stopped (the events before the damage are all there).
 struct EventLogContents {
   std::vector<EventLogEntry> entries;
-  std::wstring warning;
+  std::wstring damage;
 };
 
 class EventLogReader {
  public:
   /// Reads every event of `path` in the order written, replacing `*out`. A cut-off or damaged
-  /// tail never fails the read: it ends the list and sets `out->warning`. Returns ERROR_SUCCESS;
+  /// tail never fails the read: it ends the list and sets `out->damage`. Returns ERROR_SUCCESS;
   /// ERROR_FILE_NOT_FOUND (no run has written a log yet), ERROR_ACCESS_DENIED,
-  /// ERROR_INVALID_DATA (not an event log), ERROR_OUTOFMEMORY, ERROR_INVALID_PARAMETER for a
-  /// null `out`.
+  /// ERROR_INVALID_DATA when the file's header is missing or damaged (`out->damage` says how, and
+  /// there are no entries), ERROR_OUTOFMEMORY, ERROR_INVALID_PARAMETER for a null `out`.
   static DWORD Read(std::wstring_view path, EventLogContents* out);
 };
 

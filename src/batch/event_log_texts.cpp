@@ -37,12 +37,42 @@ constexpr std::array kTexts = {
     Entry{EventLogText::kSaveFailed, L"An error occured while saving the file, sorry."},
     Entry{EventLogText::kExportHeader, L"Lumarko Batch Processor Event Log - Generated on"},
     Entry{EventLogText::kDamagedTruncated,
-          L"The event log \"%ls\" ends inside an event at byte %llu (the run that wrote it may "
-          L"have been interrupted); the events before it are shown."},
+          L"The event log \"%ls\" is cut short at byte %llu: %ls. The %llu event(s) before it "
+          L"are shown; the run that wrote it was probably interrupted."},
     Entry{EventLogText::kDamagedCorrupt,
-          L"The event log \"%ls\" is damaged at byte %llu; the events before it are shown."},
+          L"The event log \"%ls\" is damaged at byte %llu: %ls. The %llu event(s) before it are "
+          L"shown; what follows cannot be trusted."},
+    Entry{EventLogText::kDamagedHeader,
+          L"The event log \"%ls\" cannot be read: %ls. It was not written by this program or "
+          L"has been overwritten; apply the rules again to write a new one."},
 };
-static_assert(kTexts.size() == 24, "one entry per EventLogText value");
+static_assert(kTexts.size() == 25, "one entry per EventLogText value");
+
+using Problem = EventTraceDamage::Problem;
+struct ProblemEntry {
+  Problem problem;
+  std::wstring_view text;
+};
+
+constexpr std::array kProblems = {
+    ProblemEntry{Problem::kNone, L"no damage"},
+    ProblemEntry{Problem::kEmptyFile, L"the file is empty"},
+    ProblemEntry{Problem::kHeaderCut, L"the file ends inside its header"},
+    ProblemEntry{Problem::kHeaderSize, L"its header announces %llu bytes, which no log header has"},
+    ProblemEntry{Problem::kNotThisProgram, L"its header does not carry this program's mark"},
+    ProblemEntry{Problem::kHeaderLayout, L"its header's session or file name is out of place"},
+    ProblemEntry{Problem::kRecordCut, L"the file ends inside an event"},
+    ProblemEntry{Problem::kRecordSize,
+                 L"an event's size field says %llu bytes (48 or 64 expected)"},
+    ProblemEntry{Problem::kEventClass, L"an event carries a foreign class GUID"},
+    ProblemEntry{Problem::kFlags, L"an event's flags 0x%llx do not fit its size"},
+    ProblemEntry{Problem::kLevel, L"an event's level is %llu (1 to 5 expected)"},
+    ProblemEntry{Problem::kType, L"an event's type is %llu (0 to 9 expected)"},
+    ProblemEntry{Problem::kTextLength, L"an event's text length or place, %llu, is not possible"},
+    ProblemEntry{Problem::kTextEnd, L"an event's text lacks its terminating zero"},
+};
+static_assert(kProblems.size() == static_cast<size_t>(Problem::kTextEnd) + 1,
+              "one entry per EventTraceDamage::Problem value");
 
 }  // namespace
 
@@ -51,6 +81,13 @@ std::wstring_view LoadEventLogText(EventLogText id) {
     if (entry.id == id) return entry.text;
   }
   return {};
+}
+
+std::wstring_view DamageProblemText(EventTraceDamage::Problem problem) {
+  for (const ProblemEntry& entry : kProblems) {
+    if (entry.problem == problem) return entry.text;
+  }
+  return kProblems[0].text;
 }
 
 std::wstring_view EventLevelWord(BYTE level) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "com/com.h"
+#include "platform/event_trace_reader.h"
 
 namespace lmk {
 
@@ -34,10 +35,15 @@ enum class EventLogText : unsigned {
   kExportHeader = 9000,
   kDamagedTruncated = 9001,
   kDamagedCorrupt = 9002,
+  kDamagedHeader = 9003,
 };
 
 /// The text of `id`; never empty for the ids above.
 std::wstring_view LoadEventLogText(EventLogText id);
+
+/// What is wrong in a damaged log, as a phrase for the kDamaged texts; "%llu" or "%llx" in it
+/// stands for EventTraceDamage::found.
+std::wstring_view DamageProblemText(EventTraceDamage::Problem problem);
 
 /// The word the events list and the export show for a level: "Fatal", "Error", "Warning",
 /// "Info", "Verbose Detail"; "?" for a level outside 1..5.

@@ -259,13 +259,16 @@ void CMainDialog::WaitForRun() {
 
 void CMainDialog::ShowEvents(const std::wstring& logFilePath) {
   EventLogContents contents;
-  if (logFilePath.empty() || EventLogReader::Read(logFilePath, &contents) != ERROR_SUCCESS) return;
+  if (logFilePath.empty()) return;
+  // A log whose header is damaged still gets its message shown, over an empty list.
+  const DWORD read = EventLogReader::Read(logFilePath, &contents);
+  if (read != ERROR_SUCCESS && contents.damage.empty()) return;
   EventFilter filter = EventFilter::kAllEvents;
   if (std::shared_ptr<SettingsStore> store = UserStore()) {
     filter = EventLogSettings(std::move(store)).Filter();
   }
   const std::vector<EventLogEntry> shown = FilterEvents(contents.entries, filter);
-  view_.ShowEvents(shown, contents.warning);
+  view_.ShowEvents(shown, contents.damage);
 }
 
 }  // namespace lmk

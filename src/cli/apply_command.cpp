@@ -92,10 +92,12 @@ int RunApply(const ApplyOptions& options) {
   scanOptions.recursive = options.recursive;
   std::vector<std::wstring> files;
   std::wstring why;
-  if (FAILED(CPictureFileScanner(scanOptions).Scan(inputs, &files, &why))) {
+  std::vector<std::wstring> leftOut;
+  if (FAILED(CPictureFileScanner(scanOptions).Scan(inputs, &files, &why, &leftOut))) {
     PrintError("cannot list the pictures", ToUtf8(why));
     return kExitFailure;
   }
+  WarnLeftOut(leftOut);
   if (files.empty()) {
     PrintError("no pictures found",
                options.recursive ? "check the paths" : "check the paths, or add --recursive");

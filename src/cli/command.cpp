@@ -36,6 +36,13 @@ void PrintError(std::string_view what, std::string_view why) {
                static_cast<int>(why.size()), why.data());
 }
 
+void WarnLeftOut(std::span<const std::wstring> paths) {
+  for (const std::wstring& path : paths) {
+    std::fprintf(stderr, "lumarko: warning: %s: not a regular file, left out\n",
+                 ToUtf8(path).c_str());
+  }
+}
+
 std::string DescribeFailure(HRESULT hr) {
   std::string text = "failed";
   for (const FailureText& entry : kFailureTexts) {

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,10 @@ using Setup = Runner (*)(CLI::App& app);
 
 /// Writes "lumarko: error: <what>: <why>" to stderr.
 void PrintError(std::string_view what, std::string_view why);
+
+/// Writes "lumarko: warning: <path>: not a regular file, left out" for each path a picture scan
+/// left out (named pipes, sockets, devices).
+void WarnLeftOut(std::span<const std::wstring> paths);
 
 /// A readable reason for a failure HRESULT, with its code: "access denied (0x80070005)".
 /// The thread's error description, when one was set, is added after the reason.

@@ -23,7 +23,9 @@ struct EventsOptions {
 
 constexpr const char* kEventsHelp =
     "Lists the events of the last run (`lumarko apply`): each line has the type (Fatal, Error,\n"
-    "Warning, Info), the time and the description, separated by tabs.\n"
+    "Warning, Info), the time and the description, separated by tabs. When the log is damaged,\n"
+    "the events before the damage are listed, then an error says what is wrong and at which byte,\n"
+    "and the exit status is 1.\n"
     "\n"
     "Examples:\n"
     "  lumarko events\n"
@@ -47,7 +49,9 @@ int RunEvents(const EventsOptions& options) {
     return kExitFailure;
   }
   if (read != ERROR_SUCCESS) {
-    PrintError("cannot read " + ToUtf8(log), DescribeFailure(HRESULT_FROM_WIN32(read)));
+    PrintError("cannot read " + ToUtf8(log), contents.damage.empty()
+                                                 ? DescribeFailure(HRESULT_FROM_WIN32(read))
+                                                 : ToUtf8(contents.damage));
     return kExitFailure;
   }
   const std::vector<EventLogEntry> shown = FilterEvents(contents.entries, FilterOf(options.filter));
@@ -67,8 +71,11 @@ int RunEvents(const EventsOptions& options) {
     }
     std::fwrite(text.data(), 1, text.size(), stdout);
   }
-  if (!contents.warning.empty()) {
-    std::fprintf(stderr, "lumarko: warning: %s\n", ToUtf8(contents.warning).c_str());
+  // The readable part is listed (or saved) first; the damage still fails the command, so a
+  // script never takes a partial list for the whole run.
+  if (!contents.damage.empty()) {
+    PrintError("damaged event log", ToUtf8(contents.damage));
+    return kExitFailure;
   }
   return kExitSuccess;
 }

@@ -102,10 +102,12 @@ int RunRecord(const RecordOptions& options) {
   std::vector<std::wstring> files;
   std::wstring why;
   const std::wstring input = FromUtf8(options.file);
-  if (FAILED(CPictureFileScanner().Scan({&input, 1}, &files, &why))) {
+  std::vector<std::wstring> leftOut;
+  if (FAILED(CPictureFileScanner().Scan({&input, 1}, &files, &why, &leftOut))) {
     PrintError("cannot read the record", ToUtf8(why));
     return kExitFailure;
   }
+  WarnLeftOut(leftOut);
   if (files.size() != 1 || !FileExists(files.front())) {
     PrintError(options.file, "not a file (give one picture file)");
     return kExitFailure;

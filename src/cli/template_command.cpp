@@ -66,7 +66,9 @@ std::vector<Target> CollectTargets(const TemplateOptions& options, bool* anyFold
     const std::vector<std::wstring> one = {FromUtf8(input)};
     std::vector<std::wstring> files;
     std::wstring error;
-    const HRESULT hr = scanner.Scan(one, &files, &error);
+    std::vector<std::wstring> leftOut;
+    const HRESULT hr = scanner.Scan(one, &files, &error, &leftOut);
+    WarnLeftOut(leftOut);
     if (hr == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) {
       PrintError(input, "no such file");
       ++*failures;

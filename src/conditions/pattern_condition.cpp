@@ -6,6 +6,7 @@
 #include "com/com_error.h"
 #include "conditions/pattern_match.h"
 #include "conditions/record_value.h"
+#include "templates/bounded_regex.h"
 
 namespace lmk {
 namespace {
@@ -31,7 +32,10 @@ bool CPatternCondition::IsValid(std::wstring* reason) const {
 }
 
 HRESULT CPatternCondition::Match(std::wstring_view text, bool* matched) const {
-  return MatchesPattern(pattern_, regex_, text, matched);
+  const HRESULT hr = MatchesPattern(pattern_, regex_, text, matched);
+  // The log line names the element, so a user with many rules knows which pattern to simplify.
+  if (hr == BoundedRegex::kTooComplex) SetErrorDescription(Key() + L": " + TakeErrorDescription());
+  return hr;
 }
 
 HRESULT CPatternCondition::MatchRecordText(IDictionary& record, const Bstr& key) const {

@@ -24,7 +24,8 @@ class CPatternCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
 
  protected:
-  /// S_OK with *matched set; E_INVALIDARG for an expression that does not compile.
+  /// S_OK with *matched set; E_INVALIDARG for an expression that does not compile;
+  /// BoundedRegex::kTooComplex with a description that names this element.
   HRESULT Match(std::wstring_view text, bool* matched) const;
   /// Matches the record's text value under key: S_OK or S_FALSE (also for an empty value); the
   /// read's failure; E_INVALIDARG as Match.

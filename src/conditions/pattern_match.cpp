@@ -2,9 +2,9 @@
 #include "conditions/pattern_match.h"
 
 #include <locale>
-#include <regex>
 #include <stdexcept>
 
+#include "com/com_error.h"
 #include "rules/element_key.h"
 #include "templates/regex_cache.h"
 
@@ -70,9 +70,13 @@ bool MatchesWildcardList(std::wstring_view patterns, std::wstring_view text) noe
 
 HRESULT MatchesRegex(std::wstring_view pattern, std::wstring_view text, bool* matched) {
   *matched = false;
-  const std::wregex* regex = RegexCache::Get(pattern);
+  const BoundedRegex* regex = RegexCache::Get(pattern);
   if (regex == nullptr) return E_INVALIDARG;
-  *matched = std::regex_match(text.begin(), text.end(), *regex);
+  try {
+    *matched = regex->Match(text);
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
   return S_OK;
 }
 

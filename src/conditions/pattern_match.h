@@ -23,7 +23,9 @@ bool MatchesWildcardList(std::wstring_view patterns, std::wstring_view text) noe
 
 /// The regular-expression mode: pattern is one ECMAScript expression, case-insensitive, that
 /// must match the whole text. Each thread compiles a pattern once and keeps it. S_OK with
-/// *matched set; E_INVALIDARG when pattern is no valid expression (*matched false).
+/// *matched set; E_INVALIDARG when pattern is no valid expression (*matched false);
+/// BoundedRegex::kTooComplex, with an error description naming the expression and the text, when
+/// matching would take too long; E_OUTOFMEMORY.
 [[nodiscard]] HRESULT MatchesRegex(std::wstring_view pattern, std::wstring_view text,
                                    bool* matched);
 

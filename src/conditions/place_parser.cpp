@@ -2,9 +2,11 @@
 #include "conditions/place_parser.h"
 
 #include <charconv>
-#include <regex>
 #include <string>
 #include <vector>
+
+#include "com/com_error.h"
+#include "templates/bounded_regex.h"
 
 namespace lmk {
 namespace {
@@ -26,16 +28,16 @@ constexpr PlacePattern kPatterns[] = {
     {LR"(.*=(-?[0-9]{1,2}\.[0-9]+),(-?[0-9]{1,3}\.[0-9]+),.*)", 1, 2},
 };
 
-const std::wregex& Compiled(std::size_t index) {
-  // Compiled once for the process; std::regex_match on a const regex is safe from any thread.
-  static const std::vector<std::wregex> compiled = [] {
-    std::vector<std::wregex> out;
+const BoundedRegex& Compiled(std::size_t index) {
+  // Compiled once for the process; matching a const expression is safe from any thread.
+  static const std::vector<std::unique_ptr<BoundedRegex>> compiled = [] {
+    std::vector<std::unique_ptr<BoundedRegex>> out;
     for (const PlacePattern& pattern : kPatterns) {
-      out.emplace_back(pattern.expression, std::regex::ECMAScript | std::regex::icase);
+      out.push_back(BoundedRegex::Compile(pattern.expression));
     }
     return out;
   }();
-  return compiled[index];
+  return *compiled[index];
 }
 
 // The captured number, read with a dot as decimal point whatever the locale.
@@ -54,11 +56,15 @@ std::optional<GeoPlace> ParseClipboardPlace(std::wstring_view text) {
   std::wstring line(text);
   while (!line.empty() && (line.back() == L'\n' || line.back() == L'\r')) line.pop_back();
   for (std::size_t i = 0; i < std::size(kPatterns); ++i) {
-    std::wsmatch match;
-    if (!std::regex_match(line, match, Compiled(i))) continue;
+    std::vector<std::wstring> match;
+    try {
+      if (!Compiled(i).Match(line, &match)) continue;
+    } catch (const ComError&) {
+      continue;  // pasted text this pattern cannot decide in time is no place of its kind
+    }
     GeoPlace place;
-    place.latitude = ParseDecimal(match[kPatterns[i].latitudeGroup].str());
-    place.longitude = ParseDecimal(match[kPatterns[i].longitudeGroup].str());
+    place.latitude = ParseDecimal(match[kPatterns[i].latitudeGroup]);
+    place.longitude = ParseDecimal(match[kPatterns[i].longitudeGroup]);
     if (place.latitude < -90 || place.latitude > 90 || place.longitude < -180 ||
         place.longitude > 180) {
       continue;

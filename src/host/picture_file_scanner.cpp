@@ -127,9 +127,11 @@ HRESULT CPictureFileScanner::ScanFolder(const std::wstring& folder,
 }
 
 HRESULT CPictureFileScanner::Scan(std::span<const std::wstring> inputs,
-                                  std::vector<std::wstring>* files, std::wstring* error) const {
+                                  std::vector<std::wstring>* files, std::wstring* error,
+                                  std::vector<std::wstring>* leftOut) const {
   if (files == nullptr || error == nullptr) return E_INVALIDARG;
   files->clear();
+  if (leftOut != nullptr) leftOut->clear();
   for (const std::wstring& input : inputs) {
     const std::wstring absolute = AbsolutePath(input);
     std::error_code ec;
@@ -140,12 +142,18 @@ HRESULT CPictureFileScanner::Scan(std::span<const std::wstring> inputs,
     }
     if (fs::is_directory(status)) {
       LMK_RETURN_IF_FAILED(ScanFolder(absolute, files, error));
-    } else {
+    } else if (fs::is_regular_file(status)) {
       files->push_back(absolute);
+    } else if (leftOut != nullptr) {
+      leftOut->push_back(std::move(absolute));
     }
   }
   std::sort(files->begin(), files->end());
   files->erase(std::unique(files->begin(), files->end()), files->end());
+  if (leftOut != nullptr) {
+    std::sort(leftOut->begin(), leftOut->end());
+    leftOut->erase(std::unique(leftOut->begin(), leftOut->end()), leftOut->end());
+  }
   return S_OK;
 }
 

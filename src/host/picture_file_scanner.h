@@ -34,10 +34,14 @@ class CPictureFileScanner {
   /// Lists the pictures of `inputs`, absolute, without duplicates, sorted by path. A file named
   /// in `inputs` is listed whatever its extension (the user asked for it); a folder contributes
   /// its picture files; hidden files and folders (names beginning with '.') inside a folder are
-  /// skipped. S_OK; HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) for an input that does not exist,
-  /// E_ACCESSDENIED for a folder that cannot be read, with *error naming the path.
+  /// skipped. Only regular files are listed: reading a named pipe, socket or device would block
+  /// or never end, so a named input of that kind goes to `*leftOut` (absolute, once each; may be
+  /// null) and one inside a folder is skipped. S_OK; HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) for
+  /// an input that does not exist, E_ACCESSDENIED for a folder that cannot be read, with *error
+  /// naming the path.
   [[nodiscard]] HRESULT Scan(std::span<const std::wstring> inputs, std::vector<std::wstring>* files,
-                             std::wstring* error) const;
+                             std::wstring* error,
+                             std::vector<std::wstring>* leftOut = nullptr) const;
 
   /// An input path as Scan takes it: made absolute against the working folder, "." and ".."
   /// resolved by their text, without trailing separator. Empty when the working folder cannot

@@ -57,13 +57,14 @@ LocaleFormat::LocaleFormat(std::unique_ptr<Data> data) : data_(std::move(data)) 
 LocaleFormat::~LocaleFormat() = default;
 
 const LocaleFormat& LocaleFormat::Process() {
-  static const LocaleFormat* const process = [] {
+  // An object, not a pointer that is never freed: in the plug-in it must go when the host
+  // unloads the module, or every run that formats a date leaves its formats behind.
+  static const LocaleFormat process = [] {
     auto data = LoadLocaleData(nullptr);
     if (!data) data = Data::FixedEnglish();
-    // Lives for the whole process: formatting may still run while statics are destroyed.
-    return new LocaleFormat(std::move(data));  // NOLINT: intentionally never freed
+    return LocaleFormat(std::move(data));
   }();
-  return *process;
+  return process;
 }
 
 std::unique_ptr<LocaleFormat> LocaleFormat::ForLocale(const std::string& name) {

@@ -67,8 +67,9 @@ inline constexpr std::chrono::milliseconds kWaitForever{-1};
 /// shared by every thread and every process of the user. Callers on one key must agree on
 /// `slots` (VolumeSlotCount(GetDriveKind(key))); a smaller count only waits more.
 /// Returns S_OK; HRESULT_FROM_WIN32(ERROR_TIMEOUT) when `timeout` passed first (never with
-/// kWaitForever); E_INVALIDARG for a null `guard` or an empty key; the system's error when
-/// the lock files cannot be made (with a description naming the folder).
+/// kWaitForever); E_ABORT when the run is cancelled while waiting (RunCancellation);
+/// E_INVALIDARG for a null `guard` or an empty key; the system's error when the lock files
+/// cannot be made (with a description naming the folder).
 [[nodiscard]] HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
                                         std::chrono::milliseconds timeout, VolumeLockGuard* guard);
 

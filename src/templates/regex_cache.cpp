@@ -10,7 +10,7 @@ namespace {
 
 struct Cache {
   // Null entries remember patterns that do not compile, so they are not tried again either.
-  std::unordered_map<std::wstring, std::unique_ptr<std::wregex>> compiled;
+  std::unordered_map<std::wstring, std::unique_ptr<BoundedRegex>> compiled;
   size_t compile_count = 0;
 };
 
@@ -21,20 +21,14 @@ Cache& ThreadCache() {
 
 }  // namespace
 
-const std::wregex* RegexCache::Get(std::wstring_view pattern) {
+const BoundedRegex* RegexCache::Get(std::wstring_view pattern) {
   Cache& cache = ThreadCache();
   std::wstring key(pattern);
   auto found = cache.compiled.find(key);
   if (found != cache.compiled.end()) return found->second.get();
-  std::unique_ptr<std::wregex> regex;
   ++cache.compile_count;
-  try {
-    regex = std::make_unique<std::wregex>(
-        key, std::regex_constants::ECMAScript | std::regex_constants::icase);
-  } catch (const std::regex_error&) {
-    regex.reset();
-  }
-  const std::wregex* result = regex.get();
+  std::unique_ptr<BoundedRegex> regex = BoundedRegex::Compile(key);
+  const BoundedRegex* result = regex.get();
   cache.compiled.emplace(std::move(key), std::move(regex));
   return result;
 }

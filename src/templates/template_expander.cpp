@@ -6,11 +6,25 @@
 
 #include "com/com_error.h"
 #include "platform/fatal_exit.h"
+#include "templates/bounded_regex.h"
 #include "templates/expansion_call.h"
 #include "templates/template_scanner.h"
 #include "templates/variable_dispatcher.h"
 
 namespace lmk {
+namespace {
+
+// The expression alone may appear in several templates of a rule set: name this one.
+HRESULT ReportTooComplex(std::wstring_view templ, const ComError& error) noexcept {
+  try {
+    SetErrorDescription(L"The template \"" + std::wstring(templ) + L"\": " + error.description());
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+  return error.hr();
+}
+
+}  // namespace
 
 HRESULT ExpandTemplate(IDictionary* dictionary, const wchar_t* templ, std::wstring* result,
                        TemplateContext* context) noexcept {
@@ -36,6 +50,9 @@ HRESULT ExpandTemplate(IDictionary* dictionary, std::wstring_view templ, std::ws
     ExpansionCall call(dictionary, *context);
     TemplateScanner::Expand(templ, call, result);
     return S_OK;
+  } catch (const ComError& error) {
+    if (error.hr() != BoundedRegex::kTooComplex) return HresultFromCurrentException();
+    return ReportTooComplex(templ, error);
   } catch (...) {
     return HresultFromCurrentException();
   }

@@ -18,8 +18,10 @@ namespace lmk {
 /// flag and the settings transaction across the templates of one image; null uses a context
 /// of its own for this call. Tokens that are unknown, malformed or empty where a value is
 /// required stay as typed; an unclosed '{' drops the rest of the template.
-/// S_OK; E_INVALIDARG for a null `result`; E_OUTOFMEMORY. When even the result buffer cannot
-/// be allocated the process ends (there is nothing sensible left to do).
+/// S_OK; E_INVALIDARG for a null `result`; E_OUTOFMEMORY; BoundedRegex::kTooComplex when a
+/// `{RegEx...}` or `{Replace...}` expression would take too long on this image (the error
+/// description names the template, the expression and the text). When even the result buffer
+/// cannot be allocated the process ends (there is nothing sensible left to do).
 [[nodiscard]] HRESULT ExpandTemplate(IDictionary* dictionary, const wchar_t* templ,
                                      std::wstring* result,
                                      TemplateContext* context = nullptr) noexcept;

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cwctype>
-#include <regex>
 
 #include "templates/regex_cache.h"
 
@@ -145,12 +144,9 @@ std::wstring TextFunctions::Reverse(std::wstring_view text) {
 
 std::wstring TextFunctions::Replace(std::wstring_view text, std::wstring_view pattern,
                                     std::wstring_view replacement) {
-  const std::wregex* regex = RegexCache::Get(pattern);
+  const BoundedRegex* regex = RegexCache::Get(pattern);
   if (regex == nullptr) return std::wstring(text);
-  std::wstring out;
-  std::regex_replace(std::back_inserter(out), text.begin(), text.end(), *regex,
-                     std::wstring(replacement));
-  return out;
+  return regex->ReplaceAll(text, replacement);
 }
 
 }  // namespace lmk

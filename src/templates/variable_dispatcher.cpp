@@ -7,7 +7,6 @@
 #include "templates/variable_dispatcher.h"
 
 #include <array>
-#include <regex>
 #include <vector>
 
 #include "platform/file_hash.h"
@@ -282,13 +281,8 @@ bool RegEx(const Entry& e, std::wstring_view token, ExpansionCall& call, std::ws
     subject = e.param == kRegExName ? std::wstring(FileNamePieces::FileName(path, name_override))
                                     : FileNamePieces::FullPath(path, name_override);
   }
-  const std::wregex* regex = RegexCache::Get(pattern);
-  std::wsmatch match;
-  if (regex != nullptr && std::regex_match(subject, match, *regex)) {
-    auto& references = call.context().back_references();
-    for (size_t i = 0; i < match.size(); ++i) {
-      references.push_back(match[i].matched ? match[i].str() : std::wstring());
-    }
+  if (const BoundedRegex* regex = RegexCache::Get(pattern)) {
+    regex->Match(subject, &call.context().back_references());
   }
   return true;  // the token itself yields nothing
 }

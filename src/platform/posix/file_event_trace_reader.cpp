@@ -24,55 +24,99 @@ bool ReadExact(FILE* file, size_t size, std::vector<uint8_t>* out) {
   return size == 0 || std::fread(out->data(), 1, size, file) == size;
 }
 
+using Problem = EventTraceDamage::Problem;
+
+Problem ProblemOf(EventRecordCodec::Status status) {
+  using Status = EventRecordCodec::Status;
+  switch (status) {
+    case Status::kOk:
+      return Problem::kNone;
+    case Status::kTruncated:
+      return Problem::kRecordCut;
+    case Status::kBadSize:
+      return Problem::kRecordSize;
+    case Status::kBadClass:
+      return Problem::kEventClass;
+    case Status::kBadFlags:
+      return Problem::kFlags;
+    case Status::kBadLevel:
+      return Problem::kLevel;
+    case Status::kBadType:
+      return Problem::kType;
+    case Status::kBadTextLength:
+      return Problem::kTextLength;
+  }
+  return Problem::kRecordSize;
+}
+
 DWORD ReadAll(FILE* file, const std::function<bool(EventTraceRecord&&)>& on_record,
               EventTraceDamage* damage) {
   using Codec = EventRecordCodec;
-  std::vector<uint8_t> bytes;
-  if (!ReadExact(file, 4, &bytes)) return ERROR_INVALID_DATA;
-  const size_t block_size = Codec::SessionBlockSize(bytes);
-  if (block_size == 0) return ERROR_INVALID_DATA;
-  std::vector<uint8_t> rest;
-  if (!ReadExact(file, block_size - 4, &rest)) return ERROR_INVALID_DATA;
-  bytes.insert(bytes.end(), rest.begin(), rest.end());
-  Codec::SessionInfo session;
-  if (!Codec::DecodeSessionBlock(bytes, &session)) return ERROR_INVALID_DATA;
-
-  uint64_t offset = block_size;
-  auto stop = [&](EventTraceDamage::Kind kind) {
+  using Kind = EventTraceDamage::Kind;
+  uint64_t offset = 0;
+  auto stop = [&](Kind kind, Problem problem, uint64_t found = 0) {
     damage->kind = kind;
+    damage->problem = problem;
     damage->offset = offset;
-    return ERROR_SUCCESS;
+    damage->found = found;
+    return kind == Kind::kBadHeader ? static_cast<DWORD>(ERROR_INVALID_DATA)
+                                    : static_cast<DWORD>(ERROR_SUCCESS);
   };
+
+  std::vector<uint8_t> bytes(4);
+  const size_t first = std::fread(bytes.data(), 1, 4, file);
+  if (first == 0) return stop(Kind::kBadHeader, Problem::kEmptyFile);
+  if (first < 4) return stop(Kind::kBadHeader, Problem::kHeaderCut, first);
+  const size_t block_size = Codec::SessionBlockSize(bytes);
+  if (block_size == 0) {
+    const uint64_t announced =
+        bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<uint64_t>(bytes[3]) << 24);
+    return stop(Kind::kBadHeader, Problem::kHeaderSize, announced);
+  }
+  std::vector<uint8_t> rest;
+  if (!ReadExact(file, block_size - 4, &rest)) {
+    return stop(Kind::kBadHeader, Problem::kHeaderCut, block_size);
+  }
+  bytes.insert(bytes.end(), rest.begin(), rest.end());
+  if (!Codec::HasProviderMark(bytes)) return stop(Kind::kBadHeader, Problem::kNotThisProgram);
+  Codec::SessionInfo session;
+  if (!Codec::DecodeSessionBlock(bytes, &session)) {
+    return stop(Kind::kBadHeader, Problem::kHeaderLayout);
+  }
+
+  offset = block_size;
   std::vector<uint8_t> head;
   std::vector<uint8_t> text;
   for (;;) {
     head.resize(2);
     const size_t got = std::fread(head.data(), 1, 2, file);
     if (got == 0) return ERROR_SUCCESS;  // the end, on a record boundary
-    if (got < 2) return stop(EventTraceDamage::Kind::kTruncated);
+    if (got < 2) return stop(Kind::kTruncated, Problem::kRecordCut);
     const size_t header = Codec::HeaderSize(head);
     if (header != Codec::kHeaderSizeWithText && header != Codec::kHeaderSizeWithoutText) {
-      return stop(EventTraceDamage::Kind::kCorrupt);
+      return stop(Kind::kCorrupt, Problem::kRecordSize, header);
     }
     std::vector<uint8_t> more;
     if (!ReadExact(file, header + Codec::kTimeStampSize - 2, &more)) {
-      return stop(EventTraceDamage::Kind::kTruncated);
+      return stop(Kind::kTruncated, Problem::kRecordCut);
     }
     head.insert(head.end(), more.begin(), more.end());
     Codec::RecordHead fields;
-    if (Codec::DecodeRecordHead(head, &fields) != Codec::Status::kOk) {
-      return stop(EventTraceDamage::Kind::kCorrupt);
-    }
+    uint64_t found = 0;
+    const Codec::Status status = Codec::DecodeRecordHead(head, &fields, &found);
+    if (status != Codec::Status::kOk) return stop(Kind::kCorrupt, ProblemOf(status), found);
     EventTraceRecord record;
     record.level = fields.level;
     record.type = fields.type;
     record.time = fields.time;
     if (fields.has_text) {
       if (!ReadExact(file, fields.text_bytes, &text)) {
-        return stop(EventTraceDamage::Kind::kTruncated);
+        return stop(Kind::kTruncated, Problem::kRecordCut);
       }
       record.text.emplace();
-      if (!Codec::DecodeText(text, &*record.text)) return stop(EventTraceDamage::Kind::kCorrupt);
+      if (!Codec::DecodeText(text, &*record.text)) {
+        return stop(Kind::kCorrupt, Problem::kTextEnd);
+      }
     }
     offset += head.size() + fields.text_bytes;
     if (!on_record(std::move(record))) return ERROR_SUCCESS;

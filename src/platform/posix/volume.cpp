@@ -27,6 +27,7 @@
 #include "platform/posix/error_map.h"
 #include "platform/posix/run_memory.h"
 #include "platform/posix/unique_fd.h"
+#include "platform/run_cancellation.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {
@@ -320,15 +321,8 @@ HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
     }
     files.push_back(std::move(file));
   }
-  // One slot and no limit: the kernel queues the waiters.
-  if (slots == 1 && timeout < std::chrono::milliseconds::zero()) {
-    while (::flock(files[0].get(), LOCK_EX) != 0) {
-      if (errno != EINTR) return HresultFromErrno(errno, L"Cannot lock the volume");
-    }
-    guard->slot_ = 0;
-    guard->handle_ = files[0].Release();
-    return S_OK;
-  }
+  // Polled rather than a blocking flock, also without a limit: a cancelled run must not sit
+  // behind another process's long transfer.
   const auto deadline = std::chrono::steady_clock::now() + timeout;
   std::chrono::milliseconds pause{1};
   for (;;) {
@@ -346,6 +340,7 @@ HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
         std::chrono::steady_clock::now() >= deadline) {
       return HRESULT_FROM_WIN32(ERROR_TIMEOUT);
     }
+    if (RunCancellation::IsRequested()) return E_ABORT;
     std::this_thread::sleep_for(pause);
     pause = std::min(pause * 2, std::chrono::milliseconds{16});
   }

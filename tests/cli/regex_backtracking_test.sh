@@ -1,0 +1,56 @@
+#!/bin/sh
+# Regression: a template's or condition's regular expression with a repeat inside a repeat, on a
+# name of 40 "a" and a "b", kept a run busy until it was killed. It must now fail that element
+# at once with a message naming the template or condition, the expression and the name.
+# Usage: regex_backtracking_test.sh <path of lumarko> <samples folder>
+set -u
+LUMARKO=$1
+SAMPLES=$2
+WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-regex-test-XXXXXX") || exit 1
+trap 'rm -rf "$WORK"' EXIT INT TERM
+LUMARKO_CONFIG_DIR=$WORK/config
+XDG_DATA_HOME=$WORK/data
+export LUMARKO_CONFIG_DIR XDG_DATA_HOME
+unset LUMARKO_PLUGIN
+
+failures=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+# run NAME CODE -- ARGS...: lumarko with a time limit far above what a bounded match needs.
+run() {
+  name=$1 code=$2
+  shift 3
+  (cd "$WORK/pics" && timeout 30 "$LUMARKO" "$@") >"$WORK/out" 2>"$WORK/err"
+  actual=$?
+  [ "$actual" -eq "$code" ] || { fail "$name: exit status $actual, expected $code"; cat "$WORK/err"; }
+}
+has() {  # has NAME FILE PATTERN
+  grep -Eq -- "$3" "$WORK/$2" || { fail "$1: $2 lacks /$3/"; sed 's/^/  /' "$WORK/$2"; }
+}
+
+pic=aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab
+too_complex='the regular expression "\(a\+\)\+\$" is too complex to match "'$pic'"'
+mkdir "$WORK/pics"
+cp "$SAMPLES/plain_nometa.jpg" "$WORK/pics/$pic.jpg"
+cat >"$WORK/rules.yaml" <<'YAML'
+rules:
+  - name: Hungry template
+    actions:
+      - Action.Rename: { template: "{RegEx:(a+)+$}{1}" }
+  - name: Hungry condition
+    conditions:
+      - Condition.FileName: { pattern: "(a+)+$", syntax: regex }
+YAML
+
+run "template command" 1 -- template '{RegEx:(a+)+$}{1}' "$pic.jpg"
+has "template command names the template" err \
+  "^lumarko: error: $pic.jpg: .*The template \"\{RegEx:\(a\+\)\+\\\$\}\{1\}\": $too_complex"
+
+run "apply" 4 -- apply "$WORK/rules.yaml" . --mode all
+has "apply reports errors" out "some errors have been recorded"
+[ -f "$WORK/pics/$pic.jpg" ] || fail "apply: the picture was renamed or lost"
+run "events" 0 -- events --filter errors
+has "events: the rename" out "The template \"\{RegEx:\(a\+\)\+\\\$\}\{1\}\": $too_complex"
+has "events: the condition" out "Condition.FileName: $too_complex"
+
+if [ $failures -ne 0 ]; then echo "$failures failure(s)"; exit 1; fi
+echo "all regular-expression cases passed"

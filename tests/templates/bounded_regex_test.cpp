@@ -1,0 +1,126 @@
+// The bounded engine against the standard library's ECMAScript engine, and its give-up on
+// expressions that would back-track without end.
+#include "templates/bounded_regex.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <regex>
+
+#include "com/com_error.h"
+#include "templates/template_expander.h"
+
+namespace lmk {
+namespace {
+
+struct SameCase {
+  const char* name;
+  std::wstring pattern;
+  std::wstring text;
+  std::wstring replacement;  // for ReplaceAll
+};
+
+// Forms users write in templates and conditions, where Perl-style engines and ECMAScript
+// disagree easily: anchors, "." at line ends, case, empty matches and the replace format.
+const SameCase kSameCases[] = {
+    {"Groups", LR"((\d+)-(\d+))", L"12-34", L"$2_$1"},
+    {"UnmatchedGroupIsEmpty", L"(a)|(b)", L"b", L"[$1|$2]"},
+    {"IgnoresCase", L"img_(\\d+)", L"IMG_0042", L"$1"},
+    {"DotStopsAtLineEnd", L"a.b", L"a\nb", L"x"},
+    {"DollarOnlyAtTheEnd", L"a$", L"a\na", L"x"},
+    {"CaretOnlyAtTheStart", L".*\n^b", L"a\nb", L"x"},
+    {"DollarDollarAndWholeMatch", L"b+", L"abbc", L"<$$$&>"},
+    {"PrefixAndSuffix", L"b", L"abc", L"[$`|$']"},
+    {"MissingGroupGivesNothing", L"(a)", L"aa", L"$2$9."},
+    {"TwoDigitGroup", L"(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)(k)", L"abcdefghijk", L"$11$10$1"},
+    {"BackslashAndUnknownDollarStayLiteral", L"a", L"a", L"\\n$x$"},
+    {"EmptyMatchesBetweenCharacters", L"x*", L"abc", L"-"},
+    {"BackReferenceInPattern", LR"((\w)\1)", L"aa", L"$1"},
+    {"CharacterClassWithDash", L"[_\\-~]+", L"a_-~b", L" "},
+    {"NoMatch", L"z", L"abc", L"y"},
+};
+
+class SameAsEcmaScript : public ::testing::TestWithParam<SameCase> {};
+
+TEST_P(SameAsEcmaScript, MatchesAndReplacesAlike) {
+  const SameCase& c = GetParam();
+  const std::wregex reference(c.pattern, std::regex::ECMAScript | std::regex::icase);
+  const std::unique_ptr<BoundedRegex> bounded = BoundedRegex::Compile(c.pattern);
+  ASSERT_NE(bounded, nullptr);
+
+  std::wsmatch match;
+  const bool expected = std::regex_match(c.text, match, reference);
+  std::vector<std::wstring> groups;
+  EXPECT_EQ(bounded->Match(c.text, &groups), expected);
+  std::vector<std::wstring> expected_groups;
+  if (expected) {
+    for (const auto& group : match) expected_groups.push_back(group.matched ? group.str() : L"");
+  }
+  EXPECT_EQ(groups, expected_groups);
+  EXPECT_EQ(bounded->ReplaceAll(c.text, c.replacement),
+            std::regex_replace(c.text, reference, c.replacement));
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, SameAsEcmaScript, ::testing::ValuesIn(kSameCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+struct HangCase {
+  const char* name;
+  std::wstring pattern;
+  std::wstring text;
+};
+
+const HangCase kHangCases[] = {
+    {"NestedPlus", L"(a+)+$", std::wstring(40, L'a') + L'b'},
+    {"NestedStar", L"(a*)*b", std::wstring(60, L'a')},
+    {"AlternationOfOverlaps", L"(a|aa)+$", std::wstring(60, L'a') + L'b'},
+    {"LongName", L"(\\w+\\s?)+$", std::wstring(2000, L'x') + L'!'},
+};
+
+class GivesUp : public ::testing::TestWithParam<HangCase> {};
+
+TEST_P(GivesUp, WithinASecond) {
+  const HangCase& c = GetParam();
+  const std::unique_ptr<BoundedRegex> regex = BoundedRegex::Compile(c.pattern);
+  ASSERT_NE(regex, nullptr);
+  const auto start = std::chrono::steady_clock::now();
+  for (const bool replace : {false, true}) {
+    try {
+      if (replace) {
+        regex->ReplaceAll(c.text, L"x");
+      } else {
+        regex->Match(c.text);
+      }
+      ADD_FAILURE() << (replace ? "ReplaceAll" : "Match") << " did not give up";
+    } catch (const ComError& error) {
+      EXPECT_EQ(error.hr(), BoundedRegex::kTooComplex);
+      EXPECT_NE(error.description().find(c.pattern), std::wstring::npos) << "names the pattern";
+    }
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+INSTANTIATE_TEST_SUITE_P(Pathological, GivesUp, ::testing::ValuesIn(kHangCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(BoundedRegexTemplate, FailureNamesTemplateExpressionAndName) {
+  TemplateContext context;
+  context.set_name_override(std::wstring(40, L'a') + L'b');
+  std::wstring result;
+  EXPECT_EQ(ExpandTemplate(nullptr, L"{RegEx:(a+)+$}{1}", &result, &context),
+            BoundedRegex::kTooComplex);
+  const std::wstring why = TakeErrorDescription();
+  for (const std::wstring& part : {std::wstring(L"{RegEx:(a+)+$}{1}"), std::wstring(L"\"(a+)+$\""),
+                                   *context.name_override()}) {
+    EXPECT_NE(why.find(part), std::wstring::npos) << "lacks " << part.size() << " characters";
+  }
+}
+
+TEST(BoundedRegexCompile, RefusesWhatDoesNotCompile) {
+  for (const wchar_t* bad : {L"(a", L"a{2,1}", L"[b-a]", L"*a"}) {
+    EXPECT_EQ(BoundedRegex::Compile(bad), nullptr) << "compiled";
+  }
+}
+
+}  // namespace
+}  // namespace lmk
