@@ -16,8 +16,8 @@
 #include "com/com_object.h"
 #include "com/com_ptr.h"
 #include "host/exiv2_metadata_reader.h"
+#include "host_api/lumarko_host.h"
 #include "shell/image_record.h"
-#include "shell/lumarko_host.h"
 
 namespace lmk {
 

@@ -7,7 +7,8 @@
 #include <vector>
 
 #include "com/com.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
+#include "platform/usage_counter.h"
 #include "support/unanswering_host.h"
 
 namespace lmk::test {

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "com/com.h"
+#include "host_api/lumarko_host.h"
 #include "shell/image_record.h"
-#include "shell/lumarko_host.h"
 
 namespace lmk::test {
 

@@ -1,10 +1,10 @@
 // ILumarkoHost: what a plug-in asks of the viewer that hosts it (image list, image records,
-// metadata writes, notices of changed files), the image record, and the host's usage counter.
+// metadata writes, notices of changed files) and the image record. Elements, the runner and the
+// hosts all include it, so it lives below all of them.
 #pragma once
 
 #include "com/com.h"
 #include "com/com_ptr.h"
-#include "platform/usage_counter.h"
 
 /// Bits of LMKIMAGERECORD::gpsFlags: which GPS values the image carries. Only the low seven bits
 /// are defined; a value whose bit is clear is 0 in the record.
