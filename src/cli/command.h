@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,12 @@ using Setup = Runner (*)(CLI::App& app);
 
 /// Writes "lumarko: error: <what>: <why>" to stderr.
 void PrintError(std::string_view what, std::string_view why);
+
+/// Writes what the plug-in's dialog would show in a message box, as a diagnostic on stderr:
+/// "lumarko: error: [<what>: ]<instruction>", an empty line, <content>, then each line of
+/// details indented.
+void PrintMessage(std::string_view what, std::wstring_view instruction, std::wstring_view content,
+                  std::span<const std::wstring> details = {});
 
 /// A readable reason for a failure HRESULT, with its code: "access denied (0x80070005)".
 /// The thread's error description, when one was set, is added after the reason.
