@@ -3,9 +3,9 @@
 #include "batch/batch_runner.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
+#include "batch/run_globals.h"
 #include "com/bstr.h"
 #include "com/com_error.h"
 #include "com/time_convert.h"
@@ -22,7 +22,6 @@ namespace {
 
 constexpr std::wstring_view kHostSettingsKey = L"SOFTWARE\\QELN\\Lumarko";
 constexpr std::wstring_view kUseHtCoresValue = L"UseHTCores";
-constexpr std::wstring_view kKeepCopyIndexKey = L"App.SessionKeepCopyIndex";
 // Stands for the path of an image that the host could not deliver and did not describe.
 constexpr std::wstring_view kUndeliveredImage = L"(an image the host could not read)";
 
@@ -177,28 +176,9 @@ void CBatchRunner::Run(RunState& state) {
     return;
   }
 
-  FILETIME sessionStart{};
-  Bstr version;
-  ULONG keepCopyIndex = 0;
-  if (FAILED(host_->GetSessionInfo(&sessionStart, &version, &keepCopyIndex))) {
+  if (FAILED(FillRunGlobals(*host_.Get(), window_, *state.globals.Get()))) {
     abort_.store(true);
     return;
-  }
-  {
-    std::array<Variant, 5> values = {
-        Variant::I8(static_cast<int64_t>(reinterpret_cast<intptr_t>(window_))),
-        TextValue(version.view()),
-        Variant::Date(RecordDate(sessionStart)),
-        Variant::I8(FileTimeToInt64(sessionStart)),
-        Variant::UI4(keepCopyIndex),
-    };
-    std::array<LPOLESTR, 5> names = {
-        const_cast<LPOLESTR>(L"App.hWnd"), const_cast<LPOLESTR>(L"App.Version"),
-        const_cast<LPOLESTR>(L"App.StartTime"), const_cast<LPOLESTR>(L"App.StartTimeFT"),
-        const_cast<LPOLESTR>(kKeepCopyIndexKey.data())};
-    std::array<VARIANT, 5> shallow{};
-    for (std::size_t i = 0; i < values.size(); ++i) shallow[i] = values[i].ref();
-    ThrowIfFailed(state.globals->PutMultiple(5, names.data(), shallow.data()));
   }
   sink_->OnProgress(0);
 
