@@ -1,5 +1,8 @@
 # Shared by the command-line regression cases: a private work folder, settings and log, and
-# checks that count failures. Source it with LUMARKO set; call `finish` last.
+# checks that count failures. Source it from a case run as `case.sh <lumarko> [<samples folder>]`;
+# call `finish` last.
+LUMARKO=$1
+SAMPLES=${2:-}
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-cli-case-XXXXXX") || exit 1
 trap 'rm -rf "$WORK"' EXIT INT TERM
 LUMARKO_CONFIG_DIR=$WORK/config
@@ -7,6 +10,12 @@ XDG_DATA_HOME=$WORK/data
 export LUMARKO_CONFIG_DIR XDG_DATA_HOME
 unset LUMARKO_PLUGIN
 failures=0
+
+# pictures NAME...: copies these samples into $WORK/pictures.
+pictures() {
+  mkdir -p "$WORK/pictures"
+  for picture in "$@"; do cp "$SAMPLES/$picture" "$WORK/pictures/" || exit 1; done
+}
 
 fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 
@@ -32,6 +41,11 @@ same() {
 # has NAME FILE PATTERN: $WORK/FILE matches the extended regular expression PATTERN.
 has() {
   grep -Eq -- "$3" "$WORK/$2" || { fail "$1: $2 lacks /$3/"; sed 's/^/  /' "$WORK/$2"; }
+}
+
+# lacks NAME FILE PATTERN: $WORK/FILE does not match PATTERN.
+lacks() {
+  ! grep -Eq -- "$3" "$WORK/$2" || { fail "$1: $2 has /$3/"; sed 's/^/  /' "$WORK/$2"; }
 }
 
 finish() {

@@ -3,7 +3,6 @@
 # looks at the rules), then says what to try.
 # Usage: empty_image_list_test.sh <path of lumarko>
 set -u
-LUMARKO=$1
 . "$(dirname "$0")/cli_case.sh"
 
 mkdir "$WORK/empty" "$WORK/notes"

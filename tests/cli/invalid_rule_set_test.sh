@@ -3,12 +3,9 @@
 # the dialog's two texts joined by an empty line, then one reason per invalid element.
 # Usage: invalid_rule_set_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
 . "$(dirname "$0")/cli_case.sh"
 
-mkdir "$WORK/pictures"
-cp "$SAMPLES/street_2023.jpg" "$WORK/pictures/"
+pictures street_2023.jpg
 cat >"$WORK/invalid.yaml" <<'YAML'
 rules:
   - name: Fine

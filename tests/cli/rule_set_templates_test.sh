@@ -3,12 +3,9 @@
 # user's templates of the same name; a name found in neither is refused before any file moves.
 # Usage: rule_set_templates_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
 . "$(dirname "$0")/cli_case.sh"
 
-mkdir "$WORK/pictures"
-cp "$SAMPLES/street_2023.jpg" "$WORK/pictures/"
+pictures street_2023.jpg
 run "user template" 0 templates set Dated "user-{FileName}"
 run "user-only template" 0 templates set Stored "stored-{FileName}"
 cat >"$WORK/own.yaml" <<YAML
