@@ -5,7 +5,7 @@
 #include "com/bstr.h"
 #include "com/com_ptr.h"
 #include "com/variant.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
 
 namespace lmk {
 namespace {

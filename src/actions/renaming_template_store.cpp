@@ -16,20 +16,20 @@ std::shared_mutex& RuleSetLock() {
   return lock;
 }
 
-std::shared_ptr<const NamedTemplates>& RuleSetTemplates() {
+std::shared_ptr<const NamedTemplates>& InstalledTemplates() {
   static std::shared_ptr<const NamedTemplates> templates;
   return templates;
 }
 
 std::shared_ptr<const NamedTemplates> CurrentRuleSetTemplates() {
   std::shared_lock lock(RuleSetLock());
-  return RuleSetTemplates();
+  return InstalledTemplates();
 }
 
 std::shared_ptr<const NamedTemplates> ExchangeRuleSetTemplates(
     std::shared_ptr<const NamedTemplates> templates) {
   std::unique_lock lock(RuleSetLock());
-  std::swap(RuleSetTemplates(), templates);
+  std::swap(InstalledTemplates(), templates);
   return templates;
 }
 
@@ -122,6 +122,14 @@ HRESULT CRenamingTemplateStore::Find(std::wstring_view name, std::wstring* text)
 RuleSetTemplatesScope::RuleSetTemplatesScope(NamedTemplates templates)
     : previous_(
           ExchangeRuleSetTemplates(std::make_shared<const NamedTemplates>(std::move(templates)))) {}
+
+RuleSetTemplatesScope::RuleSetTemplatesScope(const RuleSetTemplates& templates)
+    : RuleSetTemplatesScope([&templates] {
+        NamedTemplates named;
+        for (const RuleSetTemplate& entry : templates)
+          named.insert_or_assign(entry.name, entry.text);
+        return named;
+      }()) {}
 
 RuleSetTemplatesScope::~RuleSetTemplatesScope() { ExchangeRuleSetTemplates(std::move(previous_)); }
 

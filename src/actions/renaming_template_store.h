@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "com/com.h"
+#include "rules/rule_set_template.h"
 
 namespace lmk {
 
@@ -62,6 +63,9 @@ class CRenamingTemplateStore {
 class RuleSetTemplatesScope {
  public:
   explicit RuleSetTemplatesScope(NamedTemplates templates);
+  /// A rule set's own templates as the rule set file gives them; a later name wins over an
+  /// earlier one that differs only in case.
+  explicit RuleSetTemplatesScope(const RuleSetTemplates& templates);
   ~RuleSetTemplatesScope();
   RuleSetTemplatesScope(const RuleSetTemplatesScope&) = delete;
   RuleSetTemplatesScope& operator=(const RuleSetTemplatesScope&) = delete;

@@ -17,9 +17,9 @@
 #include "com/com.h"
 #include "com/com_ptr.h"
 #include "dictionary/idictionary.h"
+#include "host_api/lumarko_host.h"
 #include "platform/event_log_writer.h"
 #include "rules/rule.h"
-#include "shell/lumarko_host.h"
 
 namespace lmk {
 

@@ -2,6 +2,7 @@
 #include "batch/file_record_builder.h"
 
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "com/bstr.h"
@@ -14,136 +15,217 @@
 namespace lmk {
 namespace {
 
-// Keep this table, Values() and the documented vocabulary in step: the static_assert on the
-// table's size and the record test's comparison of names and types catch a slip.
-constexpr std::array<FileRecordKey, kFileRecordKeyCount> kKeys = {{
-    {L"Plugin.Host", VT_UNKNOWN},
-    {L"Plugin.Globals", VT_DISPATCH},
-    {L"Plugin.Attachments", VT_DISPATCH},
-    {L"App.ImagesFolder", VT_BSTR},
-    {L"App.KeepCopyFolder", VT_BSTR},
-    {L"File.Name", VT_BSTR},
-    {L"File.PathNoExt", VT_BSTR},
-    {L"File.Extensions", VT_BSTR},
-    {L"File.DisplayExtensions", VT_BSTR},
-    {L"File.Attributes", VT_UI4},
-    {L"File.CreationTime", VT_DATE},
-    {L"File.CreationTimeFT", VT_I8},
-    {L"File.LastAccessTime", VT_DATE},
-    {L"File.LastAccessTimeFT", VT_I8},
-    {L"File.LastWriteTime", VT_DATE},
-    {L"File.LastWriteTimeFT", VT_I8},
-    {L"File.Size", VT_UI4},
-    {L"File.HashCode64", VT_I8},
-    {L"File.InternalCookie", VT_UI8},
-    {L"Misc.ExternalBookmark", VT_BSTR},
-    {L"Misc.CopiedFlag", VT_BOOL},
-    {L"Misc.MarkedForPublishingFlag", VT_BOOL},
-    {L"Misc.MarkedForDeletionFlag", VT_BOOL},
-    {L"Misc.BWPreviewFlag", VT_BOOL},
-    {L"Misc.MultiFramesFlag", VT_BOOL},
-    {L"Misc.FrameNumber", VT_UI2},
-    {L"Misc.TotalFrames", VT_UI2},
-    {L"Misc.QuickBookmarkIndex", VT_UI2},
-    {L"Meta.DateTaken", VT_DATE},
-    {L"Meta.DateTakenFT", VT_I8},
-    {L"Meta.ExposureBias", VT_R4},
-    {L"Meta.ExposureTime", VT_R4},
-    {L"Meta.FNumber", VT_R4},
-    {L"Meta.MaxApertureValue", VT_R4},
-    {L"Meta.FocalLength", VT_R4},
-    {L"Meta.DigitalZoomRatio", VT_R4},
-    {L"Meta.SubjectDistance", VT_R4},
-    {L"Meta.Flash", VT_UI2},
-    {L"Meta.FocalLengthInFilm", VT_UI2},
-    {L"Meta.MeteringMode", VT_UI2},
-    {L"Meta.Orientation", VT_UI2},
-    {L"Meta.ProgramMode", VT_UI2},
-    {L"Meta.Contrast", VT_UI2},
-    {L"Meta.Saturation", VT_UI2},
-    {L"Meta.Sharpness", VT_UI2},
-    {L"Meta.SubjectDistanceRange", VT_UI2},
-    {L"Meta.SensingMethod", VT_UI2},
-    {L"Meta.ExposureMode", VT_UI2},
-    {L"Meta.WhiteBalance", VT_UI2},
-    {L"Meta.LightSource", VT_UI2},
-    {L"Meta.ISOSpeed", VT_UI4},
-    {L"Meta.FileNumber", VT_UI4},
-    {L"Meta.FolderNumber", VT_UI4},
-    {L"Meta.IccProfileName", VT_BSTR},
-    {L"Meta.CameraMake", VT_BSTR},
-    {L"Meta.CameraModel", VT_BSTR},
-    {L"Meta.LensModel", VT_BSTR},
-    {L"Meta.Comment", VT_BSTR},
-    {L"Meta.Artist", VT_BSTR},
-    {L"Meta.Copyright", VT_BSTR},
-    {L"Meta.ImageUniqueID", VT_BSTR},
-    {L"Meta.CameraSerialNumber", VT_BSTR},
-    {L"Meta.XMP.Rating", VT_I2},
-    {L"Meta.XMP.Label", VT_I2},
-    {L"Meta.XMP.LabellingConvention", VT_I2},
-    {L"Meta.Photoshop.Urgency", VT_I2},
-    {L"Meta.GPS.Flags", VT_UI2},
-    {L"Meta.GPS.TimeStamp", VT_DATE},
-    {L"Meta.GPS.TimeStampFT", VT_I8},
-    {L"Meta.GPS.Latitude", VT_R8},
-    {L"Meta.GPS.Longitude", VT_R8},
-    {L"Meta.GPS.Altitude", VT_R4},
-    {L"Meta.GPS.Speed", VT_R4},
-    {L"Meta.GPS.ImgDirection", VT_R4},
-    {L"Meta.GPS.MeasurementActive", VT_UI1},
-    {L"Meta.GPS.MapDatum", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.DateCreated", VT_DATE},
-    {L"Meta.IPTC.DescriptiveInfo.DateCreatedFT", VT_I8},
-    {L"Meta.IPTC.DescriptiveInfo.DateCreatedTimeBias", VT_I4},
-    {L"Meta.IPTC.DescriptiveInfo.IntellectualGenre", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.IPTCScene", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.Location", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.City", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.StateProvince", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.ISOCountryCode", VT_BSTR},
-    {L"Meta.IPTC.DescriptiveInfo.Country", VT_BSTR},
-    {L"Meta.IPTC.Photographer.Creator", VT_BSTR},
-    {L"Meta.IPTC.Photographer.CreatorJobTitle", VT_BSTR},
-    {L"Meta.IPTC.Photographer.CreatorAddress", VT_BSTR},
-    {L"Meta.IPTC.Photographer.City", VT_BSTR},
-    {L"Meta.IPTC.Photographer.StateProvince", VT_BSTR},
-    {L"Meta.IPTC.Photographer.PostalCode", VT_BSTR},
-    {L"Meta.IPTC.Photographer.Country", VT_BSTR},
-    {L"Meta.IPTC.Photographer.Phones", VT_BSTR},
-    {L"Meta.IPTC.Photographer.Emails", VT_BSTR},
-    {L"Meta.IPTC.Photographer.Websites", VT_BSTR},
-    {L"Meta.IPTC.VisualContent.Headline", VT_BSTR},
-    {L"Meta.IPTC.VisualContent.Description", VT_BSTR},
-    {L"Meta.IPTC.VisualContent.Keywords", VT_BSTR},
-    {L"Meta.IPTC.VisualContent.SubjectCodes", VT_BSTR},
-    {L"Meta.IPTC.VisualContent.DescriptionWriter", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.Title", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.JobIdentifier", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.Instructions", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.Provider", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.Source", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.CopyrightNotice", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.RightsUsageTerms", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.CopyrightedFlag", VT_BSTR},
-    {L"Meta.IPTC.WorkflowAndCopyright.WebStatement", VT_BSTR},
-    {L"Meta.IPTC.MediaManagement.DocumentID", VT_BSTR},
-    {L"Image.Width", VT_UI4},
-    {L"Image.NativeWidth", VT_UI4},
-    {L"Image.Height", VT_UI4},
-    {L"Image.NativeHeight", VT_UI4},
-    {L"Image.BPP", VT_UI1},
-    {L"Image.WICPixelFormat", VT_BSTR},
-    {L"Image.Rotated", VT_UI1},
-    {L"Image.SupportsTransparency", VT_UI1},
-    {L"Image.Index", VT_UI4},
-}};
-static_assert(kKeys.size() == 120);
+// The record's values that come from the run rather than from the image.
+struct RunValues {
+  ILumarkoHost* host;
+  IDictionary* globals;
+  IDictionary* attachments;
+  std::wstring_view imagesFolder;
+  std::wstring_view keepCopyFolder;
+};
+
+using ReadValue = Variant (*)(const RunValues& run, const LMKIMAGERECORD& record);
+
+// One per-file value: its key, its type and where it comes from.
+struct KeyField {
+  FileRecordKey key;
+  ReadValue read;
+};
 
 // The host promises non-null texts; a broken one must not crash the run.
 std::wstring_view TextOf(LPCWSTR text) {
   return text != nullptr ? std::wstring_view(text) : std::wstring_view();
 }
+
+// The field of the record as a VARIANT of type vt; the type of the field decides the conversion,
+// and a field that cannot give vt does not compile.
+template <VARTYPE vt, auto field>
+Variant FromRecord(const RunValues&, const LMKIMAGERECORD& record) {
+  const auto& value = record.*field;
+  using T = std::remove_cvref_t<decltype(value)>;
+  if constexpr (std::is_same_v<T, LPCWSTR>) {
+    static_assert(vt == VT_BSTR);
+    return TextValue(TextOf(value));
+  } else if constexpr (std::is_same_v<T, FILETIME>) {
+    static_assert(vt == VT_DATE || vt == VT_I8);
+    if constexpr (vt == VT_DATE)
+      return Variant::Date(RecordDate(value));
+    else
+      return Variant::I8(FileTimeToInt64(value));
+  } else if constexpr (vt == VT_BOOL) {
+    return Variant::Bool(value != FALSE);
+  } else if constexpr (vt == VT_UI1) {
+    return Variant::UI1(value);
+  } else if constexpr (vt == VT_UI2) {
+    return Variant::UI2(value);
+  } else if constexpr (vt == VT_UI4) {
+    // File.Size is deliberately 32 bits, as rules and scripts have always compared it: files of
+    // 4 GB and more wrap around.
+    return Variant::UI4(static_cast<uint32_t>(value));
+  } else if constexpr (vt == VT_UI8) {
+    return Variant::UI8(value);
+  } else if constexpr (vt == VT_I2) {
+    return Variant::I2(value);
+  } else if constexpr (vt == VT_I4) {
+    return Variant::I4(value);
+  } else if constexpr (vt == VT_I8) {
+    return Variant::I8(value);
+  } else if constexpr (vt == VT_R4) {
+    return Variant::R4(value);
+  } else {
+    static_assert(vt == VT_R8);
+    return Variant::R8(value);
+  }
+}
+
+template <VARTYPE vt, auto field>
+constexpr KeyField Field(std::wstring_view name) {
+  return {{name, vt}, &FromRecord<vt, field>};
+}
+
+template <typename Read>
+constexpr KeyField FromRun(std::wstring_view name, VARTYPE vt, Read) {
+  return {{name, vt}, [](const RunValues& run, const LMKIMAGERECORD&) { return Read{}(run); }};
+}
+
+using R = LMKIMAGERECORD;
+
+// The public vocabulary, in the order the values are put.
+constexpr std::array<KeyField, kFileRecordKeyCount> kFields = {
+    FromRun(L"Plugin.Host", VT_UNKNOWN,
+            [](const RunValues& run) { return Variant::Unknown(run.host); }),
+    FromRun(L"Plugin.Globals", VT_DISPATCH,
+            [](const RunValues& run) { return Variant::Dispatch(run.globals); }),
+    FromRun(L"Plugin.Attachments", VT_DISPATCH,
+            [](const RunValues& run) { return Variant::Dispatch(run.attachments); }),
+    FromRun(L"App.ImagesFolder", VT_BSTR,
+            [](const RunValues& run) { return TextValue(run.imagesFolder); }),
+    FromRun(L"App.KeepCopyFolder", VT_BSTR,
+            [](const RunValues& run) { return TextValue(run.keepCopyFolder); }),
+    Field<VT_BSTR, &R::fullPath>(L"File.Name"),
+    Field<VT_BSTR, &R::pathNoExt>(L"File.PathNoExt"),
+    Field<VT_BSTR, &R::extensions>(L"File.Extensions"),
+    Field<VT_BSTR, &R::displayExtensions>(L"File.DisplayExtensions"),
+    Field<VT_UI4, &R::attributes>(L"File.Attributes"),
+    Field<VT_DATE, &R::creationTime>(L"File.CreationTime"),
+    Field<VT_I8, &R::creationTime>(L"File.CreationTimeFT"),
+    Field<VT_DATE, &R::lastAccessTime>(L"File.LastAccessTime"),
+    Field<VT_I8, &R::lastAccessTime>(L"File.LastAccessTimeFT"),
+    Field<VT_DATE, &R::lastWriteTime>(L"File.LastWriteTime"),
+    Field<VT_I8, &R::lastWriteTime>(L"File.LastWriteTimeFT"),
+    Field<VT_UI4, &R::size>(L"File.Size"),
+    Field<VT_I8, &R::hashCode>(L"File.HashCode64"),
+    Field<VT_UI8, &R::cookie>(L"File.InternalCookie"),
+    Field<VT_BSTR, &R::externalBookmark>(L"Misc.ExternalBookmark"),
+    Field<VT_BOOL, &R::copied>(L"Misc.CopiedFlag"),
+    Field<VT_BOOL, &R::markedForPublishing>(L"Misc.MarkedForPublishingFlag"),
+    Field<VT_BOOL, &R::markedForDeletion>(L"Misc.MarkedForDeletionFlag"),
+    Field<VT_BOOL, &R::bwPreview>(L"Misc.BWPreviewFlag"),
+    Field<VT_BOOL, &R::multiFrames>(L"Misc.MultiFramesFlag"),
+    Field<VT_UI2, &R::frameNumber>(L"Misc.FrameNumber"),
+    Field<VT_UI2, &R::totalFrames>(L"Misc.TotalFrames"),
+    Field<VT_UI2, &R::quickBookmarkIndex>(L"Misc.QuickBookmarkIndex"),
+    Field<VT_DATE, &R::dateTaken>(L"Meta.DateTaken"),
+    Field<VT_I8, &R::dateTaken>(L"Meta.DateTakenFT"),
+    Field<VT_R4, &R::exposureBias>(L"Meta.ExposureBias"),
+    Field<VT_R4, &R::exposureTime>(L"Meta.ExposureTime"),
+    Field<VT_R4, &R::fNumber>(L"Meta.FNumber"),
+    Field<VT_R4, &R::maxApertureValue>(L"Meta.MaxApertureValue"),
+    Field<VT_R4, &R::focalLength>(L"Meta.FocalLength"),
+    Field<VT_R4, &R::digitalZoomRatio>(L"Meta.DigitalZoomRatio"),
+    Field<VT_R4, &R::subjectDistance>(L"Meta.SubjectDistance"),
+    Field<VT_UI2, &R::flash>(L"Meta.Flash"),
+    Field<VT_UI2, &R::focalLengthInFilm>(L"Meta.FocalLengthInFilm"),
+    Field<VT_UI2, &R::meteringMode>(L"Meta.MeteringMode"),
+    Field<VT_UI2, &R::orientation>(L"Meta.Orientation"),
+    Field<VT_UI2, &R::programMode>(L"Meta.ProgramMode"),
+    Field<VT_UI2, &R::contrast>(L"Meta.Contrast"),
+    Field<VT_UI2, &R::saturation>(L"Meta.Saturation"),
+    Field<VT_UI2, &R::sharpness>(L"Meta.Sharpness"),
+    Field<VT_UI2, &R::subjectDistanceRange>(L"Meta.SubjectDistanceRange"),
+    Field<VT_UI2, &R::sensingMethod>(L"Meta.SensingMethod"),
+    Field<VT_UI2, &R::exposureMode>(L"Meta.ExposureMode"),
+    Field<VT_UI2, &R::whiteBalance>(L"Meta.WhiteBalance"),
+    Field<VT_UI2, &R::lightSource>(L"Meta.LightSource"),
+    Field<VT_UI4, &R::isoSpeed>(L"Meta.ISOSpeed"),
+    Field<VT_UI4, &R::fileNumber>(L"Meta.FileNumber"),
+    Field<VT_UI4, &R::folderNumber>(L"Meta.FolderNumber"),
+    Field<VT_BSTR, &R::iccProfileName>(L"Meta.IccProfileName"),
+    Field<VT_BSTR, &R::cameraMake>(L"Meta.CameraMake"),
+    Field<VT_BSTR, &R::cameraModel>(L"Meta.CameraModel"),
+    Field<VT_BSTR, &R::lensModel>(L"Meta.LensModel"),
+    Field<VT_BSTR, &R::comment>(L"Meta.Comment"),
+    Field<VT_BSTR, &R::artist>(L"Meta.Artist"),
+    Field<VT_BSTR, &R::copyright>(L"Meta.Copyright"),
+    Field<VT_BSTR, &R::imageUniqueId>(L"Meta.ImageUniqueID"),
+    Field<VT_BSTR, &R::cameraSerialNumber>(L"Meta.CameraSerialNumber"),
+    Field<VT_I2, &R::xmpRating>(L"Meta.XMP.Rating"),
+    Field<VT_I2, &R::xmpLabel>(L"Meta.XMP.Label"),
+    Field<VT_I2, &R::xmpLabellingConvention>(L"Meta.XMP.LabellingConvention"),
+    Field<VT_I2, &R::photoshopUrgency>(L"Meta.Photoshop.Urgency"),
+    Field<VT_UI2, &R::gpsFlags>(L"Meta.GPS.Flags"),
+    Field<VT_DATE, &R::gpsTimeStamp>(L"Meta.GPS.TimeStamp"),
+    Field<VT_I8, &R::gpsTimeStamp>(L"Meta.GPS.TimeStampFT"),
+    Field<VT_R8, &R::gpsLatitude>(L"Meta.GPS.Latitude"),
+    Field<VT_R8, &R::gpsLongitude>(L"Meta.GPS.Longitude"),
+    Field<VT_R4, &R::gpsAltitude>(L"Meta.GPS.Altitude"),
+    Field<VT_R4, &R::gpsSpeed>(L"Meta.GPS.Speed"),
+    Field<VT_R4, &R::gpsImgDirection>(L"Meta.GPS.ImgDirection"),
+    Field<VT_UI1, &R::gpsMeasurementActive>(L"Meta.GPS.MeasurementActive"),
+    Field<VT_BSTR, &R::gpsMapDatum>(L"Meta.GPS.MapDatum"),
+    Field<VT_DATE, &R::iptcDateCreated>(L"Meta.IPTC.DescriptiveInfo.DateCreated"),
+    Field<VT_I8, &R::iptcDateCreated>(L"Meta.IPTC.DescriptiveInfo.DateCreatedFT"),
+    Field<VT_I4, &R::iptcDateCreatedTimeBias>(L"Meta.IPTC.DescriptiveInfo.DateCreatedTimeBias"),
+    Field<VT_BSTR, &R::iptcIntellectualGenre>(L"Meta.IPTC.DescriptiveInfo.IntellectualGenre"),
+    Field<VT_BSTR, &R::iptcScene>(L"Meta.IPTC.DescriptiveInfo.IPTCScene"),
+    Field<VT_BSTR, &R::iptcLocation>(L"Meta.IPTC.DescriptiveInfo.Location"),
+    Field<VT_BSTR, &R::iptcCity>(L"Meta.IPTC.DescriptiveInfo.City"),
+    Field<VT_BSTR, &R::iptcStateProvince>(L"Meta.IPTC.DescriptiveInfo.StateProvince"),
+    Field<VT_BSTR, &R::iptcIsoCountryCode>(L"Meta.IPTC.DescriptiveInfo.ISOCountryCode"),
+    Field<VT_BSTR, &R::iptcCountry>(L"Meta.IPTC.DescriptiveInfo.Country"),
+    Field<VT_BSTR, &R::iptcCreator>(L"Meta.IPTC.Photographer.Creator"),
+    Field<VT_BSTR, &R::iptcCreatorJobTitle>(L"Meta.IPTC.Photographer.CreatorJobTitle"),
+    Field<VT_BSTR, &R::iptcCreatorAddress>(L"Meta.IPTC.Photographer.CreatorAddress"),
+    Field<VT_BSTR, &R::iptcCreatorCity>(L"Meta.IPTC.Photographer.City"),
+    Field<VT_BSTR, &R::iptcCreatorStateProvince>(L"Meta.IPTC.Photographer.StateProvince"),
+    Field<VT_BSTR, &R::iptcCreatorPostalCode>(L"Meta.IPTC.Photographer.PostalCode"),
+    Field<VT_BSTR, &R::iptcCreatorCountry>(L"Meta.IPTC.Photographer.Country"),
+    Field<VT_BSTR, &R::iptcCreatorPhones>(L"Meta.IPTC.Photographer.Phones"),
+    Field<VT_BSTR, &R::iptcCreatorEmails>(L"Meta.IPTC.Photographer.Emails"),
+    Field<VT_BSTR, &R::iptcCreatorWebsites>(L"Meta.IPTC.Photographer.Websites"),
+    Field<VT_BSTR, &R::iptcHeadline>(L"Meta.IPTC.VisualContent.Headline"),
+    Field<VT_BSTR, &R::iptcDescription>(L"Meta.IPTC.VisualContent.Description"),
+    Field<VT_BSTR, &R::iptcKeywords>(L"Meta.IPTC.VisualContent.Keywords"),
+    Field<VT_BSTR, &R::iptcSubjectCodes>(L"Meta.IPTC.VisualContent.SubjectCodes"),
+    Field<VT_BSTR, &R::iptcDescriptionWriter>(L"Meta.IPTC.VisualContent.DescriptionWriter"),
+    Field<VT_BSTR, &R::iptcTitle>(L"Meta.IPTC.WorkflowAndCopyright.Title"),
+    Field<VT_BSTR, &R::iptcJobIdentifier>(L"Meta.IPTC.WorkflowAndCopyright.JobIdentifier"),
+    Field<VT_BSTR, &R::iptcInstructions>(L"Meta.IPTC.WorkflowAndCopyright.Instructions"),
+    Field<VT_BSTR, &R::iptcProvider>(L"Meta.IPTC.WorkflowAndCopyright.Provider"),
+    Field<VT_BSTR, &R::iptcSource>(L"Meta.IPTC.WorkflowAndCopyright.Source"),
+    Field<VT_BSTR, &R::iptcCopyrightNotice>(L"Meta.IPTC.WorkflowAndCopyright.CopyrightNotice"),
+    Field<VT_BSTR, &R::iptcRightsUsageTerms>(L"Meta.IPTC.WorkflowAndCopyright.RightsUsageTerms"),
+    Field<VT_BSTR, &R::iptcCopyrightedFlag>(L"Meta.IPTC.WorkflowAndCopyright.CopyrightedFlag"),
+    Field<VT_BSTR, &R::iptcWebStatement>(L"Meta.IPTC.WorkflowAndCopyright.WebStatement"),
+    Field<VT_BSTR, &R::iptcDocumentId>(L"Meta.IPTC.MediaManagement.DocumentID"),
+    Field<VT_UI4, &R::width>(L"Image.Width"),
+    Field<VT_UI4, &R::nativeWidth>(L"Image.NativeWidth"),
+    Field<VT_UI4, &R::height>(L"Image.Height"),
+    Field<VT_UI4, &R::nativeHeight>(L"Image.NativeHeight"),
+    Field<VT_UI1, &R::bpp>(L"Image.BPP"),
+    Field<VT_BSTR, &R::wicPixelFormat>(L"Image.WICPixelFormat"),
+    Field<VT_UI1, &R::rotated>(L"Image.Rotated"),
+    Field<VT_UI1, &R::supportsTransparency>(L"Image.SupportsTransparency"),
+    Field<VT_UI4, &R::index>(L"Image.Index"),
+};
+
+constexpr std::array<FileRecordKey, kFileRecordKeyCount> KeysOf(
+    const std::array<KeyField, kFileRecordKeyCount>& fields) {
+  std::array<FileRecordKey, kFileRecordKeyCount> keys{};
+  for (std::size_t i = 0; i < fields.size(); ++i) keys[i] = fields[i].key;
+  return keys;
+}
+constexpr std::array<FileRecordKey, kFileRecordKeyCount> kKeys = KeysOf(kFields);
 
 std::wstring FolderFromHost(ILumarkoHost* host, HRESULT (ILumarkoHost::*get)(BSTR*)) {
   Bstr folder;
@@ -186,134 +268,11 @@ CFileRecordBuilder::CFileRecordBuilder(ILumarkoHost* host, IDictionary* globals,
 }
 
 std::array<Variant, kFileRecordKeyCount> CFileRecordBuilder::Values(const LMKIMAGERECORD& r) const {
-  const auto date = [](const FILETIME& time) { return Variant::Date(RecordDate(time)); };
-  const auto ticks = [](const FILETIME& time) { return Variant::I8(FileTimeToInt64(time)); };
-  const auto text = [](LPCWSTR value) { return TextValue(TextOf(value)); };
-  const auto flag = [](BOOL value) { return Variant::Bool(value != FALSE); };
-  return {
-      Variant::Unknown(host_.Get()),
-      Variant::Dispatch(globals_.Get()),
-      Variant::Dispatch(attachments_.Get()),
-      TextValue(imagesFolder_),
-      TextValue(keepCopyFolder_),
-      text(r.fullPath),
-      text(r.pathNoExt),
-      text(r.extensions),
-      text(r.displayExtensions),
-      Variant::UI4(r.attributes),
-      date(r.creationTime),
-      ticks(r.creationTime),
-      date(r.lastAccessTime),
-      ticks(r.lastAccessTime),
-      date(r.lastWriteTime),
-      ticks(r.lastWriteTime),
-      // Deliberately 32 bits, as rules and scripts have always compared it: files of 4 GB and
-      // more wrap around.
-      Variant::UI4(static_cast<uint32_t>(r.size)),
-      Variant::I8(r.hashCode),
-      Variant::UI8(r.cookie),
-      text(r.externalBookmark),
-      flag(r.copied),
-      flag(r.markedForPublishing),
-      flag(r.markedForDeletion),
-      flag(r.bwPreview),
-      flag(r.multiFrames),
-      Variant::UI2(r.frameNumber),
-      Variant::UI2(r.totalFrames),
-      Variant::UI2(r.quickBookmarkIndex),
-      date(r.dateTaken),
-      ticks(r.dateTaken),
-      Variant::R4(r.exposureBias),
-      Variant::R4(r.exposureTime),
-      Variant::R4(r.fNumber),
-      Variant::R4(r.maxApertureValue),
-      Variant::R4(r.focalLength),
-      Variant::R4(r.digitalZoomRatio),
-      Variant::R4(r.subjectDistance),
-      Variant::UI2(r.flash),
-      Variant::UI2(r.focalLengthInFilm),
-      Variant::UI2(r.meteringMode),
-      Variant::UI2(r.orientation),
-      Variant::UI2(r.programMode),
-      Variant::UI2(r.contrast),
-      Variant::UI2(r.saturation),
-      Variant::UI2(r.sharpness),
-      Variant::UI2(r.subjectDistanceRange),
-      Variant::UI2(r.sensingMethod),
-      Variant::UI2(r.exposureMode),
-      Variant::UI2(r.whiteBalance),
-      Variant::UI2(r.lightSource),
-      Variant::UI4(r.isoSpeed),
-      Variant::UI4(r.fileNumber),
-      Variant::UI4(r.folderNumber),
-      text(r.iccProfileName),
-      text(r.cameraMake),
-      text(r.cameraModel),
-      text(r.lensModel),
-      text(r.comment),
-      text(r.artist),
-      text(r.copyright),
-      text(r.imageUniqueId),
-      text(r.cameraSerialNumber),
-      Variant::I2(r.xmpRating),
-      Variant::I2(r.xmpLabel),
-      Variant::I2(r.xmpLabellingConvention),
-      Variant::I2(r.photoshopUrgency),
-      Variant::UI2(r.gpsFlags),
-      date(r.gpsTimeStamp),
-      ticks(r.gpsTimeStamp),
-      Variant::R8(r.gpsLatitude),
-      Variant::R8(r.gpsLongitude),
-      Variant::R4(r.gpsAltitude),
-      Variant::R4(r.gpsSpeed),
-      Variant::R4(r.gpsImgDirection),
-      Variant::UI1(r.gpsMeasurementActive),
-      text(r.gpsMapDatum),
-      date(r.iptcDateCreated),
-      ticks(r.iptcDateCreated),
-      Variant::I4(r.iptcDateCreatedTimeBias),
-      text(r.iptcIntellectualGenre),
-      text(r.iptcScene),
-      text(r.iptcLocation),
-      text(r.iptcCity),
-      text(r.iptcStateProvince),
-      text(r.iptcIsoCountryCode),
-      text(r.iptcCountry),
-      text(r.iptcCreator),
-      text(r.iptcCreatorJobTitle),
-      text(r.iptcCreatorAddress),
-      text(r.iptcCreatorCity),
-      text(r.iptcCreatorStateProvince),
-      text(r.iptcCreatorPostalCode),
-      text(r.iptcCreatorCountry),
-      text(r.iptcCreatorPhones),
-      text(r.iptcCreatorEmails),
-      text(r.iptcCreatorWebsites),
-      text(r.iptcHeadline),
-      text(r.iptcDescription),
-      text(r.iptcKeywords),
-      text(r.iptcSubjectCodes),
-      text(r.iptcDescriptionWriter),
-      text(r.iptcTitle),
-      text(r.iptcJobIdentifier),
-      text(r.iptcInstructions),
-      text(r.iptcProvider),
-      text(r.iptcSource),
-      text(r.iptcCopyrightNotice),
-      text(r.iptcRightsUsageTerms),
-      text(r.iptcCopyrightedFlag),
-      text(r.iptcWebStatement),
-      text(r.iptcDocumentId),
-      Variant::UI4(r.width),
-      Variant::UI4(r.nativeWidth),
-      Variant::UI4(r.height),
-      Variant::UI4(r.nativeHeight),
-      Variant::UI1(r.bpp),
-      text(r.wicPixelFormat),
-      Variant::UI1(r.rotated),
-      Variant::UI1(r.supportsTransparency),
-      Variant::UI4(r.index),
-  };
+  const RunValues run{host_.Get(), globals_.Get(), attachments_.Get(), imagesFolder_,
+                      keepCopyFolder_};
+  std::array<Variant, kFileRecordKeyCount> values;
+  for (std::size_t i = 0; i < kFields.size(); ++i) values[i] = kFields[i].read(run, r);
+  return values;
 }
 
 FileRecordStatus CFileRecordBuilder::Build(const LMKIMAGERECORD& record,

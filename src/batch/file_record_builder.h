@@ -11,7 +11,7 @@
 #include "com/com_ptr.h"
 #include "com/variant.h"
 #include "dictionary/idictionary.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
 
 namespace lmk {
 

@@ -28,12 +28,6 @@ bool Names(const std::array<std::wstring_view, N>& names, std::wstring_view kind
   return false;
 }
 
-NamedTemplates ToNamedTemplates(const RuleSetTemplates& templates) {
-  NamedTemplates named;
-  for (const RuleSetTemplate& entry : templates) named.insert_or_assign(entry.name, entry.text);
-  return named;
-}
-
 std::shared_ptr<SettingsStore> UserStore() {
   std::shared_ptr<SettingsStore> store;
   if (FAILED(SettingsStore::Open(SettingsScope::CurrentUser, &store))) return nullptr;
@@ -169,13 +163,19 @@ bool CMainDialog::ApplyRules() {
     ShowError(kApplyRulesCaption, kNoImages, kNoImagesDetail);
     return false;
   }
+  // Installed before the check, whose `rename:` names may be the rule set's own, and even when
+  // the rule set has none, so that a previous rule set's never apply.
+  runTemplates_.reset();
+  runTemplates_.emplace(rules_.Templates());
   const RuleSetValidity validity = rules_.CheckValidity();
   if (!validity.valid) {
+    runTemplates_.reset();
     ShowError(kApplyRulesCaption, validity.title, validity.detail, validity.problems);
     return false;
   }
   runRules_ = rules_.CheckedRules();
   if (runRules_.empty()) {
+    runTemplates_.reset();
     ShowError(kApplyRulesCaption, kNoCheckedRules, kNoCheckedRulesDetail);
     return false;
   }
@@ -183,9 +183,6 @@ bool CMainDialog::ApplyRules() {
     std::lock_guard lock(noticesLock_);
     notices_.clear();
   }
-  // Installed even when the rule set has none, so that a previous rule set's never apply.
-  runTemplates_.reset();
-  runTemplates_.emplace(ToNamedTemplates(rules_.Templates()));
   if (!runner_->Start(this, nullptr, runRules_, mode_, host_.Get())) {
     runTemplates_.reset();
     return false;

@@ -20,8 +20,8 @@
 #include "batch/run_summary.h"
 #include "com/com.h"
 #include "com/com_ptr.h"
+#include "host_api/lumarko_host.h"
 #include "rules/rule_engine.h"
-#include "shell/lumarko_host.h"
 
 namespace lmk {
 

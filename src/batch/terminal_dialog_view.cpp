@@ -40,7 +40,8 @@ void TerminalDialogView::EndProgressLine() {
 void TerminalDialogView::ShowMessage(const DialogMessage& message) {
   EndProgressLine();
   std::wstring text = L"lumarko: " + std::wstring(Severity(message.icon)) + message.instruction;
-  if (!message.content.empty()) text += L": " + message.content;
+  // A terminal has no task dialog: the two texts stand as a message box shows them.
+  if (!message.content.empty()) text += L"\n\n" + message.content;
   text += L"\n";
   for (const std::wstring& line : message.details) text += L"  " + line + L"\n";
   Write(errors_, text);

@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "actions/renaming_template_store.h"
 #include "batch/batch_runner.h"
 #include "batch/event_log_reader.h"
+#include "batch/main_dialog.h"
 #include "cli/plugin_host_session.h"
 #include "cli/progress_display.h"
 #include "cli/rule_set_loading.h"
@@ -77,14 +79,6 @@ std::optional<int> OutcomeFromLog(int64_t runStart) {
 int RunApply(const ApplyOptions& options) {
   CRuleEngine rules;
   if (!LoadRuleSet(options.rules, &rules)) return kExitFailure;
-  const RuleSetValidity validity = rules.CheckValidity();
-  if (!validity.valid) {
-    PrintError(options.rules, ToUtf8(validity.title));
-    for (const std::wstring& problem : validity.problems) {
-      std::fprintf(stderr, "  %s\n", ToUtf8(problem).c_str());
-    }
-    return kExitFailure;
-  }
 
   std::vector<std::wstring> inputs;
   for (const std::string& path : options.paths) inputs.push_back(FromUtf8(path));
@@ -98,11 +92,17 @@ int RunApply(const ApplyOptions& options) {
     return kExitFailure;
   }
   WarnLeftOut(leftOut);
+  // The dialog's own checks, in its order: the list first, then the rules.
   if (files.empty()) {
-    PrintError("no pictures found",
-               options.recursive ? "check the paths" : "check the paths, or add --recursive");
+    const std::wstring hint = options.recursive
+                                  ? L"no picture was found in the paths given: check them"
+                                  : L"no picture was found in the paths given: check them, or add "
+                                    L"--recursive";
+    PrintMessage("", dialog_text::kNoImages, dialog_text::kNoImagesDetail, {&hint, 1});
     return kExitFailure;
   }
+  const RuleSetTemplatesScope ownTemplates(rules.Templates());
+  if (!CheckRuleSet(options.rules, rules)) return kExitFailure;
   const std::wstring imagesFolder = CPictureFileScanner::CommonFolder(files);
   const ComPtr<CStandaloneHost> host = MakeComObject<CStandaloneHost>(files, imagesFolder);
   ULONG currentIndex = 0;

@@ -43,6 +43,15 @@ void WarnLeftOut(std::span<const std::wstring> paths) {
   }
 }
 
+void PrintMessage(std::string_view what, std::wstring_view instruction, std::wstring_view content,
+                  std::span<const std::wstring> details) {
+  std::string text = "lumarko: error: ";
+  if (!what.empty()) text.append(what).append(": ");
+  text += ToUtf8(instruction) + "\n\n" + ToUtf8(content) + "\n";
+  for (const std::wstring& line : details) text += "  " + ToUtf8(line) + "\n";
+  std::fputs(text.c_str(), stderr);
+}
+
 std::string DescribeFailure(HRESULT hr) {
   std::string text = "failed";
   for (const FailureText& entry : kFailureTexts) {

@@ -36,6 +36,12 @@ void PrintError(std::string_view what, std::string_view why);
 /// left out (named pipes, sockets, devices).
 void WarnLeftOut(std::span<const std::wstring> paths);
 
+/// Writes what the plug-in's dialog would show in a message box, as a diagnostic on stderr:
+/// "lumarko: error: [<what>: ]<instruction>", an empty line, <content>, then each line of
+/// details indented.
+void PrintMessage(std::string_view what, std::wstring_view instruction, std::wstring_view content,
+                  std::span<const std::wstring> details = {});
+
 /// A readable reason for a failure HRESULT, with its code: "access denied (0x80070005)".
 /// The thread's error description, when one was set, is added after the reason.
 std::string DescribeFailure(HRESULT hr);

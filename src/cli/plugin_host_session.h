@@ -10,7 +10,7 @@
 #include "com/com.h"
 #include "com/com_ptr.h"
 #include "host/host_usage_counter.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
 #include "shell/lumarko_plugin.h"
 
 namespace lmk::cli {

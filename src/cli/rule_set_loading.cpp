@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "cli/command.h"
 #include "batch/product_elements.h"
+#include "cli/command.h"
 #include "platform/text_encoding.h"
 #include "rules/rule_set_error.h"
 
@@ -24,6 +24,12 @@ bool LoadRuleSet(const std::string& path, CRuleEngine* rules) {
     PrintError(path, error.what());
   }
   return false;
+}
+
+bool CheckRuleSet(const std::string& path, const CRuleEngine& rules) {
+  const RuleSetValidity validity = rules.CheckValidity();
+  if (!validity.valid) PrintMessage(path, validity.title, validity.detail, validity.problems);
+  return validity.valid;
 }
 
 }  // namespace lmk::cli

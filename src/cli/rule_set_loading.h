@@ -15,4 +15,9 @@ void RegisterElements();
 /// "lumarko: error: <file>:<line>:<column>: <what>" and returns false.
 bool LoadRuleSet(const std::string& path, CRuleEngine* rules);
 
+/// Whether every checked rule of rules (read from path) may run. When one may not, prints the
+/// dialog's refusal with one line per reason (PrintMessage) and returns false. The rule set's
+/// own templates must be installed (RuleSetTemplatesScope) for a `rename:` that names one.
+bool CheckRuleSet(const std::string& path, const CRuleEngine& rules);
+
 }  // namespace lmk::cli

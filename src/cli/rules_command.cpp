@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "actions/renaming_template_store.h"
 #include "cli/rule_set_loading.h"
 #include "cli/subcommands.h"
 #include "platform/text_encoding.h"
@@ -38,6 +39,7 @@ void PrintElement(const Element& element) {
 int RunRulesCheck(const RulesOptions& options) {
   CRuleEngine rules;
   if (!LoadRuleSet(options.file, &rules)) return kExitFailure;
+  const RuleSetTemplatesScope ownTemplates(rules.Templates());
   std::size_t number = 0;
   for (const std::shared_ptr<CRule>& rule : rules.Rules()) {
     ++number;
@@ -53,15 +55,7 @@ int RunRulesCheck(const RulesOptions& options) {
                 rule->Actions().empty() ? " none, selections are only logged" : "");
     for (const auto& action : rule->Actions()) PrintElement(*action);
   }
-  const RuleSetValidity validity = rules.CheckValidity();
-  if (!validity.valid) {
-    std::fprintf(stderr, "lumarko: error: %s: %s\n", options.file.c_str(),
-                 ToUtf8(validity.title).c_str());
-    for (const std::wstring& problem : validity.problems) {
-      std::fprintf(stderr, "  %s\n", ToUtf8(problem).c_str());
-    }
-    return kExitFailure;
-  }
+  if (!CheckRuleSet(options.file, rules)) return kExitFailure;
   std::printf("%zu rule(s); the rule set is valid.\n", number);
   return kExitSuccess;
 }

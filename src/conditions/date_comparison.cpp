@@ -143,4 +143,34 @@ std::wstring FormatConditionDate(std::int64_t ticks, bool includeTime) {
   return text;
 }
 
+const wchar_t* DateParameter::Fault() const {
+  if (op > kDateAfter) {
+    return L"the date operator is none of before, on or before, on, on or after, after";
+  }
+  if (date <= 0) return L"no date is given";
+  return nullptr;
+}
+
+std::wstring DateParameter::Words() const {
+  return std::wstring(DateOperatorWords(op)) + L" " + FormatConditionDate(date, includeTime);
+}
+
+HRESULT DateParameter::Compare(std::int64_t value) const {
+  std::int64_t wanted = 0;
+  if (!Truncate(date, &wanted)) return E_UNEXPECTED;
+  return CompareDates(op, value, wanted);
+}
+
+void DateParameter::ExchangeFields(CFieldArchive& archive) {
+  archive.U32(op);
+  archive.Bool(includeTime);
+  archive.I64(date);
+}
+
+void DateParameter::ExchangeParameters(CParamArchive& archive) {
+  archive.Choice(L"when", op, DateOperatorParamWords());
+  archive.Date(L"date", date);
+  archive.Bool(L"include-time", includeTime);
+}
+
 }  // namespace lmk

@@ -10,6 +10,7 @@
 
 #include "com/com.h"
 #include "dictionary/idictionary.h"
+#include "rules/field_archive.h"
 #include "rules/param_archive.h"
 #include "rules/param_codec.h"
 
@@ -78,5 +79,30 @@ void ExchangeImageTimeSource(CParamArchive& archive, DWORD& flags);
 /// A parameter date for sentences: "2024-05-17", with " 14:30:00" when includeTime;
 /// "(no date)" for a negative count.
 std::wstring FormatConditionDate(std::int64_t ticks, bool includeTime);
+
+/// What both date conditions compare a file's date with: the operator, whether the time of day
+/// counts, and the date (a local FILETIME count).
+struct DateParameter {
+  DWORD op = kDateOnOrAfter;
+  bool includeTime = false;
+  std::int64_t date = 0;
+
+  /// Why the parameter cannot be used; null when it can.
+  const wchar_t* Fault() const;
+  /// "on or after 2024-05-17" (with the time when it counts).
+  std::wstring Words() const;
+  /// The file's date, already truncated as Truncate does and in local time, against the date
+  /// truncated the same way. S_OK, S_FALSE; E_UNEXPECTED for an unknown operator or a date that
+  /// cannot be truncated.
+  HRESULT Compare(std::int64_t value) const;
+  /// TruncateFileTime to the day, or to the second when the time counts.
+  bool Truncate(std::int64_t ticks, std::int64_t* out) const {
+    return TruncateFileTime(ticks, includeTime, out);
+  }
+  /// The operator, the include-time byte, then the 64-bit date.
+  void ExchangeFields(CFieldArchive& archive);
+  /// "when", "date" and "include-time".
+  void ExchangeParameters(CParamArchive& archive);
+};
 
 }  // namespace lmk

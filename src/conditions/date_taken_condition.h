@@ -19,28 +19,22 @@ class CDateTakenCondition : public CRecordCondition {
  public:
   CDateTakenCondition();
 
-  DWORD Operator() const { return op_; }
-  bool IncludeTime() const { return includeTime_; }
-  std::int64_t Date() const { return date_; }
-  void Set(DWORD op, std::int64_t date, bool includeTime) {
-    op_ = op;
-    date_ = date;
-    includeTime_ = includeTime;
-  }
+  DWORD Operator() const { return when_.op; }
+  bool IncludeTime() const { return when_.includeTime; }
+  std::int64_t Date() const { return when_.date; }
+  void Set(DWORD op, std::int64_t date, bool includeTime) { when_ = {op, includeTime, date}; }
 
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
  protected:
   HRESULT Test(IDictionary& record) const override;
-  /// The operator, the include-time byte, then the 64-bit date.
+  /// The date parameter (DateParameter::ExchangeFields).
   void ExchangeFields(CFieldArchive& archive, BYTE version) override;
   void ExchangeParameters(CParamArchive& archive) override;
 
  private:
-  DWORD op_ = kDateOnOrAfter;
-  bool includeTime_ = false;
-  std::int64_t date_ = 0;
+  DateParameter when_;
 };
 
 }  // namespace lmk

@@ -21,14 +21,9 @@ CFileDateCondition::CFileDateCondition()
     : CRecordCondition(ProductKind(ElementFamily::Condition, L"FileDate")) {}
 
 bool CFileDateCondition::IsValid(std::wstring* reason) const {
-  const wchar_t* why = nullptr;
-  if (which_ > kAccessed) {
-    why = L"the file date to test is none of created, modified or accessed";
-  } else if (op_ > kDateAfter) {
-    why = L"the date operator is none of before, on or before, on, on or after, after";
-  } else if (date_ <= 0) {
-    why = L"no date is given";
-  }
+  const wchar_t* why = which_ > kAccessed
+                           ? L"the file date to test is none of created, modified or accessed"
+                           : when_.Fault();
   if (why == nullptr) return true;
   if (reason != nullptr) *reason = why;
   return false;
@@ -39,8 +34,7 @@ std::wstring CFileDateCondition::Description() const {
                                              L"the file's last-modified date",
                                              L"the file's last-accessed date"};
   const std::wstring what = which_ <= kAccessed ? kWhat[which_] : L"(unknown file date)";
-  return Sentence(what + L" is " + std::wstring(DateOperatorWords(op_)) + L" " +
-                  FormatConditionDate(date_, includeTime_));
+  return Sentence(what + L" is " + when_.Words());
 }
 
 HRESULT CFileDateCondition::Test(IDictionary& record) const {
@@ -67,26 +61,18 @@ HRESULT CFileDateCondition::Test(IDictionary& record) const {
   // midnight this moves the day, and it is how the rule has always decided.
   std::int64_t truncated = 0;
   std::int64_t local = 0;
-  std::int64_t wanted = 0;
-  if (!TruncateFileTime(utc, includeTime_, &truncated) || !UtcToLocal(truncated, &local) ||
-      !TruncateFileTime(date_, includeTime_, &wanted)) {
-    return E_UNEXPECTED;
-  }
-  return CompareDates(op_, local, wanted);
+  if (!when_.Truncate(utc, &truncated) || !UtcToLocal(truncated, &local)) return E_UNEXPECTED;
+  return when_.Compare(local);
 }
 
 void CFileDateCondition::ExchangeFields(CFieldArchive& archive, BYTE /*version*/) {
   archive.U32(which_);
-  archive.U32(op_);
-  archive.Bool(includeTime_);
-  archive.I64(date_);
+  when_.ExchangeFields(archive);
 }
 
 void CFileDateCondition::ExchangeParameters(CParamArchive& archive) {
   archive.Choice(L"date-of", which_, kWhichWords);
-  archive.Choice(L"when", op_, DateOperatorParamWords());
-  archive.Date(L"date", date_);
-  archive.Bool(L"include-time", includeTime_);
+  when_.ExchangeParameters(archive);
 }
 
 }  // namespace lmk

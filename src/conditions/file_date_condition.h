@@ -24,14 +24,12 @@ class CFileDateCondition : public CRecordCondition {
   CFileDateCondition();
 
   DWORD Which() const { return which_; }
-  DWORD Operator() const { return op_; }
-  bool IncludeTime() const { return includeTime_; }
-  std::int64_t Date() const { return date_; }
+  DWORD Operator() const { return when_.op; }
+  bool IncludeTime() const { return when_.includeTime; }
+  std::int64_t Date() const { return when_.date; }
   void Set(DWORD which, DWORD op, std::int64_t date, bool includeTime) {
     which_ = which;
-    op_ = op;
-    date_ = date;
-    includeTime_ = includeTime;
+    when_ = {op, includeTime, date};
   }
 
   bool IsValid(std::wstring* reason) const override;
@@ -39,15 +37,13 @@ class CFileDateCondition : public CRecordCondition {
 
  protected:
   HRESULT Test(IDictionary& record) const override;
-  /// Which date, the operator, the include-time byte, then the 64-bit date.
+  /// Which date, then the date parameter (DateParameter::ExchangeFields).
   void ExchangeFields(CFieldArchive& archive, BYTE version) override;
   void ExchangeParameters(CParamArchive& archive) override;
 
  private:
   DWORD which_ = kModified;
-  DWORD op_ = kDateOnOrAfter;
-  bool includeTime_ = false;
-  std::int64_t date_ = 0;
+  DateParameter when_;
 };
 
 }  // namespace lmk

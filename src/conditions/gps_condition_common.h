@@ -10,8 +10,8 @@
 
 #include "com/com.h"
 #include "dictionary/idictionary.h"
+#include "host_api/lumarko_host.h"
 #include "rules/param_codec.h"
-#include "shell/lumarko_host.h"
 
 namespace lmk {
 

@@ -1,6 +1,8 @@
 // The packed comparison word as a condition parameter.
 #include "conditions/packed_condition.h"
 
+#include "conditions/record_value.h"
+
 namespace lmk {
 
 bool CPackedCondition::IsValid(std::wstring* reason) const {
@@ -33,6 +35,15 @@ void CPackedCondition::ExchangeParameters(CParamArchive& archive) {
   archive.Comparison(L"compare", op, allowNotSet_);
   ExchangeOperand(archive, operand);
   word_ = PackComparison(op, operand);
+}
+
+HRESULT CPackedCondition::TestRecordValue(IDictionary& record, const Bstr& key) const {
+  std::int32_t value = 0;
+  LMK_RETURN_IF_FAILED(GetRecordInt(record, key, &value));
+  if (static_cast<CompareOp>(Code()) == CompareOp::NotSet) {
+    return (static_cast<DWORD>(value) & kPackedOperandMask) == kPackedOperandMask ? S_OK : S_FALSE;
+  }
+  return ComparePacked(word_, value);
 }
 
 }  // namespace lmk

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "com/bstr.h"
 #include "conditions/packed_comparison.h"
 #include "conditions/record_condition.h"
 
@@ -41,6 +42,11 @@ class CPackedCondition : public CRecordCondition {
 
   /// "<subject> is <operator words> <operand text>", or "<subject> is not set".
   std::wstring ComparisonSentence(std::wstring_view subject) const;
+
+  /// The record's whole number under key against the word. "Not set" holds when every operand
+  /// bit of the value is set (the -1 of a value the image lacks). S_OK, S_FALSE; the failure of
+  /// the read.
+  HRESULT TestRecordValue(IDictionary& record, const Bstr& key) const;
 
   /// One 32-bit word.
   void ExchangeFields(CFieldArchive& archive, BYTE version) override;

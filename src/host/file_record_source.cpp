@@ -1,15 +1,12 @@
 // CFileRecordSource: a standalone host, the run-wide dictionaries and the record builder.
 #include "host/file_record_source.h"
 
-#include <array>
 #include <utility>
 
 #include "batch/file_record_builder.h"
-#include "com/bstr.h"
+#include "batch/run_globals.h"
 #include "com/com_error.h"
 #include "com/com_object.h"
-#include "com/time_convert.h"
-#include "com/variant.h"
 #include "host/picture_file_scanner.h"
 
 namespace lmk {
@@ -19,26 +16,8 @@ CFileRecordSource::CFileRecordSource(std::vector<std::wstring> files) : files_(s
   globals_ = MakeDictionary();
   attachments_ = MakeDictionary();
 
-  // The values a run puts into its globals before the first file; there is no window here.
-  FILETIME sessionStart{};
-  Bstr version;
-  ULONG keepCopyIndex = 0;
-  ThrowIfFailed(host_->GetSessionInfo(&sessionStart, &version, &keepCopyIndex));
-  std::array<Variant, 5> values = {
-      Variant::I8(0),
-      TextValue(version.view()),
-      Variant::Date(RecordDate(sessionStart)),
-      Variant::I8(FileTimeToInt64(sessionStart)),
-      Variant::UI4(keepCopyIndex),
-  };
-  std::array<LPOLESTR, 5> names = {
-      const_cast<LPOLESTR>(L"App.hWnd"), const_cast<LPOLESTR>(L"App.Version"),
-      const_cast<LPOLESTR>(L"App.StartTime"), const_cast<LPOLESTR>(L"App.StartTimeFT"),
-      const_cast<LPOLESTR>(L"App.SessionKeepCopyIndex")};
-  std::array<VARIANT, 5> shallow{};
-  for (std::size_t i = 0; i < values.size(); ++i) shallow[i] = values[i].ref();
-  ThrowIfFailed(
-      globals_->PutMultiple(static_cast<ULONG>(names.size()), names.data(), shallow.data()));
+  // There is no window here.
+  ThrowIfFailed(FillRunGlobals(*host_.Get(), nullptr, *globals_.Get()));
 
   builder_ = std::make_unique<CFileRecordBuilder>(host_.Get(), globals_.Get(), attachments_.Get());
 }

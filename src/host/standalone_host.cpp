@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "com/bstr.h"
+#include "com/bstr_out.h"
 #include "com/com_error.h"
 #include "com/time_convert.h"
 #include "host/wic_pixel_format.h"
@@ -186,12 +187,6 @@ std::wstring Upper(std::wstring_view text) {
   std::wstring upper(text);
   for (wchar_t& c : upper) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
   return upper;
-}
-
-HRESULT WriteText(std::wstring_view text, BSTR* out) {
-  if (out == nullptr) return E_INVALIDARG;
-  *out = Bstr(text).Detach();
-  return S_OK;
 }
 
 std::shared_ptr<SettingsStore> UserStore() {
@@ -382,7 +377,7 @@ HRESULT STDMETHODCALLTYPE CStandaloneHost::SetSessionKeepCopyIndex(ULONG keepCop
 
 HRESULT STDMETHODCALLTYPE CStandaloneHost::GetImagesFolder(BSTR* pbstrFolder) {
   try {
-    return WriteText(imagesFolder_, pbstrFolder);
+    return WriteBstr(imagesFolder_, pbstrFolder);
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -391,7 +386,7 @@ HRESULT STDMETHODCALLTYPE CStandaloneHost::GetImagesFolder(BSTR* pbstrFolder) {
 HRESULT STDMETHODCALLTYPE CStandaloneHost::GetKeepCopyFolder(BSTR* pbstrFolder) {
   try {
     // The command keeps no copies of its own.
-    return WriteText(L"", pbstrFolder);
+    return WriteBstr(L"", pbstrFolder);
   } catch (...) {
     return HresultFromCurrentException();
   }

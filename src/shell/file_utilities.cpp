@@ -7,20 +7,13 @@
 
 #include "batch/main_dialog.h"
 #include "batch/terminal_dialog_view.h"
+#include "com/bstr_out.h"
 #include "lumarko_version.h"
 #include "platform/interrupt_handler.h"
 #include "platform/usage_counter.h"
 
 namespace lmk {
 namespace {
-
-// Writes a new BSTR of text into *out: E_INVALIDARG for a null out, E_OUTOFMEMORY.
-HRESULT WriteText(std::wstring_view text, BSTR* out) {
-  if (out == nullptr) return E_INVALIDARG;
-  *out = nullptr;
-  *out = Bstr(text).Detach();
-  return S_OK;
-}
 
 enum : DISPID {
   kDispInitialize = 1,
@@ -242,7 +235,7 @@ HRESULT STDMETHODCALLTYPE CFileUtilities::GetPreferredHotkey(DWORD* lpPreferredH
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::GetDisplayName(BSTR* pbstrDisplayName) {
   try {
-    return WriteText(kDisplayName, pbstrDisplayName);
+    return WriteBstr(kDisplayName, pbstrDisplayName);
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -250,7 +243,7 @@ HRESULT STDMETHODCALLTYPE CFileUtilities::GetDisplayName(BSTR* pbstrDisplayName)
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::GetDescription(BSTR* pbstrDescription) {
   try {
-    return WriteText(kDescription, pbstrDescription);
+    return WriteBstr(kDescription, pbstrDescription);
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -258,7 +251,7 @@ HRESULT STDMETHODCALLTYPE CFileUtilities::GetDescription(BSTR* pbstrDescription)
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::GetAuthorInformation(BSTR* pbstrAuthorInformation) {
   try {
-    return WriteText(kAuthor, pbstrAuthorInformation);
+    return WriteBstr(kAuthor, pbstrAuthorInformation);
   } catch (...) {
     return HresultFromCurrentException();
   }
@@ -267,7 +260,7 @@ HRESULT STDMETHODCALLTYPE CFileUtilities::GetAuthorInformation(BSTR* pbstrAuthor
 HRESULT STDMETHODCALLTYPE CFileUtilities::GetVersionInformation(BSTR* pbstrVersionInformation) {
   try {
     // The build's project version, the same text the file's version resource carries on Windows.
-    return WriteText(LMK_VERSION_TEXT, pbstrVersionInformation);
+    return WriteBstr(LMK_VERSION_TEXT, pbstrVersionInformation);
   } catch (...) {
     return HresultFromCurrentException();
   }

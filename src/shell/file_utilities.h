@@ -2,7 +2,7 @@
 #pragma once
 
 #include "com/com.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
 #include "shell/lumarko_plugin.h"
 
 namespace lmk {

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "com/com.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
 
 namespace lmk {
 

@@ -20,11 +20,11 @@
 #include "com/com_ptr.h"
 #include "com/variant.h"
 #include "dictionary/idictionary.h"
+#include "host_api/lumarko_host.h"
 #include "platform/event_log_writer.h"
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/file_operations.h"
 #include "platform/text_encoding.h"
-#include "shell/lumarko_host.h"
 #include "support/temp_dir.h"
 #include "support/unanswering_host.h"
 

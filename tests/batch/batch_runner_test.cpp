@@ -18,9 +18,9 @@
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/processor_info.h"
 #include "platform/usage_counter.h"
-#include "shell/shell_fakes.h"
 #include "support/fake_elements.h"
 #include "support/fake_host.h"
+#include "support/fake_usage_counter.h"
 
 namespace lmk {
 namespace {

@@ -6,32 +6,13 @@
 set -u
 LUMARKO=$1
 SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-apply-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
+. "$(dirname "$0")/cli_case.sh"
 
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
-
-# expect NAME CODE -- ARGS...: runs lumarko, keeps stdout/stderr in $WORK/out and $WORK/err.
+# expect NAME CODE -- ARGS...: `run` with the separator the cases are written with.
 expect() {
-  name=$1 code=$2
+  n=$1 c=$2
   shift 3
-  "$LUMARKO" "$@" >"$WORK/out" 2>"$WORK/err"
-  actual=$?
-  if [ "$actual" -ne "$code" ]; then
-    fail "$name: exit status $actual, expected $code"
-    sed 's/^/  out: /' "$WORK/out"; sed 's/^/  err: /' "$WORK/err"
-  fi
-}
-has() {  # has NAME FILE PATTERN
-  grep -Eq -- "$3" "$WORK/$2" || { fail "$1: $2 lacks /$3/"; sed 's/^/  /' "$WORK/$2"; }
-}
-lacks() {  # lacks NAME FILE PATTERN
-  ! grep -Eq -- "$3" "$WORK/$2" || { fail "$1: $2 has /$3/"; sed 's/^/  /' "$WORK/$2"; }
+  run "$n" "$c" "$@"
 }
 
 cp -R "$SAMPLES" "$WORK/pictures"
@@ -106,8 +87,4 @@ has "syntax error placed" err "syntax.yaml:[0-9]+:[0-9]+: "
 expect "apply with a bad rule set" 1 -- apply "$WORK/bad.yaml" "$WORK/clean"
 has "apply names the place" err "bad.yaml:4:"
 
-if [ "$failures" -ne 0 ]; then
-  echo "$failures check(s) failed"
-  exit 1
-fi
-echo "all checks passed"
+finish

@@ -4,11 +4,7 @@
 # Usage: lumarko_commands_test.sh <path of lumarko>
 set -u
 LUMARKO=$1
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-cli-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-export LUMARKO_CONFIG_DIR
-unset LUMARKO_PLUGIN
+. "$(dirname "$0")/cli_case.sh"
 
 failures=0
 

@@ -7,12 +7,7 @@
 set -u
 LUMARKO=$1
 SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-conditions-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
+. "$(dirname "$0")/cli_case.sh"
 
 cp -R "$SAMPLES" "$WORK/pictures"
 failures=0

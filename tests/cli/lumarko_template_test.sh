@@ -5,10 +5,7 @@
 set -u
 LUMARKO=$1
 SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-template-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-export LUMARKO_CONFIG_DIR
+. "$(dirname "$0")/cli_case.sh"
 unset LC_ALL LANG LANGUAGE
 
 failures=0

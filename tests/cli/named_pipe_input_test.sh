@@ -33,10 +33,10 @@ warning="lumarko: warning: $WORK/p.jpg: not a regular file, left out"
 
 check "pipe beside a picture, named twice" 0 "$warning" -- apply r.yaml p.jpg a.jpg p.jpg --mode all
 grep -q "ran successfully" "$WORK/out" || { echo "FAIL the picture beside the pipe was not processed"; failures=$((failures + 1)); }
-check "pipe alone" 1 "$warning#lumarko: error: no pictures found: .*" -- apply r.yaml p.jpg --mode all
+check "pipe alone" 1 "$warning#lumarko: error: There are no images to process!#.*" -- apply r.yaml p.jpg --mode all
 # A device that reads without end; shared with the whole machine, so only when it is one.
 if [ -c /dev/zero ]; then
-  check "device" 1 "lumarko: warning: /dev/zero: not a regular file, left out#lumarko: error: no pictures found: .*" \
+  check "device" 1 "lumarko: warning: /dev/zero: not a regular file, left out#lumarko: error: There are no images to process!#.*" \
     -- apply r.yaml /dev/zero --mode all
 fi
 check "template on a pipe" 0 "$warning" -- template '{FileName}' p.jpg

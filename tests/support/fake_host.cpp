@@ -4,15 +4,10 @@
 #include <cstdio>
 
 #include "com/bstr.h"
+#include "com/bstr_out.h"
 
 namespace lmk::test {
 namespace {
-
-HRESULT WriteText(const std::wstring& text, BSTR* out) {
-  if (out == nullptr) return E_INVALIDARG;
-  *out = Bstr(text).Detach();
-  return S_OK;
-}
 
 // A new reference to the image as the interface it is asked for.
 HRESULT Handout(ILumarkoImage* image, ILumarkoImage** ppImage) {
@@ -99,7 +94,7 @@ HRESULT FakeRunHost::GetSessionInfo(FILETIME* pftStart, BSTR* pbstrVersion, ULON
   if (failSessionInfo) return E_FAIL;
   *pftStart = sessionStart;
   *pKeepCopyIndex = keepCopyIndex;
-  return WriteText(version, pbstrVersion);
+  return WriteBstr(version, pbstrVersion);
 }
 
 HRESULT FakeRunHost::SetSessionKeepCopyIndex(ULONG index) {
@@ -109,11 +104,11 @@ HRESULT FakeRunHost::SetSessionKeepCopyIndex(ULONG index) {
 }
 
 HRESULT FakeRunHost::GetImagesFolder(BSTR* pbstrFolder) {
-  return WriteText(imagesFolder, pbstrFolder);
+  return WriteBstr(imagesFolder, pbstrFolder);
 }
 
 HRESULT FakeRunHost::GetKeepCopyFolder(BSTR* pbstrFolder) {
-  return WriteText(keepCopyFolder, pbstrFolder);
+  return WriteBstr(keepCopyFolder, pbstrFolder);
 }
 
 HRESULT FakeRunHost::GetCurrentImage(ILumarkoImage** ppImage) {

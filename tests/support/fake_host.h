@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "com/com.h"
+#include "host_api/lumarko_host.h"
 #include "shell/image_record.h"
-#include "shell/lumarko_host.h"
 
 namespace lmk::test {
 
@@ -44,30 +44,7 @@ class FakeRunHost final : public ComObject<FakeRunHost, ILumarkoHost> {
   /// Indexes handed out, in order (first image and range).
   std::vector<ULONG> Delivered() const;
 
-  HRESULT STDMETHODCALLTYPE IsScanning(BOOL* pfScanning) override;
-  HRESULT STDMETHODCALLTYPE GetImageCount(ULONG* pcImages) override;
-  HRESULT STDMETHODCALLTYPE GetCurrentIndex(ULONG* pIndex) override;
-  HRESULT STDMETHODCALLTYPE GetLastIndex(ULONG* pIndex) override;
-  HRESULT STDMETHODCALLTYPE GetSessionInfo(FILETIME* pftStart, BSTR* pbstrVersion,
-                                           ULONG* pKeepCopyIndex) override;
-  HRESULT STDMETHODCALLTYPE SetSessionKeepCopyIndex(ULONG keepCopyIndex) override;
-  HRESULT STDMETHODCALLTYPE GetImagesFolder(BSTR* pbstrFolder) override;
-  HRESULT STDMETHODCALLTYPE GetKeepCopyFolder(BSTR* pbstrFolder) override;
-  HRESULT STDMETHODCALLTYPE GetCurrentImage(ILumarkoImage** ppImage) override;
-  HRESULT STDMETHODCALLTYPE GetFirstImage(ILumarkoImage** ppImage) override;
-  HRESULT STDMETHODCALLTYPE GetImageAt(ULONG index, ILumarkoImage** ppImage) override;
-  HRESULT STDMETHODCALLTYPE GetNextImage(ILumarkoImage* pImage, ILumarkoImage** ppImage) override;
-  HRESULT STDMETHODCALLTYPE GetNextImageOfRange(ILumarkoImage** ppImage) override;
-  HRESULT STDMETHODCALLTYPE GetImageByCookie(ULONGLONG cookie, ILumarkoImage** ppImage) override;
-  HRESULT STDMETHODCALLTYPE IsRatingInPlace(BOOL* pfInPlace) override;
-  HRESULT STDMETHODCALLTYPE SetXmpRating(ULONGLONG cookie, SHORT rating) override;
-  HRESULT STDMETHODCALLTYPE SetXmpLabel(ULONGLONG cookie, SHORT label, SHORT convention) override;
-  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG cookie, SHORT urgency) override;
-  HRESULT STDMETHODCALLTYPE GetLabelNames(DWORD flags, SHORT convention,
-                                          IEnumVARIANT** ppNames) override;
-  HRESULT STDMETHODCALLTYPE OnFileRenamed(ULONGLONG cookie, LPCWSTR oldPath,
-                                          LPCWSTR newPath) override;
-  HRESULT STDMETHODCALLTYPE OnFileDeleted(ULONGLONG cookie, LPCWSTR path) override;
+  LMK_LUMARKO_HOST_OVERRIDES;
 
  private:
   // Hands out the image at index and starts the range after it; the caller holds lock_.

@@ -4,7 +4,7 @@
 
 #include "com/com.h"
 #include "com/com_object.h"
-#include "shell/lumarko_host.h"
+#include "host_api/lumarko_host.h"
 
 namespace lmk::test {
 

@@ -72,6 +72,19 @@ DWORD Win32FromErrno(int error) noexcept {
   return kErrorGenFailure;
 }
 
+DWORD Win32FromWriteErrno(int error) noexcept {
+  switch (error) {
+    case ENOENT:
+      return ERROR_PATH_NOT_FOUND;
+    case EWOULDBLOCK:
+      return ERROR_SHARING_VIOLATION;
+    default: {
+      const DWORD win32 = Win32FromErrno(error);
+      return win32 == kErrorGenFailure ? ERROR_CANTWRITE : win32;
+    }
+  }
+}
+
 HRESULT HresultFromErrno(int error) noexcept { return HRESULT_FROM_WIN32(Win32FromErrno(error)); }
 
 HRESULT HresultFromErrno(int error, std::wstring_view context) noexcept {

@@ -11,6 +11,11 @@ namespace lmk {
 /// ERROR_GEN_FAILURE (31) for a value the table does not know.
 DWORD Win32FromErrno(int error) noexcept;
 
+/// Win32FromErrno for a failure to create or write a file: a missing path component can only be
+/// a folder (ERROR_PATH_NOT_FOUND), a lock held elsewhere is a sharing violation, and an error
+/// the table does not know is ERROR_CANTWRITE.
+DWORD Win32FromWriteErrno(int error) noexcept;
+
 /// HRESULT_FROM_WIN32(Win32FromErrno(error)); S_OK for 0.
 HRESULT HresultFromErrno(int error) noexcept;
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "platform/posix/error_map.h"
 #include "platform/posix/event_record_codec.h"
 #include "platform/text_encoding.h"
 
@@ -23,33 +24,6 @@ int64_t NowAsFileTime() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   return kUnixEpochAsFileTime + static_cast<int64_t>(now.tv_sec) * 10000000 + now.tv_nsec / 100;
-}
-
-DWORD Win32FromErrno(int error) {
-  switch (error) {
-    case ENOENT:
-      return ERROR_PATH_NOT_FOUND;  // the log folder is missing
-    case ENOTDIR:
-      return ERROR_PATH_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-      return ERROR_ACCESS_DENIED;
-    case EROFS:
-      return ERROR_WRITE_PROTECT;
-    case ENOSPC:
-    case EDQUOT:
-      return ERROR_DISK_FULL;
-    case ENAMETOOLONG:
-      return ERROR_FILENAME_EXCED_RANGE;
-    case ENOMEM:
-      return ERROR_OUTOFMEMORY;
-    case EISDIR:
-      return ERROR_ACCESS_DENIED;
-    case EWOULDBLOCK:
-      return ERROR_SHARING_VIOLATION;
-    default:
-      return ERROR_CANTWRITE;
-  }
 }
 
 uint32_t PageSizeKb() {
@@ -102,17 +76,17 @@ DWORD FileEventTraceSink::OpenLocked(std::wstring_view path, bool* busy) {
   const std::string native = ToUtf8(path);
   // Not O_TRUNC: the file may belong to a session that is still writing it.
   const int fd = ::open(native.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  if (fd < 0) return Win32FromErrno(errno);
+  if (fd < 0) return Win32FromWriteErrno(errno);
   if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
     const int error = errno;
     ::close(fd);
     *busy = error == EWOULDBLOCK;
-    return Win32FromErrno(error);
+    return Win32FromWriteErrno(error);
   }
   if (::ftruncate(fd, 0) != 0) {
     const int error = errno;
     ::close(fd);
-    return Win32FromErrno(error);
+    return Win32FromWriteErrno(error);
   }
   fd_ = fd;
   file_size_ = 0;
@@ -125,7 +99,7 @@ DWORD FileEventTraceSink::AppendLocked(const uint8_t* data, size_t size) {
     const ssize_t n = ::write(fd_, data + done, size - done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
-      const DWORD error = n < 0 ? Win32FromErrno(errno) : ERROR_DISK_FULL;
+      const DWORD error = n < 0 ? Win32FromWriteErrno(errno) : ERROR_DISK_FULL;
       // Cut the partial record off so that later records still start where a reader expects.
       if (done > 0 && ::ftruncate(fd_, static_cast<off_t>(file_size_)) != 0) {
         file_size_ += done;  // the file now ends inside a record; readers stop there
@@ -189,9 +163,9 @@ DWORD FileEventTraceSink::DoStop() {
   std::lock_guard lock(mutex_);
   if (fd_ < 0) return ERROR_INVALID_HANDLE;
   DWORD result = ERROR_SUCCESS;
-  if (::fdatasync(fd_) != 0) result = Win32FromErrno(errno);
+  if (::fdatasync(fd_) != 0) result = Win32FromWriteErrno(errno);
   // Closing releases the file lock.
-  if (::close(fd_) != 0 && result == ERROR_SUCCESS) result = Win32FromErrno(errno);
+  if (::close(fd_) != 0 && result == ERROR_SUCCESS) result = Win32FromWriteErrno(errno);
   fd_ = -1;
   return result;
 }

@@ -1,10 +1,10 @@
 // ILumarkoHost: what a plug-in asks of the viewer that hosts it (image list, image records,
-// metadata writes, notices of changed files), the image record, and the host's usage counter.
+// metadata writes, notices of changed files) and the image record. Elements, the runner and the
+// hosts all include it, so it lives below all of them.
 #pragma once
 
 #include "com/com.h"
 #include "com/com_ptr.h"
-#include "platform/usage_counter.h"
 
 /// Bits of LMKIMAGERECORD::gpsFlags: which GPS values the image carries. Only the low seven bits
 /// are defined; a value whose bit is clear is 0 in the record.
@@ -257,3 +257,31 @@ LMK_DECLARE_IID(ILumarkoHost, "988665D6-4CE0-4CD9-B7C6-82315FE9E074");
 /// {988665D6-4CE0-4CD9-B7C6-82315FE9E074}
 inline constexpr IID IID_ILumarkoHost = {
     0x988665D6, 0x4CE0, 0x4CD9, {0xB7, 0xC6, 0x82, 0x31, 0x5F, 0xE9, 0xE0, 0x74}};
+
+/// Declares every ILumarkoHost method as an override, for the classes that implement the whole
+/// interface: they share this one list, so a method added to the interface reaches them all.
+#define LMK_LUMARKO_HOST_OVERRIDES                                                                 \
+  HRESULT STDMETHODCALLTYPE IsScanning(BOOL* pfScanning) override;                                 \
+  HRESULT STDMETHODCALLTYPE GetImageCount(ULONG* pcImages) override;                               \
+  HRESULT STDMETHODCALLTYPE GetCurrentIndex(ULONG* pIndex) override;                               \
+  HRESULT STDMETHODCALLTYPE GetLastIndex(ULONG* pIndex) override;                                  \
+  HRESULT STDMETHODCALLTYPE GetSessionInfo(FILETIME* pftStart, BSTR* pbstrVersion,                 \
+                                           ULONG* pKeepCopyIndex) override;                        \
+  HRESULT STDMETHODCALLTYPE SetSessionKeepCopyIndex(ULONG keepCopyIndex) override;                 \
+  HRESULT STDMETHODCALLTYPE GetImagesFolder(BSTR* pbstrFolder) override;                           \
+  HRESULT STDMETHODCALLTYPE GetKeepCopyFolder(BSTR* pbstrFolder) override;                         \
+  HRESULT STDMETHODCALLTYPE GetCurrentImage(ILumarkoImage** ppImage) override;                     \
+  HRESULT STDMETHODCALLTYPE GetFirstImage(ILumarkoImage** ppImage) override;                       \
+  HRESULT STDMETHODCALLTYPE GetImageAt(ULONG index, ILumarkoImage** ppImage) override;             \
+  HRESULT STDMETHODCALLTYPE GetNextImage(ILumarkoImage* pImage, ILumarkoImage** ppImage) override; \
+  HRESULT STDMETHODCALLTYPE GetNextImageOfRange(ILumarkoImage** ppImage) override;                 \
+  HRESULT STDMETHODCALLTYPE GetImageByCookie(ULONGLONG cookie, ILumarkoImage** ppImage) override;  \
+  HRESULT STDMETHODCALLTYPE IsRatingInPlace(BOOL* pfInPlace) override;                             \
+  HRESULT STDMETHODCALLTYPE SetXmpRating(ULONGLONG cookie, SHORT rating) override;                 \
+  HRESULT STDMETHODCALLTYPE SetXmpLabel(ULONGLONG cookie, SHORT label, SHORT convention) override; \
+  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG cookie, SHORT urgency) override;         \
+  HRESULT STDMETHODCALLTYPE GetLabelNames(DWORD flags, SHORT convention, IEnumVARIANT** ppNames)   \
+      override;                                                                                    \
+  HRESULT STDMETHODCALLTYPE OnFileRenamed(ULONGLONG cookie, LPCWSTR oldPath, LPCWSTR newPath)      \
+      override;                                                                                    \
+  HRESULT STDMETHODCALLTYPE OnFileDeleted(ULONGLONG cookie, LPCWSTR path) override
