@@ -5,9 +5,22 @@
 #include "actions/action_path.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
+#include "com/com_error.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
+namespace {
+
+// Expands one template of the plan; a failure (a counter that cannot be advanced) keeps the
+// expander's own description, which names the settings database and what is wrong with it.
+HRESULT ExpandForPlan(IDictionary& record, std::wstring_view templ, TemplateContext& context,
+                      std::wstring* expanded, std::wstring* failure) {
+  const HRESULT hr = ExpandTemplate(&record, templ, expanded, &context);
+  if (FAILED(hr)) *failure = TakeErrorDescription();
+  return hr;
+}
+
+}  // namespace
 
 HRESULT ResolveRenamingTemplate(CRenamingTemplateStore& store, std::wstring_view name,
                                 std::wstring* text) {
@@ -26,7 +39,7 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.ImagesFolder", &imagesFolder));
 
   std::wstring expanded;
-  LMK_RETURN_IF_FAILED(ExpandTemplate(&record, settings.folderTemplate, &expanded, &context));
+  LMK_RETURN_IF_FAILED(ExpandForPlan(record, settings.folderTemplate, context, &expanded, failure));
   const std::wstring_view imageFolder = FolderOf(source, kStyle);
   target->folder = ResolveDestinationFolder(ReplaceInvalidPathCharacters(expanded, kStyle),
                                             imageFolder, imagesFolder, kStyle);
@@ -47,7 +60,7 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
       return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     }
     std::wstring newName;
-    LMK_RETURN_IF_FAILED(ExpandTemplate(&record, templ, &newName, &context));
+    LMK_RETURN_IF_FAILED(ExpandForPlan(record, templ, context, &newName, failure));
     const std::wstring valid = ReplaceInvalidNameCharacters(newName, kStyle);
     // A template that yields nothing keeps the image's own name rather than making ".jpg".
     if (const std::wstring_view trimmed = TrimWhiteSpace(valid); !trimmed.empty()) {

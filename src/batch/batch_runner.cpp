@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cwctype>
 #include <utility>
 
 #include "com/bstr.h"
@@ -49,6 +50,8 @@ struct CBatchRunner::RunState {
   ComPtr<IDictionary> globals;
   ComPtr<IDictionary> attachments;
   std::unique_ptr<CFileRecordBuilder> builder;
+  // Kept open for the run, so that every counter of the run uses one connection.
+  std::shared_ptr<SettingsStore> settings;
   ULONG total = 0;
   std::atomic<LONG> done{0};
   // Percent last reported; the lock keeps reports in growing order across workers.
@@ -201,6 +204,13 @@ void CBatchRunner::Run(RunState& state) {
     ThrowIfFailed(state.globals->PutMultiple(5, names.data(), shallow.data()));
   }
   sink_->OnProgress(0);
+  // Said once here rather than per image: a run that needs no counter is not held up by it.
+  if (FAILED(SettingsStore::Open(SettingsScope::CurrentUser, &state.settings))) {
+    std::wstring why = TakeErrorDescription();
+    if (why.empty()) why = L"the settings store cannot be opened";
+    why[0] = static_cast<wchar_t>(std::towupper(why[0]));
+    log_->Warning(batch_text::kSettingsUnusable, why);
+  }
 
   state.builder = std::make_unique<CFileRecordBuilder>(host_.Get(), state.globals.Get(),
                                                        state.attachments.Get(), options_.fileExists,

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sqlite3.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -25,10 +26,36 @@ namespace {
 constexpr int32_t kApplicationId = 0x4C4D4B53;
 constexpr int32_t kSchemaVersion = 1;
 
-// SQLite waits this long for a lock itself; around that we retry until kBusyLimit so that a
-// busy answer returned without waiting (WAL recovery, a checkpoint) never fails a caller.
-constexpr int kBusyTimeoutMs = 5000;
-constexpr auto kBusyLimit = std::chrono::seconds(30);
+// SQLite's own wait for a lock is kept short; around it we retry until BusyLimit() so that a
+// busy answer returned without waiting (WAL recovery, a checkpoint) is waited out as well.
+constexpr int kBusyTimeoutMs = 100;
+// How long a store that another program holds is waited for before the call fails. Long
+// enough for another program's ordinary writes; LUMARKO_SETTINGS_WAIT (seconds) changes it.
+constexpr std::chrono::milliseconds kDefaultBusyLimit{10000};
+constexpr double kMaxBusyLimitSeconds = 3600;
+
+std::chrono::milliseconds BusyLimit() {
+  const char* text = std::getenv("LUMARKO_SETTINGS_WAIT");
+  if (text == nullptr || *text == '\0') return kDefaultBusyLimit;
+  char* end = nullptr;
+  const double seconds = std::strtod(text, &end);
+  if (end == text || *end != '\0' || !(seconds >= 0) || seconds > kMaxBusyLimitSeconds) {
+    return kDefaultBusyLimit;
+  }
+  return std::chrono::milliseconds(static_cast<int64_t>(seconds * 1000));
+}
+
+// "10 s", "2.5 s": the wait as the user set it.
+std::string BusyLimitText() {
+  const auto limit = BusyLimit();
+  std::string text = std::to_string(limit.count() / 1000);
+  if (const auto rest = limit.count() % 1000; rest != 0) {
+    std::string fraction = std::to_string(1000 + rest).substr(1);
+    while (fraction.back() == '0') fraction.pop_back();
+    text += "." + fraction;
+  }
+  return text + " s";
+}
 
 // The registry's own limit for value names.
 constexpr size_t kMaxValueNameLength = 16383;
@@ -66,10 +93,10 @@ bool IsBusy(int code) {
   return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
 }
 
-// Retries `fn` while it fails with a busy answer, with a short growing pause, until kBusyLimit.
+// Retries `fn` while it fails with a busy answer, with a short growing pause, until BusyLimit().
 template <class F>
 void RetryWhileBusy(F&& fn) {
-  const auto deadline = std::chrono::steady_clock::now() + kBusyLimit;
+  const auto deadline = std::chrono::steady_clock::now() + BusyLimit();
   thread_local std::minstd_rand jitter(std::random_device{}());
   for (int attempt = 0;; ++attempt) {
     try {
@@ -134,11 +161,48 @@ HRESULT Describe(HRESULT hr, const std::string& text) {
 
 std::string SystemMessage(int error) { return std::generic_category().message(error); }
 
+// What stops the database at `path` from being written, as far as can be seen from outside:
+// SQLite's own answer ("unable to open database file") does not say.
+std::string WriteRefusal(const std::filesystem::path& path) {
+  std::error_code ec;
+  if (std::filesystem::is_directory(path, ec)) {
+    return " is a folder, not a database file; move the folder aside";
+  }
+  const std::filesystem::path folder = path.parent_path();
+  struct statvfs volume {};
+  if (::statvfs(folder.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0) {
+    return " is on a read-only file system; remount it read-write, or point LUMARKO_CONFIG_DIR "
+           "at a folder that can be written";
+  }
+  if (::access(path.c_str(), F_OK) == 0 && ::access(path.c_str(), W_OK) != 0) {
+    return " is read-only; make it writable again (chmod u+w " + path.string() + ")";
+  }
+  if (::access(folder.c_str(), W_OK) != 0) {
+    return " is in a folder that cannot be written (its journal lives beside it); give the "
+           "folder write permission";
+  }
+  return {};
+}
+
 // What to tell the user about a failure of the database at `path`.
 std::string FailureText(const std::filesystem::path& path, const SqliteFailure& failure) {
   std::string detail = failure.message;
   if (failure.systemError != 0) detail += ": " + SystemMessage(failure.systemError);
   const std::string head = "settings database " + path.string();
+  switch (failure.code & 0xFF) {
+    case SQLITE_CANTOPEN:
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+    case SQLITE_IOERR:
+      if (const std::string refusal = WriteRefusal(path); !refusal.empty()) {
+        const size_t advice = refusal.find(';');
+        return head + refusal.substr(0, advice) + " (" + detail + ")" + refusal.substr(advice);
+      }
+      break;
+    default:
+      break;
+  }
   switch (failure.code & 0xFF) {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
@@ -156,9 +220,9 @@ std::string FailureText(const std::filesystem::path& path, const SqliteFailure& 
              "); check the permissions of the file and its folder";
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      return head + " stayed locked by another program for " +
-             std::to_string(std::chrono::seconds(kBusyLimit).count()) + " seconds (" + detail +
-             "); try again when it has finished";
+      return head + " is busy: another program has held it for " + BusyLimitText() + " (" + detail +
+             "); try again when that program has finished with it (LUMARKO_SETTINGS_WAIT sets "
+             "how many seconds to wait)";
     case SQLITE_FULL:
       return head + " cannot grow (" + detail + "); free some disk space";
     case SQLITE_IOERR:
