@@ -56,6 +56,7 @@ damage() {  # damage CASE
     garbage) head -c 8192 /dev/urandom >"$DB" ;;
     zeroed_header) dd if=/dev/zero of="$DB" bs=100 count=1 conv=notrunc 2>/dev/null ;;
     truncated) truncate -s 6000 "$DB" ;;
+    emptied) : >"$DB" ;;
     flipped_bytes)
       python3 -c 'import sys
 data = bytearray(open(sys.argv[1], "rb").read())
@@ -129,10 +130,13 @@ fi
 scenario garbage kept fails "is damaged \(file is not a database\)"
 scenario zeroed_header kept fails "is damaged \(file is not a database\)"
 scenario truncated kept fails "is damaged \(database disk image is malformed\)"
+scenario emptied kept fails "is damaged \(the file is empty"
 scenario flipped_bytes kept fails "is damaged \(integrity check"
 scenario foreign kept fails "is not one this program can use \(it belongs to another program\)"
 scenario folder kept fails "is a folder, not a database file"
 scenario missing "n0 n1 n2" 3 ""
+leftovers=$(ls -A "$WORK/missing/config" | grep -Ev '^settings\.db(-wal|-shm)?$')
+[ -z "$leftovers" ] || fail "missing: files left beside the new database: $leftovers"
 if [ "$(id -u)" -ne 0 ] || command -v setpriv >/dev/null; then
   scenario read_only kept 1 "is read-only"
 else

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -178,8 +179,8 @@ std::string WriteRefusal(const std::filesystem::path& path) {
     return " is read-only; make it writable again (chmod u+w " + path.string() + ")";
   }
   if (::access(folder.c_str(), W_OK) != 0) {
-    return " is in a folder that cannot be written (its journal lives beside it); give the "
-           "folder write permission";
+    return " is in a folder that cannot be written; give the folder write permission (the "
+           "database keeps its journal beside it)";
   }
   return {};
 }
@@ -436,10 +437,9 @@ HRESULT SqliteSettingsStore::OpenFile(const std::filesystem::path& path, Journal
                                                         path.parent_path().string() + " (" +
                                                         ec.message() + ")");
     }
-    // Made here rather than by SQLite so that the user's settings are private to the user.
-    const int fd =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, privateFiles ? 0600 : 0644);
-    if (fd >= 0) ::close(fd);
+    if (!std::filesystem::exists(path, ec)) {
+      LMK_RETURN_IF_FAILED(CreateFile(path, privateFiles ? 0600 : 0644));
+    }
 
     sqlite3* raw = nullptr;
     const int rc =
@@ -467,6 +467,59 @@ HRESULT SqliteSettingsStore::OpenFile(const std::filesystem::path& path, Journal
   }
 }
 
+HRESULT SqliteSettingsStore::CreateFile(const std::filesystem::path& path, unsigned mode) {
+  // A database comes into being whole: it is made under a temporary name in the same folder
+  // and linked into place. So an empty settings file is never one of ours half made, but one
+  // that was emptied, and is reported instead of starting every counter again at 0.
+  std::string temporary =
+      (path.parent_path() / ("." + path.filename().string() + ".XXXXXX")).string();
+  const int fd = ::mkstemp(temporary.data());
+  if (fd < 0) {
+    const int error = errno;
+    return Describe(HresultFromErrno(error),
+                    FailureText(path, SqliteFailure(SQLITE_CANTOPEN, "cannot create it", error)));
+  }
+  // The mode is set here rather than by SQLite so that the user's settings stay the user's.
+  ::fchmod(fd, static_cast<mode_t>(mode));
+  ::close(fd);
+  struct Remover {
+    const std::string& name;
+    ~Remover() { ::unlink(name.c_str()); }
+  } remover{temporary};
+
+  sqlite3* raw = nullptr;
+  const int rc = sqlite3_open_v2(temporary.c_str(), &raw,
+                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX, nullptr);
+  std::unique_ptr<sqlite3, ConnectionCloser> db(raw);
+  if (rc != SQLITE_OK) {
+    return Describe(HresultFromSqlite(rc),
+                    FailureText(path, SqliteFailure(rc, "cannot create it: " +
+                                                            std::string(sqlite3_errstr(rc)))));
+  }
+  sqlite3_extended_result_codes(raw, 1);
+  {
+    const auto maker = std::make_shared<SqliteSettingsStore>(PrivateTag(), path, db.release());
+    try {
+      std::lock_guard lock(maker->mutex_);
+      maker->CreateSchema();
+    } catch (...) {
+      return maker->FailFromCurrentException();
+    }
+  }
+  // Another process may have made the file meanwhile: then that one is used.
+  if (::link(temporary.c_str(), path.c_str()) != 0 && errno != EEXIST) {
+    const int error = errno;
+    return Describe(HresultFromErrno(error),
+                    FailureText(path, SqliteFailure(SQLITE_CANTOPEN, "cannot create it", error)));
+  }
+  const int folder = ::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder >= 0) {
+    ::fsync(folder);
+    ::close(folder);
+  }
+  return S_OK;
+}
+
 void SqliteSettingsStore::Prepare(Journal journal) {
   // Reading the schema reads the file's header: a file that is no database fails here, before
   // anything could be written to it.
@@ -492,6 +545,12 @@ void SqliteSettingsStore::Prepare(Journal journal) {
     version = user.Step() ? user.Int(0) : 0;
   });
   const bool fresh = applicationId == 0 && objects == 0;
+  if (fresh) {
+    std::error_code ec;
+    if (std::filesystem::file_size(path_, ec) == 0 && !ec) {
+      throw SqliteFailure(SQLITE_CORRUPT, "the file is empty: it was cut short or emptied");
+    }
+  }
   if (!fresh && applicationId != kApplicationId) {
     throw SqliteFailure(SQLITE_FORMAT, "it belongs to another program");
   }
