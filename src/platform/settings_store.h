@@ -54,7 +54,7 @@ struct RegValue {
 /// program holds is waited for a bounded time (10 s; on POSIX the environment variable
 /// LUMARKO_SETTINGS_WAIT gives the seconds), then the call fails with
 /// HRESULT_FROM_WIN32(ERROR_BUSY). A store that cannot be written fails writes with
-/// E_ACCESSDENIED or HRESULT_FROM_WIN32(ERROR_CANTOPEN); nothing is ever made up or dropped.
+/// E_ACCESSDENIED or HRESULT_FROM_WIN32(ERROR_CANTOPEN).
 class SettingsStore {
  public:
   using Updater = std::function<std::optional<RegValue>(const std::optional<RegValue>&)>;

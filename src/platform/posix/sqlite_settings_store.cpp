@@ -506,8 +506,10 @@ HRESULT SqliteSettingsStore::CreateFile(const std::filesystem::path& path, unsig
       return maker->FailFromCurrentException();
     }
   }
-  // Another process may have made the file meanwhile: then that one is used.
-  if (::link(temporary.c_str(), path.c_str()) != 0 && errno != EEXIST) {
+  // Another process may have made the file meanwhile: then that one is used. File systems
+  // without hard links get a rename, which only a creation at the same instant could race.
+  if (::link(temporary.c_str(), path.c_str()) != 0 && errno != EEXIST &&
+      (std::filesystem::exists(path) || ::rename(temporary.c_str(), path.c_str()) != 0)) {
     const int error = errno;
     return Describe(HresultFromErrno(error),
                     FailureText(path, SqliteFailure(SQLITE_CANTOPEN, "cannot create it", error)));
