@@ -54,7 +54,12 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   if (!settings.renameTemplate.empty()) {
     std::wstring templ;
     const HRESULT found = ResolveRenamingTemplate(store, settings.renameTemplate, &templ);
-    LMK_RETURN_IF_FAILED(found);
+    if (FAILED(found)) {
+      std::wstring why = TakeErrorDescription();
+      if (why.empty()) why = FailureReason(found);
+      *failure = FormatActionText(action_text::kTemplateLookupFailed, settings.renameTemplate, why);
+      return found;
+    }
     if (found == S_FALSE) {
       *failure = FormatActionText(action_text::kUnknownTemplate, settings.renameTemplate);
       return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);

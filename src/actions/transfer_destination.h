@@ -32,8 +32,8 @@ struct TransferTarget {
 /// expanded with context, so that one template's `{RegEx:...}` feeds the next one's `{1}`.
 /// S_OK; a failure of the record, the expander or the template store, or
 /// HRESULT_FROM_WIN32(ERROR_NOT_FOUND) for a renaming template that does not exist. For the
-/// last two, *failure is set to the text that says so (for the expander, a counter that
-/// cannot be advanced, naming the settings database).
+/// last three, *failure is set to the text that says so (naming the settings database when
+/// it is the cause).
 [[nodiscard]] HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
                                    const DestinationSettings& settings,
                                    CRenamingTemplateStore& store, TemplateContext& context,

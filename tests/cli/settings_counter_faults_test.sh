@@ -168,6 +168,18 @@ warnings=$(grep -c "^Warning" "$DIR/out")
 [ "$warnings" -eq 1 ] && grep -q "Settings database $DB is damaged" "$DIR/out" ||
   { fail "no_counter: $warnings warnings, expected one naming the database"; sed 's/^/  /' "$DIR/out"; }
 
+# A copy into a folder named by counter fails the same way, with the database's reason, and copies nothing.
+prepare copy
+damage garbage
+printf 'rules:\n  - name: Copy\n    actions:\n      - Action.Copy: { destination: "%s/{AutoIncrement}" }\n' "$DIR/copies" >"$DIR/rules.yaml"
+lmk apply "$DIR/rules.yaml" "$DIR/pictures" --mode all
+status=$?
+[ "$status" -eq 4 ] || fail "copy: exit status $status, expected 4 (errors)"
+[ -z "$(ls -A "$DIR/copies" 2>/dev/null)" ] || fail "copy: pictures were copied"
+lmk events --filter errors
+errors=$(grep -Ec "AutoIncrementValue.*settings database $DB is damaged" "$DIR/out")
+[ "$errors" -eq 3 ] || { fail "copy: $errors errors naming the database, expected 3"; sed 's/^/  /' "$DIR/out"; }
+
 if [ "$failures" -ne 0 ]; then
   echo "$failures check(s) failed"
   exit 1
