@@ -3,7 +3,8 @@
 # foreign, read-only, busy, missing or a folder: every run either fails the renames with an
 # error naming the database and its fault, or waits and hands out fresh values. No value is
 # ever repeated, no picture is replaced, and a damaged file is left exactly as it was.
-# Usage: settings_counter_faults_test.sh <path of lumarko> <samples folder> [inner CASE]
+# Usage: settings_counter_faults_test.sh <path of lumarko> <samples folder>
+# (it runs itself as "... inner <work folder>" in a private mount namespace for one case)
 set -u
 LUMARKO=$1
 SAMPLES=$2
@@ -147,7 +148,8 @@ scenario busy_too_long kept - "is busy: another program has held it for 0.5 s"
 
 # A read-only file system needs a mount of its own, which only root may make, in a private
 # mount namespace so that nothing outside the test sees it.
-if [ "$(id -u)" -eq 0 ] && unshare -m true 2>/dev/null; then
+mkdir -p "$WORK/probe"
+if [ "$(id -u)" -eq 0 ] && unshare -m mount -t tmpfs lmk-probe "$WORK/probe" 2>/dev/null; then
   mkdir -p "$WORK/read_only_file_system"
   unshare -m sh "$0" "$LUMARKO" "$SAMPLES" inner "$WORK"
   failures=$((failures + $?))
