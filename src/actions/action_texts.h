@@ -36,6 +36,9 @@ inline constexpr std::wstring_view kMoveTakenBack =
 inline constexpr std::wstring_view kUnknownTemplate =
     L"There is no renaming template named '%ls'. Define it with 'lumarko templates set' or in "
     L"the rule set's templates.";
+/// The kept renaming templates cannot be read; the store's own reason follows.
+inline constexpr std::wstring_view kTemplateLookupFailed =
+    L"The renaming template '%ls' cannot be looked up: %ls";
 
 // Rename and delete.
 inline constexpr std::wstring_view kRenaming = L"Renaming \"%ls\" to \"%s\" using template \"%s\".";

@@ -5,9 +5,20 @@
 #include "actions/action_path.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
+#include "com/com_error.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
+namespace {
+
+// An expansion's failure (a counter that cannot be advanced) keeps the expander's own
+// description, which names the settings database and what is wrong with it.
+HRESULT KeepDescription(HRESULT hr, std::wstring* failure) {
+  if (FAILED(hr)) *failure = TakeErrorDescription();
+  return hr;
+}
+
+}  // namespace
 
 HRESULT ResolveRenamingTemplate(CRenamingTemplateStore& store, std::wstring_view name,
                                 std::wstring* text) {
@@ -54,8 +65,8 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.ImagesFolder", &imagesFolder));
 
   std::wstring destination;
-  LMK_RETURN_IF_FAILED(
-      ExpandFolderTemplate(&record, settings.folderTemplate, context, &destination));
+  LMK_RETURN_IF_FAILED(KeepDescription(
+      ExpandFolderTemplate(&record, settings.folderTemplate, context, &destination), failure));
   const std::wstring_view imageFolder = FolderOf(source, kStyle);
   target->folder = ResolveDestinationFolder(destination, imageFolder, imagesFolder, kStyle);
   if (settings.preserveHierarchy && !imagesFolder.empty()) {
@@ -69,13 +80,19 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   if (!settings.renameTemplate.empty()) {
     std::wstring templ;
     const HRESULT found = ResolveRenamingTemplate(store, settings.renameTemplate, &templ);
-    LMK_RETURN_IF_FAILED(found);
+    if (FAILED(found)) {
+      std::wstring why = TakeErrorDescription();
+      if (why.empty()) why = FailureReason(found);
+      *failure = FormatActionText(action_text::kTemplateLookupFailed, settings.renameTemplate, why);
+      return found;
+    }
     if (found == S_FALSE) {
       *failure = FormatActionText(action_text::kUnknownTemplate, settings.renameTemplate);
       return HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     }
     std::wstring newName;
-    LMK_RETURN_IF_FAILED(ExpandNameTemplate(&record, templ, context, &newName));
+    LMK_RETURN_IF_FAILED(
+        KeepDescription(ExpandNameTemplate(&record, templ, context, &newName), failure));
     // A template that yields nothing keeps the image's own name rather than making ".jpg".
     if (!newName.empty()) target->baseName = std::move(newName);
   }

@@ -44,8 +44,9 @@ struct TransferTarget {
 /// Plans the transfer of the image at source (`File.Name` of record). All templates are
 /// expanded with context, so that one template's `{RegEx:...}` feeds the next one's `{1}`.
 /// S_OK; a failure of the record, the expander or the template store, or
-/// HRESULT_FROM_WIN32(ERROR_NOT_FOUND) for a renaming template that does not exist, with
-/// *failure set to the text that says so.
+/// HRESULT_FROM_WIN32(ERROR_NOT_FOUND) for a renaming template that does not exist. For the
+/// last three, *failure is set to the text that says so (naming the settings database when
+/// it is the cause).
 [[nodiscard]] HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
                                    const DestinationSettings& settings,
                                    CRenamingTemplateStore& store, TemplateContext& context,

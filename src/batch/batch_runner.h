@@ -52,6 +52,10 @@ inline constexpr std::wstring_view kSkipping = L"Skipping \"%s\".";
 /// user must know that they may not survive a power cut (their sources are untouched).
 inline constexpr std::wstring_view kCopiesNotFlushed =
     L"The copies made by this run may not be on the disk yet: %ls";
+/// The settings store cannot be used: the run goes on, but no counter can be handed out.
+inline constexpr std::wstring_view kSettingsUnusable =
+    L"%ls. Until then, actions whose templates use {AutoIncrement} or {AutoCycle} fail; "
+    L"everything else runs as usual.";
 inline constexpr std::wstring_view kSkippedCount = L"Skipped %d invalid image(s).";
 inline constexpr std::wstring_view kCanceling = L"Canceling batch job at user's request.";
 }  // namespace batch_text

@@ -50,7 +50,11 @@ struct RegValue {
 /// Thread-safe: one object may be shared by many threads. Every write is atomic, and the store
 /// is shared with other processes (a write by one is seen by the next read of the others).
 /// Errors come back as HRESULTs; failures other than "not found" also set the thread's error
-/// description (lmk::SetErrorDescription) naming the file and what to do.
+/// description (lmk::SetErrorDescription) naming the file and what to do. A store that another
+/// program holds is waited for a bounded time (10 s; on POSIX the environment variable
+/// LUMARKO_SETTINGS_WAIT gives the seconds), then the call fails with
+/// HRESULT_FROM_WIN32(ERROR_BUSY). A store that cannot be written fails writes with
+/// E_ACCESSDENIED or HRESULT_FROM_WIN32(ERROR_CANTOPEN).
 class SettingsStore {
  public:
   using Updater = std::function<std::optional<RegValue>(const std::optional<RegValue>&)>;

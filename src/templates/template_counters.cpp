@@ -4,22 +4,35 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 
+#include "com/com_error.h"
 #include "platform/settings_store.h"
 #include "templates/value_formatter.h"
 
 namespace lmk {
 namespace {
 
-// The stored value, or 0 when the store cannot be read (which then also is not written).
-// `advance` gives the value to store after `value`.
+// A counter that cannot be read or advanced fails the expansion: handing out 0 (or any guess)
+// would repeat a value, and a rename with overwrite would then replace a picture.
+[[noreturn]] void ThrowCounterFailure(HRESULT hr, const wchar_t* name) {
+  std::wstring why = TakeErrorDescription();
+  if (why.empty()) why = L"the settings store failed with " + FormatHresult(hr);
+  throw ComError(hr, std::wstring(L"The counter \"") + name + L"\" cannot be read or advanced, " +
+                         L"so no value was handed out: " + why);
+}
+
+// The stored value (0 when absent), advanced to `advance(value)` unless `preview`, in one
+// atomic update of the store. Throws ComError when the store cannot be opened, read or written.
 template <class Advance>
 uint32_t ReadAndAdvance(const wchar_t* name, bool preview, SettingsStore* transaction,
                         Advance advance) {
   std::shared_ptr<SettingsStore> opened;
   SettingsStore* store = transaction;
   if (store == nullptr) {
-    if (FAILED(SettingsStore::Open(SettingsScope::CurrentUser, &opened)) || !opened) return 0;
+    const HRESULT hr = SettingsStore::Open(SettingsScope::CurrentUser, &opened);
+    if (FAILED(hr) || !opened) ThrowCounterFailure(FAILED(hr) ? hr : E_UNEXPECTED, name);
     store = opened.get();
   }
   auto number_of = [](const RegValue& value) {
@@ -27,15 +40,20 @@ uint32_t ReadAndAdvance(const wchar_t* name, bool preview, SettingsStore* transa
   };
   if (preview) {
     RegValue value;
-    return SUCCEEDED(store->GetValue(TemplateCounters::kKey, name, &value)) ? number_of(value) : 0;
+    const HRESULT hr = store->GetValue(TemplateCounters::kKey, name, &value);
+    if (hr == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND)) return 0;
+    if (FAILED(hr)) ThrowCounterFailure(hr, name);
+    return number_of(value);
   }
   uint32_t current = 0;
-  HRESULT hr = store->Update(TemplateCounters::kKey, name,
-                             [&](const std::optional<RegValue>& stored) -> std::optional<RegValue> {
-                               current = stored ? number_of(*stored) : 0;
-                               return RegValue::Dword(advance(current));
-                             });
-  return SUCCEEDED(hr) ? current : 0;
+  const HRESULT hr =
+      store->Update(TemplateCounters::kKey, name,
+                    [&](const std::optional<RegValue>& stored) -> std::optional<RegValue> {
+                      current = stored ? number_of(*stored) : 0;
+                      return RegValue::Dword(advance(current));
+                    });
+  if (FAILED(hr)) ThrowCounterFailure(hr, name);
+  return current;
 }
 
 }  // namespace

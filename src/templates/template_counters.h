@@ -18,12 +18,13 @@ class TemplateCounters {
 
   /// The `AutoIncrementValue` formatted with the number modifier; advanced by one unless
   /// `preview`. `transaction` (may be null) is the store to use instead of opening one.
-  /// A store that cannot be opened or updated gives 0 and nothing is written.
+  /// A store that cannot be opened, read or updated throws ComError with its HRESULT and a
+  /// description naming the counter, the database and what is wrong; nothing is handed out.
   static std::wstring NextIncrement(int modifier, bool preview, SettingsStore* transaction);
 
   /// The `AutoCycleValue<n>` counter (n clamped to 0..9): the stored value for n = 0, else the
   /// value modulo 10^n, zero-padded to n digits for n >= 2; it then becomes
-  /// (value + 1) modulo 10^n (value + 1 for n = 0) unless `preview`.
+  /// (value + 1) modulo 10^n (value + 1 for n = 0) unless `preview`. Fails as NextIncrement.
   static std::wstring NextCycle(int width, bool preview, SettingsStore* transaction);
 };
 

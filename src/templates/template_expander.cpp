@@ -54,6 +54,8 @@ HRESULT ExpandTemplate(IDictionary* dictionary, std::wstring_view templ, std::ws
     if (error.hr() != BoundedRegex::kTooComplex) return HresultFromCurrentException();
     return ReportTooComplex(templ, error);
   } catch (...) {
+    // Half a name must never be used: the caller gets the failure and no text.
+    result->clear();
     return HresultFromCurrentException();
   }
 }
@@ -72,6 +74,8 @@ HRESULT ExpandVariable(std::wstring* value, IDictionary* dictionary, std::wstrin
     if (VariableDispatcher::Expand(token.substr(0, length), call, value)) *consumed = length;
     return S_OK;
   } catch (...) {
+    value->clear();
+    *consumed = 0;
     return HresultFromCurrentException();
   }
 }

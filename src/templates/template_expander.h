@@ -20,7 +20,9 @@ namespace lmk {
 /// required stay as typed; an unclosed '{' drops the rest of the template.
 /// S_OK; E_INVALIDARG for a null `result`; E_OUTOFMEMORY; BoundedRegex::kTooComplex when a
 /// `{RegEx...}` or `{Replace...}` expression would take too long on this image (the error
-/// description names the template, the expression and the text). When even the result buffer
+/// description names the template, the expression and the text); the settings store's HRESULT
+/// when a counter cannot be read or advanced, with a description (TakeErrorDescription) naming
+/// the database and what is wrong. On failure `*result` is empty. When even the result buffer
 /// cannot be allocated the process ends (there is nothing sensible left to do).
 [[nodiscard]] HRESULT ExpandTemplate(IDictionary* dictionary, const wchar_t* templ,
                                      std::wstring* result,
@@ -32,7 +34,7 @@ namespace lmk {
 /// Expands the one token at the start of `token` ("{FileName:1}", possibly followed by more
 /// text). `*consumed` is the token's length when it is recognised (its value in `*value`) and 0
 /// otherwise (`*value` then empty). S_OK in both cases; E_INVALIDARG for null out-pointers;
-/// E_OUTOFMEMORY.
+/// E_OUTOFMEMORY; a counter's failure as for ExpandTemplate (`*value` empty, `*consumed` 0).
 [[nodiscard]] HRESULT ExpandVariable(std::wstring* value, IDictionary* dictionary,
                                      std::wstring_view token, size_t* consumed,
                                      TemplateContext* context = nullptr) noexcept;

@@ -1,10 +1,8 @@
-// The persistent counters: formats, cycling, preview, transactions, threads, no store.
+// The persistent counters: formats, cycling, preview, transactions, threads.
 #include "templates/template_counters.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <set>
 #include <thread>
 #include <vector>
@@ -102,13 +100,6 @@ TEST(CounterTest, RolledBackTransactionLeavesCounter) {
   EXPECT_EQ(hr, E_ABORT);
   EXPECT_EQ(shown, L"01");
   EXPECT_EQ(Stored(TemplateCounters::kIncrementName), 0xFFFFFFFFu);
-}
-
-TEST(CounterTest, UnopenableStoreReadsZeroAndWritesNothing) {
-  test::ScopedConfigDir config;
-  // A folder where the database file should be: the store cannot be opened.
-  std::filesystem::create_directories(config.dir() / "settings.db");
-  EXPECT_EQ(Expand(L"{AutoIncrement}|{AutoCycle:2}|{AutoIncrement}"), L"0|00|0");
 }
 
 TEST(CounterTest, EightThreadsNeverShareAValue) {

@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <pwd.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -25,10 +27,36 @@ namespace {
 constexpr int32_t kApplicationId = 0x4C4D4B53;
 constexpr int32_t kSchemaVersion = 1;
 
-// SQLite waits this long for a lock itself; around that we retry until kBusyLimit so that a
-// busy answer returned without waiting (WAL recovery, a checkpoint) never fails a caller.
-constexpr int kBusyTimeoutMs = 5000;
-constexpr auto kBusyLimit = std::chrono::seconds(30);
+// SQLite's own wait for a lock is kept short; around it we retry until BusyLimit() so that a
+// busy answer returned without waiting (WAL recovery, a checkpoint) is waited out as well.
+constexpr int kBusyTimeoutMs = 100;
+// How long a store that another program holds is waited for before the call fails. Long
+// enough for another program's ordinary writes; LUMARKO_SETTINGS_WAIT (seconds) changes it.
+constexpr std::chrono::milliseconds kDefaultBusyLimit{10000};
+constexpr double kMaxBusyLimitSeconds = 3600;
+
+std::chrono::milliseconds BusyLimit() {
+  const char* text = std::getenv("LUMARKO_SETTINGS_WAIT");
+  if (text == nullptr || *text == '\0') return kDefaultBusyLimit;
+  char* end = nullptr;
+  const double seconds = std::strtod(text, &end);
+  if (end == text || *end != '\0' || !(seconds >= 0) || seconds > kMaxBusyLimitSeconds) {
+    return kDefaultBusyLimit;
+  }
+  return std::chrono::milliseconds(static_cast<int64_t>(seconds * 1000));
+}
+
+// "10 s", "2.5 s": the wait as the user set it.
+std::string BusyLimitText() {
+  const auto limit = BusyLimit();
+  std::string text = std::to_string(limit.count() / 1000);
+  if (const auto rest = limit.count() % 1000; rest != 0) {
+    std::string fraction = std::to_string(1000 + rest).substr(1);
+    while (fraction.back() == '0') fraction.pop_back();
+    text += "." + fraction;
+  }
+  return text + " s";
+}
 
 // The registry's own limit for value names.
 constexpr size_t kMaxValueNameLength = 16383;
@@ -66,10 +94,10 @@ bool IsBusy(int code) {
   return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
 }
 
-// Retries `fn` while it fails with a busy answer, with a short growing pause, until kBusyLimit.
+// Retries `fn` while it fails with a busy answer, with a short growing pause, until BusyLimit().
 template <class F>
 void RetryWhileBusy(F&& fn) {
-  const auto deadline = std::chrono::steady_clock::now() + kBusyLimit;
+  const auto deadline = std::chrono::steady_clock::now() + BusyLimit();
   thread_local std::minstd_rand jitter(std::random_device{}());
   for (int attempt = 0;; ++attempt) {
     try {
@@ -134,11 +162,48 @@ HRESULT Describe(HRESULT hr, const std::string& text) {
 
 std::string SystemMessage(int error) { return std::generic_category().message(error); }
 
+// What stops the database at `path` from being written, as far as can be seen from outside:
+// SQLite's own answer ("unable to open database file") does not say.
+std::string WriteRefusal(const std::filesystem::path& path) {
+  std::error_code ec;
+  if (std::filesystem::is_directory(path, ec)) {
+    return " is a folder, not a database file; move the folder aside";
+  }
+  const std::filesystem::path folder = path.parent_path();
+  struct statvfs volume {};
+  if (::statvfs(folder.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0) {
+    return " is on a read-only file system; remount it read-write, or point LUMARKO_CONFIG_DIR "
+           "at a folder that can be written";
+  }
+  if (::access(path.c_str(), F_OK) == 0 && ::access(path.c_str(), W_OK) != 0) {
+    return " is read-only; make it writable again (chmod u+w " + path.string() + ")";
+  }
+  if (::access(folder.c_str(), W_OK) != 0) {
+    return " is in a folder that cannot be written; give the folder write permission (the "
+           "database keeps its journal beside it)";
+  }
+  return {};
+}
+
 // What to tell the user about a failure of the database at `path`.
 std::string FailureText(const std::filesystem::path& path, const SqliteFailure& failure) {
   std::string detail = failure.message;
   if (failure.systemError != 0) detail += ": " + SystemMessage(failure.systemError);
   const std::string head = "settings database " + path.string();
+  switch (failure.code & 0xFF) {
+    case SQLITE_CANTOPEN:
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+    case SQLITE_IOERR:
+      if (const std::string refusal = WriteRefusal(path); !refusal.empty()) {
+        const size_t advice = refusal.find(';');
+        return head + refusal.substr(0, advice) + " (" + detail + ")" + refusal.substr(advice);
+      }
+      break;
+    default:
+      break;
+  }
   switch (failure.code & 0xFF) {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
@@ -156,9 +221,9 @@ std::string FailureText(const std::filesystem::path& path, const SqliteFailure& 
              "); check the permissions of the file and its folder";
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      return head + " stayed locked by another program for " +
-             std::to_string(std::chrono::seconds(kBusyLimit).count()) + " seconds (" + detail +
-             "); try again when it has finished";
+      return head + " is busy: another program has held it for " + BusyLimitText() + " (" + detail +
+             "); try again when that program has finished with it (LUMARKO_SETTINGS_WAIT sets "
+             "how many seconds to wait)";
     case SQLITE_FULL:
       return head + " cannot grow (" + detail + "); free some disk space";
     case SQLITE_IOERR:
@@ -372,10 +437,9 @@ HRESULT SqliteSettingsStore::OpenFile(const std::filesystem::path& path, Journal
                                                         path.parent_path().string() + " (" +
                                                         ec.message() + ")");
     }
-    // Made here rather than by SQLite so that the user's settings are private to the user.
-    const int fd =
-        ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, privateFiles ? 0600 : 0644);
-    if (fd >= 0) ::close(fd);
+    if (!std::filesystem::exists(path, ec)) {
+      LMK_RETURN_IF_FAILED(CreateFile(path, privateFiles ? 0600 : 0644));
+    }
 
     sqlite3* raw = nullptr;
     const int rc =
@@ -403,6 +467,61 @@ HRESULT SqliteSettingsStore::OpenFile(const std::filesystem::path& path, Journal
   }
 }
 
+HRESULT SqliteSettingsStore::CreateFile(const std::filesystem::path& path, unsigned mode) {
+  // A database comes into being whole: it is made under a temporary name in the same folder
+  // and linked into place. So an empty settings file is never one of ours half made, but one
+  // that was emptied, and is reported instead of starting every counter again at 0.
+  std::string temporary =
+      (path.parent_path() / ("." + path.filename().string() + ".XXXXXX")).string();
+  const int fd = ::mkstemp(temporary.data());
+  if (fd < 0) {
+    const int error = errno;
+    return Describe(HresultFromErrno(error),
+                    FailureText(path, SqliteFailure(SQLITE_CANTOPEN, "cannot create it", error)));
+  }
+  // The mode is set here rather than by SQLite so that the user's settings stay the user's.
+  ::fchmod(fd, static_cast<mode_t>(mode));
+  ::close(fd);
+  struct Remover {
+    const std::string& name;
+    ~Remover() { ::unlink(name.c_str()); }
+  } remover{temporary};
+
+  sqlite3* raw = nullptr;
+  const int rc = sqlite3_open_v2(temporary.c_str(), &raw,
+                                 SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX, nullptr);
+  std::unique_ptr<sqlite3, ConnectionCloser> db(raw);
+  if (rc != SQLITE_OK) {
+    return Describe(HresultFromSqlite(rc),
+                    FailureText(path, SqliteFailure(rc, "cannot create it: " +
+                                                            std::string(sqlite3_errstr(rc)))));
+  }
+  sqlite3_extended_result_codes(raw, 1);
+  {
+    const auto maker = std::make_shared<SqliteSettingsStore>(PrivateTag(), path, db.release());
+    try {
+      std::lock_guard lock(maker->mutex_);
+      maker->CreateSchema();
+    } catch (...) {
+      return maker->FailFromCurrentException();
+    }
+  }
+  // Another process may have made the file meanwhile: then that one is used. File systems
+  // without hard links get a rename, which only a creation at the same instant could race.
+  if (::link(temporary.c_str(), path.c_str()) != 0 && errno != EEXIST &&
+      (std::filesystem::exists(path) || ::rename(temporary.c_str(), path.c_str()) != 0)) {
+    const int error = errno;
+    return Describe(HresultFromErrno(error),
+                    FailureText(path, SqliteFailure(SQLITE_CANTOPEN, "cannot create it", error)));
+  }
+  const int folder = ::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder >= 0) {
+    ::fsync(folder);
+    ::close(folder);
+  }
+  return S_OK;
+}
+
 void SqliteSettingsStore::Prepare(Journal journal) {
   // Reading the schema reads the file's header: a file that is no database fails here, before
   // anything could be written to it.
@@ -428,6 +547,12 @@ void SqliteSettingsStore::Prepare(Journal journal) {
     version = user.Step() ? user.Int(0) : 0;
   });
   const bool fresh = applicationId == 0 && objects == 0;
+  if (fresh) {
+    std::error_code ec;
+    if (std::filesystem::file_size(path_, ec) == 0 && !ec) {
+      throw SqliteFailure(SQLITE_CORRUPT, "the file is empty: it was cut short or emptied");
+    }
+  }
   if (!fresh && applicationId != kApplicationId) {
     throw SqliteFailure(SQLITE_FORMAT, "it belongs to another program");
   }

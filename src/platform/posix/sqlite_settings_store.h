@@ -69,6 +69,9 @@ class SqliteSettingsStore final : public SettingsStore {
     void operator()(sqlite3* db) const;
   };
 
+  /// Makes a new, complete database file at `path` with the given mode; S_OK also when another
+  /// process made it first.
+  static HRESULT CreateFile(const std::filesystem::path& path, unsigned mode);
   void Prepare(Journal journal);
   void CreateSchema();
   sqlite3_stmt* Statement(const char* sql);
