@@ -310,6 +310,68 @@ TEST_F(RunnerTest, HostWithoutSessionCannotStart) {
   EXPECT_EQ(action->calls(), 0);
 }
 
+// ---- Modes ------------------------------------------------------------------------------------
+
+struct ModeCase {
+  const char* name;
+  DWORD mode;
+  ULONG current;
+  std::vector<ULONG> delivered;
+  int started;
+};
+
+class Mode : public RunnerTest, public ::testing::WithParamInterface<ModeCase> {
+ protected:
+  Mode() : RunnerTest(10) {}
+};
+
+TEST_P(Mode, ProcessesItsRange) {
+  host_->currentIndex = GetParam().current;
+  auto action = Action(0, {S_OK});
+  const BatchRunResult result = Run({Rule({action})}, GetParam().mode);
+  EXPECT_EQ(host_->Delivered(), GetParam().delivered);
+  EXPECT_EQ(result.processed, static_cast<LONG>(GetParam().delivered.size()));
+  EXPECT_EQ(sink_.started, GetParam().started);
+  EXPECT_EQ(sink_.finished, 0);
+  EXPECT_EQ(sink_.progress.back(), 100u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Runner, Mode,
+                         ::testing::ValuesIn(std::vector<ModeCase>{
+                             {"CurrentOnly", 1, 3, {3}, 0},
+                             {"All", 2, 3, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 1},
+                             {"CurrentAndRemaining", 3, 6, {6, 7, 8, 9}, 1},
+                             {"RemainingFromLast", 3, 9, {9}, 1},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(RunnerTest, SingleImageShowsThreeQuartersThenDone) {
+  host_->currentIndex = 2;
+  const BatchRunResult result = Run({Rule({Action(0, {S_OK})})}, 1);
+  EXPECT_EQ(sink_.progress, (std::vector<DWORD>{0, 75, 100}));
+  EXPECT_EQ(SummarizeRun(result).text, summary_text::kCurrentImageSuccess);
+}
+
+// ---- Logging per file ---------------------------------------------------------------------------
+
+TEST_F(RunnerTest, SelectionIsLoggedOncePerFileNotPerFrame) {
+  host_ = MakeComObject<FakeRunHost>();
+  host_->AddImage(L"/pictures/multi.tif", 0);
+  host_->AddImage(L"/pictures/multi.tif", 1);
+  host_->AddImage(L"/pictures/multi.tif", 2);
+  host_->AddImage(L"/pictures/single.jpg", 0);
+  auto holds = std::make_shared<CFakeCondition>(FakeConditionKind(0), S_OK);
+  auto never = std::make_shared<CFakeCondition>(FakeConditionKind(1), S_FALSE);
+  Run({Rule({Action(0, {S_OK})}), Rule({Action(1, {S_OK})}, {holds}),
+       Rule({Action(2, {S_OK})}, {never})});
+  EXPECT_EQ(CountText(L"\"/pictures/multi.tif\" will be processed unconditionally."), 1);
+  EXPECT_EQ(CountText(L"\"/pictures/single.jpg\" will be processed unconditionally."), 1);
+  EXPECT_EQ(CountText(L"\"/pictures/multi.tif\" matches the selection condition(s)."), 1);
+  EXPECT_EQ(CountText(L"\"/pictures/single.jpg\" matches the selection condition(s)."), 1);
+  // Four selections, "Batch processing started." and "Batch processing ended.".
+  EXPECT_EQ(Texts(kEventLevelInformation).size(), 6u);
+}
+
 TEST_F(RunnerTest, UncheckedRuleDoesNotRun) {
   auto action = Action(0, {S_OK});
   auto rule = Rule({action});

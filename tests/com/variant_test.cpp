@@ -140,6 +140,8 @@ TEST(Variant, CopyMoveDetachAttach) {
   EXPECT_EQ(out->vt, VT_EMPTY);
   b = d;  // copy-assign over an owned string
   EXPECT_EQ(b.vt(), VT_EMPTY);
+  EXPECT_EQ(Variant::I1(-5).ref().cVal, -5);
+  EXPECT_EQ(Variant::Dispatch(nullptr).vt(), VT_DISPATCH);
 }
 
 struct CompareCase {
