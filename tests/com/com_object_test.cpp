@@ -34,8 +34,8 @@ using lmk_test_interfaces::IGamma;
 
 static_assert(IidOf<IBeta>().Data1 == 0x11111111 && IidOf<IBeta>().Data4[7] == 0xBB);
 static_assert(IidOf<IAlpha>().Data2 == 0x9655 && IidOf<IAlpha>().Data3 == 0x4145);
-static_assert(IsEqualGUID(IidOf<IStream>(), IID_IStream));
-static_assert(IsEqualGUID(IidOf<IDispatch>(), IID_IDispatch));
+static_assert(IsEqualGUID(IidOf<IStream>(), IID_IStream) &&
+              IsEqualGUID(IidOf<IDispatch>(), IID_IDispatch));
 
 class CAlphaBeta final : public ComObject<CAlphaBeta, IAlpha, IBeta> {
  public:
@@ -105,36 +105,21 @@ TEST(ComObject, UnknownInterfaceAndNullOut) {
   EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-TEST(ComObject, ReferenceCountAndDestruction) {
-  int destroyed = 0;
-  ComPtr<CAlphaBeta> object = MakeComObject<CAlphaBeta>(&destroyed);
-  CAlphaBeta* raw = object.Get();
-  EXPECT_EQ(raw->AddRef(), 2u);
-  EXPECT_EQ(raw->Release(), 1u);
-  ComPtr<CAlphaBeta> copy = object;
-  EXPECT_EQ(object.Reset(), 1u);
-  EXPECT_EQ(destroyed, 0);
-  EXPECT_EQ(copy.Reset(), 0u);
-  EXPECT_EQ(destroyed, 1);
-}
-
-TEST(ComObject, LiveObjectsHoldTheModule) {
+TEST(ComObject, ReferenceCountModuleLockAndConstructorFailure) {
   const long before = ModuleLockCount();
   int destroyed = 0;
-  {
-    ComPtr<CAlphaBeta> a = MakeComObject<CAlphaBeta>(&destroyed);
-    ComPtr<CAlphaBeta> b = MakeComObject<CAlphaBeta>(&destroyed);
-    EXPECT_EQ(ModuleLockCount(), before + 2);
-  }
+  ComPtr<CAlphaBeta> object = MakeComObject<CAlphaBeta>(&destroyed);
+  EXPECT_EQ(object->AddRef(), 2u);
+  EXPECT_EQ(object->Release(), 1u);
+  ComPtr<CAlphaBeta> copy = object;
+  EXPECT_EQ(ModuleLockCount(), before + 1);
+  EXPECT_EQ(object.Reset(), 1u);
+  EXPECT_EQ(copy.Reset(), 0u);
+  EXPECT_EQ(destroyed, 1);
   EXPECT_EQ(ModuleLockCount(), before);
   ModuleLock();
   EXPECT_EQ(ModuleLockCount(), before + 1);
   ModuleUnlock();
-  EXPECT_EQ(ModuleLockCount(), before);
-}
-
-TEST(ComObject, ConstructorExceptionPassesThroughWithoutLeak) {
-  const long before = ModuleLockCount();
   EXPECT_THROW(MakeComObject<CThrowing>(), std::runtime_error);
   EXPECT_EQ(ModuleLockCount(), before);
 }
@@ -144,46 +129,32 @@ TEST(ComPtr, MoveCopyAttachDetach) {
   ComPtr<CAlphaBeta> a = MakeComObject<CAlphaBeta>(&destroyed);
   ComPtr<CAlphaBeta> moved(std::move(a));
   EXPECT_FALSE(a);  // NOLINT(bugprone-use-after-move)
-  ASSERT_TRUE(moved);
-
   ComPtr<IBeta> beta;
   ASSERT_EQ(moved.As(&beta), S_OK);
   IBeta* out = nullptr;
   ASSERT_EQ(beta.CopyTo(&out), S_OK);
-  EXPECT_EQ(out, beta.Get());
   ComPtr<IBeta> adopted;
   adopted.Attach(out);  // takes the reference CopyTo handed out
-
   IBeta* detached = adopted.Detach();
   EXPECT_FALSE(adopted);
   EXPECT_EQ(detached->Release(), 2u);  // moved and beta remain
-
   beta = nullptr;
+  ComPtr<IUnknown> unknown;
+  ASSERT_EQ(moved.As(&unknown), S_OK);
   ComPtr<IAlpha> converted = moved;  // AddRefs through the implicit up-cast
   moved.Reset();
-  EXPECT_EQ(destroyed, 0);
   converted.Reset();
+  EXPECT_EQ(destroyed, 0);
+  EXPECT_EQ(unknown.ReleaseAndGetAddressOf(), unknown.GetAddressOf());
   EXPECT_EQ(destroyed, 1);
-}
 
-TEST(ComPtr, EmptyPointerAnswersEPointer) {
   ComPtr<IUnknown> empty;
   ComPtr<IDispatch> dispatch;
   EXPECT_EQ(empty.As(&dispatch), E_POINTER);
-  IUnknown* out = reinterpret_cast<IUnknown*>(1);
-  EXPECT_EQ(empty.CopyTo(&out), S_OK);
-  EXPECT_EQ(out, nullptr);
+  IUnknown* none = reinterpret_cast<IUnknown*>(1);
+  EXPECT_EQ(empty.CopyTo(&none), S_OK);
+  EXPECT_EQ(none, nullptr);
   EXPECT_EQ(empty.CopyTo(nullptr), E_POINTER);
-}
-
-TEST(ComPtr, ReleaseAndGetAddressOfDropsTheOldObject) {
-  int destroyed = 0;
-  ComPtr<CAlphaBeta> object = MakeComObject<CAlphaBeta>(&destroyed);
-  ComPtr<IUnknown> unknown;
-  ASSERT_EQ(object.As(&unknown), S_OK);
-  object.Reset();
-  EXPECT_EQ(unknown.ReleaseAndGetAddressOf(), unknown.GetAddressOf());
-  EXPECT_EQ(destroyed, 1);
 }
 
 }  // namespace

@@ -22,28 +22,24 @@ struct KeyCase {
   bool recognised;
 };
 
+constexpr ElementFamily kC = ElementFamily::Condition;
+constexpr ElementFamily kA = ElementFamily::Action;
+
 const KeyCase kKeyCases[] = {
-    {"ConditionExact", ElementFamily::Condition, L"FileType", false, L"Condition.FileType", true},
-    {"ConditionLowerCase", ElementFamily::Condition, L"FileType", false, L"condition.filetype",
-     true},
-    {"ConditionUpperCase", ElementFamily::Condition, L"FileType", false, L"CONDITION.FILETYPE",
-     true},
-    {"ConditionRefusesExceptionKey", ElementFamily::Condition, L"FileType", false,
-     L"Exception.FileType", false},
-    {"ExceptionBitTakesExceptionKey", ElementFamily::Condition, L"FileType", true,
-     L"exception.FILETYPE", true},
-    {"ExceptionBitRefusesConditionKey", ElementFamily::Condition, L"FileType", true,
-     L"Condition.FileType", false},
-    {"PrefixOfKindIsNotTheKey", ElementFamily::Condition, L"CameraSerialNumberMatch", false,
+    {"ConditionExact", kC, L"FileType", false, L"Condition.FileType", true},
+    {"ConditionLowerCase", kC, L"FileType", false, L"condition.filetype", true},
+    {"ConditionUpperCase", kC, L"FileType", false, L"CONDITION.FILETYPE", true},
+    {"ConditionRefusesExceptionKey", kC, L"FileType", false, L"Exception.FileType", false},
+    {"ExceptionBitTakesExceptionKey", kC, L"FileType", true, L"exception.FILETYPE", true},
+    {"ExceptionBitRefusesConditionKey", kC, L"FileType", true, L"Condition.FileType", false},
+    {"PrefixOfKindIsNotTheKey", kC, L"CameraSerialNumberMatch", false,
      L"Condition.CameraSerialNumber", false},
-    {"TrailingBlankIsNotTheKey", ElementFamily::Condition, L"FileType", false,
-     L"Condition.FileType ", false},
-    {"DottedKindName", ElementFamily::Condition, L"Xmp.Rating", true, L"Exception.xmp.rating",
-     true},
-    {"KindWithoutPrefix", ElementFamily::Condition, L"FileType", false, L"FileType", false},
-    {"ActionKey", ElementFamily::Action, L"Copy", false, L"action.copy", true},
-    {"ActionIgnoresExceptionBit", ElementFamily::Action, L"Copy", true, L"Action.Copy", true},
-    {"ActionIsNoCondition", ElementFamily::Action, L"Script", false, L"Condition.Script", false},
+    {"TrailingBlankIsNotTheKey", kC, L"FileType", false, L"Condition.FileType ", false},
+    {"DottedKindName", kC, L"Xmp.Rating", true, L"Exception.xmp.rating", true},
+    {"KindWithoutPrefix", kC, L"FileType", false, L"FileType", false},
+    {"ActionKey", kA, L"Copy", false, L"action.copy", true},
+    {"ActionIgnoresExceptionBit", kA, L"Copy", true, L"Action.Copy", true},
+    {"ActionIsNoCondition", kA, L"Script", false, L"Condition.Script", false},
 };
 
 class ElementKeyTest : public ::testing::TestWithParam<KeyCase> {};
@@ -65,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(Keys, ElementKeyTest, ::testing::ValuesIn(kKeyCases),
                          [](const auto& i) { return std::string(i.param.name); });
 
 TEST(ElementKeyTest, ExceptionBitIsBit27AndSelectsTheRole) {
-  CFakeCondition condition(ProductKind(ElementFamily::Condition, L"Portrait"));
+  CFakeCondition condition(ProductKind(kC, L"Portrait"));
   condition.SetFlags(0x3000000);
   EXPECT_EQ(condition.Key(), L"Condition.Portrait");
   EXPECT_EQ(condition.Role(), ElementRole::Condition);
@@ -74,47 +70,6 @@ TEST(ElementKeyTest, ExceptionBitIsBit27AndSelectsTheRole) {
   EXPECT_EQ(condition.Role(), ElementRole::Exception);
   EXPECT_EQ(condition.UsageEventName(), L"Condition:PortraitOrientation");
 }
-
-struct KindCase {
-  const char* name;
-  ElementFamily family;
-  const wchar_t* kind;
-  const wchar_t* className;
-  const wchar_t* usageEvent;
-};
-
-// The kinds whose class or usage event does not simply follow from the kind name.
-const KindCase kKindCases[] = {
-    {"Urgency", ElementFamily::Condition, L"Photoshop.Urgency", L"CUrgencyCondition",
-     L"Condition:PhotoshopUrgency"},
-    {"Portrait", ElementFamily::Condition, L"Portrait", L"CPortraitCondition",
-     L"Condition:PortraitOrientation"},
-    {"XmpLabel", ElementFamily::Condition, L"Xmp.Label", L"CLabelCondition", L"Condition:XMPLabel"},
-    {"XmpRating", ElementFamily::Condition, L"Xmp.Rating", L"CRatingCondition",
-     L"Condition:XMPRating"},
-    {"ISOSpeed", ElementFamily::Condition, L"ISOSpeed", L"CISOSpeedCondition",
-     L"Condition:ISOSpeed"},
-    {"FTPUpload", ElementFamily::Action, L"FTPUpload", L"CFTPAction", L"Action:FTPUpload"},
-    {"FileDateTimeCountsNothing", ElementFamily::Action, L"FileDateTime", L"CFileDateAction", L""},
-    {"Link", ElementFamily::Action, L"Link", L"CLinkAction", L"Action:HardLink"},
-    {"SetPhotoshopUrgency", ElementFamily::Action, L"SetPhotoshopUrgency", L"CUrgencyAction",
-     L"Action:PhotoshopUrgency"},
-    {"SetXMPLabel", ElementFamily::Action, L"SetXMPLabel", L"CLabelAction", L"Action:XMPLabel"},
-    {"SetXMPRating", ElementFamily::Action, L"SetXMPRating", L"CRatingAction", L"Action:XMPRating"},
-};
-
-class ElementKindTest : public ::testing::TestWithParam<KindCase> {};
-
-TEST_P(ElementKindTest, HasItsClassAndUsageEvent) {
-  const KindCase& c = GetParam();
-  const ElementKind* kind = FindProductKind(c.family, c.kind);
-  ASSERT_NE(kind, nullptr);
-  EXPECT_EQ(kind->className, c.className);
-  EXPECT_EQ(kind->usageEvent, c.usageEvent);
-}
-
-INSTANTIATE_TEST_SUITE_P(Kinds, ElementKindTest, ::testing::ValuesIn(kKindCases),
-                         [](const auto& i) { return std::string(i.param.name); });
 
 TEST(ElementKindTest, TablesHoldEveryKindOnceWithConsistentNames) {
   ASSERT_EQ(ProductConditionKinds().size(), 35u);

@@ -44,63 +44,6 @@ TEST(RuleSetTemplatesTest, AFileWithoutTemplatesLeavesNone) {
   EXPECT_TRUE(templates.empty());
 }
 
-struct TemplateErrorCase {
-  const char* name;
-  const char* yaml;
-  const wchar_t* expected;
-};
-
-const TemplateErrorCase kTemplateErrors[] = {
-    {"EmptyName",
-     "templates:\n"
-     "  \"\": x\n",
-     L"t.yaml:2:3: a template has no name"},
-    {"NullName",
-     "rules: []\n"
-     "templates:\n"
-     "  ~: x\n",
-     L"t.yaml:3:3: a template has no name"},
-    {"Slash",
-     "templates:\n"
-     "  Dated: a\n"
-     "  By/Day: b\n",
-     L"t.yaml:3:3: the template name 'By/Day' holds '\\' or '/'; choose a name without them"},
-    {"Backslash",
-     "templates:\n"
-     "  'By\\Day': b\n",
-     L"t.yaml:2:3: the template name 'By\\Day' holds '\\' or '/'; choose a name without them"},
-    {"DuplicateIgnoringCase",
-     "templates:\n"
-     "  Dated: a\n"
-     "  DATED: b\n",
-     L"t.yaml:3:3: the template 'DATED' is given twice"},
-    {"NotAMap", "templates: [ Dated ]\n",
-     L"t.yaml:1:12: 'templates' must be a map of names to templates, for example 'templates: { "
-     L"Dated: \"{DateTaken:Year} {FileName}\" }'"},
-    {"TextIsAList",
-     "templates:\n"
-     "  Dated: [ a, b ]\n",
-     L"t.yaml:2:10: the template 'Dated' must be one text, not a list or a map"},
-};
-
-class RuleSetTemplateErrorTest : public ::testing::TestWithParam<TemplateErrorCase> {};
-
-TEST_P(RuleSetTemplateErrorTest, NamesFileLineAndColumn) {
-  const auto registry = test::MakeFakeRegistry(true);
-  RuleSetTemplates templates;
-  try {
-    ParseRuleSetYaml(GetParam().yaml, L"t.yaml", *registry, &templates);
-    FAIL() << "accepted";
-  } catch (const CRuleSetError& error) {
-    EXPECT_EQ(error.Text(), GetParam().expected);
-  }
-  // Without a place to put them the templates are still checked.
-  EXPECT_THROW(ParseRuleSetYaml(GetParam().yaml, L"t.yaml", *registry), CRuleSetError);
-}
-
-INSTANTIATE_TEST_SUITE_P(Errors, RuleSetTemplateErrorTest, ::testing::ValuesIn(kTemplateErrors),
-                         [](const auto& i) { return std::string(i.param.name); });
-
 TEST(RuleSetTemplatesTest, YamlRoundTripKeepsNamesThatLookLikeOtherValues) {
   const auto registry = test::MakeFakeRegistry(true);
   RuleSetTemplates read;

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "record_fixture.h"
 #include "support/temp_dir.h"
@@ -53,8 +56,11 @@ Fields StandardFields() {
   };
 }
 
+// The data file is ASCII.
+std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
 struct Case {
-  const char* name;
+  std::string name;
   std::wstring templ;
   std::wstring expected;
 };
@@ -68,111 +74,21 @@ TEST_P(ExpandCase, GivesExpectedText) {
   EXPECT_EQ(result, GetParam().expected);
 }
 
-const Case kCases[] = {
-    // Outer scan.
-    {"PlainText", L"plain text", L"plain text"},
-    {"DoubledOpenBrace", L"{{Year}}", L"{Year}"},
-    {"DoubledCloseBrace", L"a}}b", L"a}b"},
-    {"SingleCloseBraceCopied", L"a}b", L"a}b"},
-    {"UnclosedDropsRest", L"x{FileName", L"x"},
-    {"UnclosedNestedDropsRest", L"ab{Upper{FileName}", L"ab"},
-    {"UnknownStaysAsTyped", L"[{NoSuchThing}]", L"[{NoSuchThing}]"},
-    {"CameraMakeIsNoVariable", L"{CameraMake}", L"{CameraMake}"},
-    {"EmptyToken", L"a{}b", L"a{}b"},
-    // Simple numbers and text.
-    {"HeightWidth", L"{Width}x{Height}", L"4000x3000"},
-    {"CaseInsensitiveNames", L"{WIDTH}x{height}", L"4000x3000"},
-    {"BitsPerPixel", L"{BitsPerPixel}", L"24"},
-    {"MultiFramesAndTotal", L"{MultiFrames}/{TotalFrames}", L"0/1"},
-    {"FileNameHash", L"{FileNameHash}", L"0123456789abcdef"},
-    {"CameraModel", L"{CameraModel}", L"EOS R5"},
-    {"EmptyCommentDisappears", L"a{Comment}b", L"ab"},
-    {"MissingArtistDisappears", L"a{Artist}b", L"ab"},
-    {"AppVersion", L"{AppVersion}", L"1.0.0"},
-    {"ExposureBiasNegative", L"{ExposureBias}", L"-0.7"},
-    {"FNumber", L"{FNumber}", L"2.8"},
-    {"FocalLength", L"{FocalLength}", L"50"},
-    {"SubjectDistance", L"{SubjectDistance}", L"3.500"},
-    {"SubjectDistanceFt", L"{SubjectDistanceFt}", L"1.067"},
-    {"FocalLengthInFilm", L"{FocalLengthInFilm}", L"75"},
-    {"IsoSpeed", L"{ISOSpeed}", L"400"},
-    {"ExposureTimeDecimal", L"{ExposureTime}", L"0.004"},
-    {"ExposureTimeFraction", L"{ExposureTime:1}", L"1/250"},
-    {"ExposureTimeBadModifier", L"{ExposureTime:2}", L"{ExposureTime:2}"},
-    // Names and paths with the case modifier.
-    {"FileName", L"{FileName}", L"my_holiday-pic~01"},
-    {"FileNameUpper", L"{FileName:1}", L"MY_HOLIDAY-PIC~01"},
-    {"FileNameLower", L"{FileName:2}", L"my_holiday-pic~01"},
-    {"FileNameTitle", L"{FileName:3}", L"My_Holiday-Pic~01"},
-    {"FileNameBadModifier", L"{FileName:4}", L"{FileName:4}"},
-    {"FileNamePrefixNoFallThrough", L"{FileNames}", L"{FileNames}"},
-    {"FilePathBare", L"{FilePath}", L"Trip 2024"},
-    {"FilePathLevel1Upper", L"{FilePath[1]:1}", L"PHOTOS"},
-    {"FilePathDriveLetter", L"{FilePath[2]}", L"C"},
-    {"FilePathAboveRootEmpty", L"<{FilePath[3]}>", L"<>"},
-    {"FilePathBadIndex", L"{FilePath[x]}", L"{FilePath[x]}"},
-    {"Extensions", L"{FileExtensions:1}.{DisplayExtensions}", L"JPG.Jpg"},
-    // Text functions, from the inside out.
-    {"NestedFunctions", L"{InnerTrim{TitleCase{Replace{FileName},\"[_\\-~]\",\" \"}}}",
-     L"MyHolidayPic01"},
-    {"ReplaceEmptyReplacement", L"{Replace{FileName},\"[aeiou]\",\"\"}", L"my_hldy-pc~01"},
-    {"ReplaceSpaceAfterComma", L"{Replace{FileName}, \"_\",  \"+\"}", L"my+holiday-pic~01"},
-    {"ReplaceGroupReference", L"{Replace{FileName},\"(\\w+)_(\\w+)\",\"$2_$1\"}",
-     L"holiday_my-pic~01"},
-    {"LeftLongerThanText", L"{Left{FileName},30}", L"my_holiday-pic~01"},
-    {"LeftThree", L"{Left{FileName},3}", L"my_"},
-    {"RightThree", L"{Right{FileName},3}", L"~01"},
-    {"MidFromFour", L"{Mid{FileName},3,7}", L"holiday"},
-    {"MidPastEnd", L"a{Mid{FileName},40,2}b", L"ab"},
-    {"LTrimDropsAll", L"a{LTrim{FileName},50}b", L"ab"},
-    {"LTrimDropsTwo", L"{LTrim{FileName},2}", L"_holiday-pic~01"},
-    {"RTrimDropsThree", L"{RTrim{FileName},3}", L"my_holiday-pic"},
-    {"UpperLowerReverse", L"{Upper{FileExtensions}}{Lower{DisplayExtensions}}{Reverse{Width}}",
-     L"JPGjpg0004"},
-    {"InnerTemplateWithTwoTokens", L"{Upper{FileExtensions}-{Width}}", L"JPG-4000"},
-    {"FunctionOfLiteralText", L"{Upper{x}}", L"{X}"},
-    {"FunctionMissingNumber", L"{Left{FileName}}", L"{Left{FileName}}"},
-    {"FunctionFourDigitNumber", L"{Left{FileName},1000}", L"{Left{FileName},1000}"},
-    // Number modifier: 1 and 9 are hexadecimal.
-    {"ImageIndexPlain", L"{ImageIndex}", L"42"},
-    {"ImageIndexHex4", L"{ImageIndex:1}", L"002a"},
-    {"ImageIndexPadded5", L"{ImageIndex:5}", L"00042"},
-    {"ImageIndexHex8", L"{ImageIndex:9}", L"0000002a"},
-    {"SessionKeepCopyIndexMissing", L"{SessionKeepCopyIndex:3}", L"000"},
-    // Value lists.
-    {"LabelList", L"{Label:None|Red|Yellow|Green|Blue|Purple}", L"Yellow"},
-    {"RatingBeyondList", L"{Rating:No|One|Two}", L"3"},
-    {"RatingBare", L"{Rating}", L"3"},
-    {"NegativeCountsAsZero", L"{Urgency:none|one}", L"none"},
-    {"MissingCountsAsZero", L"{Contrast:Normal|Soft|Hard}", L"Normal"},
-    {"FlagSetIsOne", L"{Copied:No|Yes}/{MarkedForPublishing:No|Yes}", L"Yes/No"},
-    {"EmptyItemStaysAsTyped", L"{Flash:a|}", L"{Flash:a|}"},
-    {"ValueListPrefixNoFallThrough", L"{Flashy}", L"{Flashy}"},
-    // Dates (UTC, so the test does not depend on the machine's zone).
-    {"DateTakenParts", L"{DateTakenUtc:Year}/{DateTakenUtc:Month0}/{DateTakenUtc:Day}",
-     L"2024/03/7"},
-    {"DateTakenNumbered", L"{DateTakenUtc:19}_{DateTakenUtc:11}", L"2024-03-07_140509"},
-    {"DateBadWord", L"{DateTakenUtc:Fortnight}", L"{DateTakenUtc:Fortnight}"},
-    {"LastWriteDate", L"{FileLastWriteDateUtc:6}", L"20231231"},
-    // Sizes and numbers.
-    {"FileSizeBytes", L"{FileSize}", L"1239040"},
-    {"FileSizeGrouped", L"{FileSize:1}", L"1,239,040"},
-    {"FileSizeShort", L"{FileSize:2}", L"1.18 MB"},
-    {"FileNumberPadded", L"{FileNumber}-{FileNumber:1}", L"42-0042"},
-    {"FolderNumberPadded", L"{FolderNumber:1}", L"007"},
-    {"FileHashOutOfRange", L"{FileHash:9}", L"{FileHash:9}"},
-    {"FileHashUnreadable", L"{FileHash}", L"{FileHash}"},
-    // Back-references.
-    {"BackReferencesEmptyWithoutRegEx", L"[{1}]", L"[]"},
-    {"RegExNoMatchGivesNothing", L"{RegEx:(\\d+)-(\\d+)}[{2}_{1}]", L"[_]"},
-    {"RegExCaseInsensitive", L"{RegEx:MY_(.*)-PIC.*}{1}", L"holiday"},
-    {"RegExOnPath", L"{RegEx*:.*\\\\(Trip) (\\d+)\\\\.*}{2}{1}", L"2024Trip"},
-    {"RegExOnInnerTemplate", L"{RegEx{DateTakenUtc:19}:(\\d+)-(\\d+)-(\\d+)}{3}.{2}", L"07.03"},
-    {"RegExInvalidPattern", L"{RegEx:(}[{0}]", L"[]"},
-};
+std::vector<Case> Cases() {
+  std::ifstream in(LMK_TEST_DATA_DIR "/template_expansions.txt");
+  if (!in) throw std::runtime_error("cannot read " LMK_TEST_DATA_DIR "/template_expansions.txt");
+  std::vector<Case> cases;
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    const size_t tab1 = line.find('\t'), tab2 = line.find('\t', tab1 + 1);
+    cases.push_back({line.substr(0, tab1), Widen(line.substr(tab1 + 1, tab2 - tab1 - 1)),
+                     Widen(line.substr(tab2 + 1))});
+  }
+  return cases;
+}
 
-INSTANTIATE_TEST_SUITE_P(Templates, ExpandCase, ::testing::ValuesIn(kCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Templates, ExpandCase, ::testing::ValuesIn(Cases()),
+                         [](const auto& info) { return info.param.name; });
 
 TEST(ExpandTemplateTest, NullTemplateLeavesResultUntouched) {
   std::wstring result = L"kept";

@@ -10,6 +10,9 @@
 namespace lmk {
 namespace {
 
+RegValue S(const std::wstring& text) { return RegValue::String(text); }
+RegValue E(const wchar_t* text) { return RegValue::ExpandString(text); }
+
 struct UserCase {
   const char* name;
   std::vector<std::pair<std::wstring, RegValue>> variables;
@@ -33,55 +36,37 @@ TEST_P(UserDefinedCase, Expands) {
 }
 
 const UserCase kUserCases[] = {
-    {"String", {{L"who", RegValue::String(L"Ann")}}, L"{UserDefined:who}", L"Ann"},
-    {"NameWithoutCase", {{L"Who", RegValue::String(L"Ann")}}, L"{userdefined:WHO}", L"Ann"},
+    {"String", {{L"who", S(L"Ann")}}, L"{UserDefined:who}", L"Ann"},
+    {"NameWithoutCase", {{L"Who", S(L"Ann")}}, L"{userdefined:WHO}", L"Ann"},
     {"Dword", {{L"n", RegValue::Dword(4000000000u)}}, L"{UserDefined:n}", L"4000000000"},
     {"Qword",
      {{L"q", RegValue::Qword(18446744073709551615ull)}},
      L"{UserDefined:q}",
      L"18446744073709551615"},
-    {"ExpandPercent",
-     {{L"e", RegValue::ExpandString(L"in %LMK_TEST_PLACE%")}},
-     L"{UserDefined:e}",
-     L"in Paris"},
+    {"ExpandPercent", {{L"e", E(L"in %LMK_TEST_PLACE%")}}, L"{UserDefined:e}", L"in Paris"},
     {"ExpandDollarForms",
-     {{L"e", RegValue::ExpandString(L"$LMK_TEST_PLACE/${LMK_TEST_PLACE}")}},
+     {{L"e", E(L"$LMK_TEST_PLACE/${LMK_TEST_PLACE}")}},
      L"{UserDefined:e}",
      L"Paris/Paris"},
     {"UnsetEnvironmentStays",
-     {{L"e", RegValue::ExpandString(L"%LMK_TEST_NOT_SET%")}},
+     {{L"e", E(L"%LMK_TEST_NOT_SET%")}},
      L"{UserDefined:e}",
      L"%LMK_TEST_NOT_SET%"},
     {"PlainStringNotExpanded",
-     {{L"s", RegValue::String(L"%LMK_TEST_PLACE%")}},
+     {{L"s", S(L"%LMK_TEST_PLACE%")}},
      L"{UserDefined:s}",
      L"%LMK_TEST_PLACE%"},
-    {"ValueIsTemplate",
-     {{L"t", RegValue::String(L"{Upper{FileName}}")}},
-     L"{UserDefined:t}",
-     L"IMG_7"},
-    {"Chain",
-     {{L"a", RegValue::String(L"<{UserDefined:b}>")}, {L"b", RegValue::String(L"B")}},
-     L"{UserDefined:a}",
-     L"<B>"},
+    {"ValueIsTemplate", {{L"t", S(L"{Upper{FileName}}")}}, L"{UserDefined:t}", L"IMG_7"},
+    {"Chain", {{L"a", S(L"<{UserDefined:b}>")}, {L"b", S(L"B")}}, L"{UserDefined:a}", L"<B>"},
     {"Missing", {}, L"{UserDefined:none}", L"{UserDefined:none}"},
-    {"EmptyStaysAsTyped",
-     {{L"empty", RegValue::String(L"")}},
-     L"{UserDefined:empty}",
-     L"{UserDefined:empty}"},
+    {"EmptyStaysAsTyped", {{L"empty", S(L"")}}, L"{UserDefined:empty}", L"{UserDefined:empty}"},
     // A variable met again inside its own expansion stays as typed; the cycle ends there.
-    {"SelfReference",
-     {{L"a", RegValue::String(L"x{UserDefined:a}")}},
-     L"{UserDefined:a}",
-     L"x{UserDefined:a}"},
+    {"SelfReference", {{L"a", S(L"x{UserDefined:a}")}}, L"{UserDefined:a}", L"x{UserDefined:a}"},
     {"MutualReference",
-     {{L"a", RegValue::String(L"x{UserDefined:b}")}, {L"b", RegValue::String(L"y{UserDefined:A}")}},
+     {{L"a", S(L"x{UserDefined:b}")}, {L"b", S(L"y{UserDefined:A}")}},
      L"{UserDefined:a}",
      L"xy{UserDefined:A}"},
-    {"SameVariableTwiceIsNoCycle",
-     {{L"a", RegValue::String(L"A")}},
-     L"{UserDefined:a}{UserDefined:a}",
-     L"AA"},
+    {"SameVariableTwiceIsNoCycle", {{L"a", S(L"A")}}, L"{UserDefined:a}{UserDefined:a}", L"AA"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Templates, UserDefinedCase, ::testing::ValuesIn(kUserCases),
@@ -92,7 +77,7 @@ TEST(UserVariablesTest, LongChainStopsAtDepthLimit) {
   // v0 -> v1 -> ... -> v19: no cycle, but deeper than variables may nest.
   for (int i = 0; i < 20; ++i) {
     std::wstring next = L"{UserDefined:v" + std::to_wstring(i + 1) + L"}";
-    ASSERT_EQ(UserVariables::Set(L"v" + std::to_wstring(i), RegValue::String(L"." + next)), S_OK);
+    ASSERT_EQ(UserVariables::Set(L"v" + std::to_wstring(i), S(L"." + next)), S_OK);
   }
   std::wstring result;
   ASSERT_EQ(ExpandTemplate(nullptr, L"{UserDefined:v0}", &result), S_OK);
@@ -105,7 +90,7 @@ TEST(UserVariablesTest, ListGetSetUnset) {
   ASSERT_EQ(UserVariables::List(&listed), S_OK);
   EXPECT_TRUE(listed.empty());
   ASSERT_EQ(UserVariables::Set(L"b", RegValue::Dword(2)), S_OK);
-  ASSERT_EQ(UserVariables::Set(L"a", RegValue::String(L"one")), S_OK);
+  ASSERT_EQ(UserVariables::Set(L"a", S(L"one")), S_OK);
   ASSERT_EQ(UserVariables::List(&listed), S_OK);
   ASSERT_EQ(listed.size(), 2u);
   EXPECT_EQ(listed[0].first, L"a");
@@ -132,8 +117,8 @@ TEST_P(RejectedSet, IsInvalidArgument) {
 }
 
 const BadSetCase kBadSets[] = {
-    {"EmptyName", L"", RegValue::String(L"x")},
-    {"BraceInName", L"a}b", RegValue::String(L"x")},
+    {"EmptyName", L"", S(L"x")},
+    {"BraceInName", L"a}b", S(L"x")},
     {"BinaryValue", L"bin", RegValue::Binary({1, 2})},
     {"TooLong", L"long", RegValue::String(std::wstring(2048, L'x'))},
 };
