@@ -51,10 +51,11 @@ HRESULT ExpandTemplate(IDictionary* dictionary, std::wstring_view templ, std::ws
     TemplateScanner::Expand(templ, call, result);
     return S_OK;
   } catch (const ComError& error) {
+    // Half a name must never be used: the caller gets the failure and no text.
+    result->clear();
     if (error.hr() != BoundedRegex::kTooComplex) return HresultFromCurrentException();
     return ReportTooComplex(templ, error);
   } catch (...) {
-    // Half a name must never be used: the caller gets the failure and no text.
     result->clear();
     return HresultFromCurrentException();
   }
