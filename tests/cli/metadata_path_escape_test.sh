@@ -4,19 +4,11 @@
 # every file made stays inside its destination, none is hidden, no file beside them changes.
 # Usage: metadata_path_escape_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-escape-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
+. "$(dirname "$0")/cli_case.sh"
 # Scratch files and the program's settings and logs live in $S, apart from what is checked.
 S=$WORK/state
 LUMARKO_CONFIG_DIR=$S/config
 XDG_DATA_HOME=$S/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
-
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 
 ROOT=$WORK/root
 IN=$ROOT/in

@@ -4,16 +4,8 @@
 # pictures named beside it are processed.
 # Usage: named_pipe_input_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-fifo-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
+. "$(dirname "$0")/cli_case.sh"
 
-failures=0
 # check NAME CODE STDERR -- ARGS...: exit status and the whole of stderr (lines joined by '#').
 check() {
   name=$1 code=$2 err=$3

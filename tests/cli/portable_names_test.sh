@@ -4,17 +4,7 @@
 # name and folder that rename and copy then make.
 # Usage: portable_names_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-names-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
-
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+. "$(dirname "$0")/cli_case.sh"
 
 # name TEMPLATE EXPECTED: the preview, then the rename itself.
 name() {

@@ -4,17 +4,8 @@
 # at once with a message naming the template or condition, the expression and the name.
 # Usage: regex_backtracking_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-regex-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
+. "$(dirname "$0")/cli_case.sh"
 
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 # run NAME CODE -- ARGS...: lumarko with a time limit far above what a bounded match needs.
 run() {
   name=$1 code=$2
