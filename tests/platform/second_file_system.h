@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <system_error>
 
 #include "support/temp_dir.h"
 
@@ -20,61 +19,48 @@ namespace lmk::test {
 class SecondFileSystem {
  public:
   SecondFileSystem() {
-    struct stat home {};
+    struct stat home {
+    }, other{};
     ::stat(temp_.path().c_str(), &home);
-    if (::geteuid() == 0) {
-      const std::filesystem::path mount = temp_ / "mnt";
-      std::filesystem::create_directories(mount);
-      const std::string command =
-          "mount -t tmpfs -o size=64m lmk-test '" + mount.string() + "' 2>/dev/null";
-      struct stat other {};
-      if (std::system(command.c_str()) == 0) {
-        mounted_ = mount;
-        if (::stat(mount.c_str(), &other) == 0 && other.st_dev != home.st_dev) {
-          path_ = mount;
-          return;
-        }
-      }
+    const std::filesystem::path mount = temp_ / "mnt";
+    std::filesystem::create_directories(mount);
+    if (::geteuid() == 0 && Run("mount -t tmpfs -o size=64m lmk-test '" + mount.string() + "'")) {
+      mounted_ = mount;
+      if (::stat(mount.c_str(), &other) == 0 && other.st_dev != home.st_dev) path_ = mount;
     }
     std::string pattern = "/dev/shm/lmk-test-XXXXXX";
-    struct stat shm {};
-    if (::stat("/dev/shm", &shm) == 0 && shm.st_dev != home.st_dev &&
+    if (path_.empty() && ::stat("/dev/shm", &other) == 0 && other.st_dev != home.st_dev &&
         ::mkdtemp(pattern.data()) != nullptr) {
-      path_ = pattern;
-      owned_ = path_;
-      return;
+      path_ = owned_ = pattern;
     }
-    reason_ =
-        "no second file system: not root (cannot mount a tmpfs) and /dev/shm is missing or on "
-        "the same device as the temporary folder";
   }
   ~SecondFileSystem() {
     std::error_code ec;
     if (!owned_.empty()) std::filesystem::remove_all(owned_, ec);
     if (!mounted_.empty()) {
       std::filesystem::remove_all(mounted_, ec);
-      const std::string command = "umount '" + mounted_.string() + "' 2>/dev/null";
-      if (std::system(command.c_str()) != 0) {
-        std::system(("umount -l '" + mounted_.string() + "' 2>/dev/null").c_str());
-      }
+      if (!Run("umount '" + mounted_.string() + "'")) Run("umount -l '" + mounted_.string() + "'");
     }
   }
   SecondFileSystem(const SecondFileSystem&) = delete;
   SecondFileSystem& operator=(const SecondFileSystem&) = delete;
 
   bool available() const { return !path_.empty(); }
-  const std::string& reason() const { return reason_; }
+  std::string reason() const {
+    return "no second file system: not root (cannot mount a tmpfs) and /dev/shm is missing or on "
+           "the same device as the temporary folder";
+  }
   /// The folder on the local temporary file system.
   const std::filesystem::path& local() const { return temp_.path(); }
   /// The folder on the other file system.
   const std::filesystem::path& other() const { return path_; }
 
  private:
+  static bool Run(const std::string& command) {
+    return std::system((command + " 2>/dev/null").c_str()) == 0;
+  }
   ScopedTempDir temp_;
-  std::filesystem::path path_;
-  std::filesystem::path mounted_;
-  std::filesystem::path owned_;
-  std::string reason_;
+  std::filesystem::path path_, mounted_, owned_;
 };
 
 }  // namespace lmk::test
