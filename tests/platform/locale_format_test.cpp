@@ -50,7 +50,7 @@ TEST(LocaleFormatTest, FixedEnglishForPlainLocales) {
   auto format = LocaleFormat::ForLocale("C.UTF-8");
   ASSERT_NE(format, nullptr);
   EXPECT_TRUE(format->IsFixedEnglish());
-  const SYSTEMTIME t{.wYear = 2024, .wMonth = 12, .wDayOfWeek = 3, .wDay = 25, .wMinute = 7};
+  const SYSTEMTIME t{2024, 12, 3, 25, 0, 7, 0, 0};  // Wednesday 2024-12-25 00:07
   EXPECT_EQ(format->ShortDate(t), L"12/25/2024");
   EXPECT_EQ(format->LongDate(t), L"Wednesday, December 25, 2024");
   EXPECT_EQ(format->Time(t), L"12:07:00 AM");
