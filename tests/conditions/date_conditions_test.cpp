@@ -44,9 +44,12 @@ const FileDateCase kFileDateCases[] = {
     {"OnFailsBecauseTruncationPrecedesTheZone", 1, kDateOn, kMay17, false, Ticks(2024, 5, 17, 10),
      S_FALSE},
     {"OnOrAfterTheDay", 1, kDateOnOrAfter, kMay17, false, Ticks(2024, 5, 17, 10), S_OK},
+    {"BeforeTheNextDay", 1, kDateBefore, Ticks(2024, 5, 18), false, Ticks(2024, 5, 17, 10), S_OK},
     // 23:30 UTC is 01:30 on the 18th locally, but the day is taken from the UTC value.
     {"LateUtcKeepsItsUtcDay", 0, kDateBefore, Ticks(2024, 5, 18), false, Ticks(2024, 5, 17, 23, 30),
      S_OK},
+    {"ParameterTimeIsIgnoredWithoutIncludeTime", 2, kDateAfter, Ticks(2024, 5, 17, 23, 59), false,
+     Ticks(2024, 5, 17, 10), S_OK},
     {"IncludeTimeExactSecondLocal", 1, kDateOn, Ticks(2024, 5, 17, 12, 0, 5), true,
      Ticks(2024, 5, 17, 10, 0, 5, 900), S_OK},
     {"IncludeTimeWinterOffset", 1, kDateOn, Ticks(2024, 1, 17, 11, 0, 5), true,

@@ -38,6 +38,8 @@ struct TypeCase {
 
 const TypeCase kTypeCases[] = {
     {"JpgIsJpeg", false, true, 0, L"", L"/p/IMG_0001.JPG", S_OK},
+    {"JfifAnyCaseIsJpeg", false, true, 0, L"", L"/p/scan.JfIf", S_OK},
+    {"DotInFolderIsNoExtension", false, true, 0, L"", L"/p/album.jpg/README", S_FALSE},
     {"NoExtensionIsNotJpeg", false, true, 0, L"", L"/p/README", S_FALSE},
     {"BackslashSeparatesFolders", false, true, 0, L"", L"C:\\a.jpg\\README", S_FALSE},
     {"OnlyTheLastDotCounts", false, true, 0, L"", L"/p/a.jpg.cr2", S_FALSE},
@@ -45,6 +47,7 @@ const TypeCase kTypeCases[] = {
     {"NotJpegForNoExtension", false, true, 1, L"", L"/p/README", S_OK},
     {"CustomList", false, true, 2, L"cr2|nef", L"/p/a.NEF", S_OK},
     {"CustomWildcard", false, true, 2, L"r?f|c*", L"/p/a.cr3", S_OK},
+    {"CustomNoMatch", false, true, 2, L"cr2|nef", L"/p/a.jpg", S_FALSE},
     {"CustomStarMatchesNoExtension", false, true, 2, L"*", L"/p/README", S_OK},
     {"UnknownModeIsUnexpected", false, true, 3, L"", L"/p/a.jpg", E_UNEXPECTED},
     {"SiblingHasJpeg", true, true, 0, L"", L".cr2|.JPG", S_OK},
@@ -52,6 +55,8 @@ const TypeCase kTypeCases[] = {
     {"SiblingHasNotJpeg", true, true, 1, L"", L".jpg|.cr2", S_OK},
     {"SiblingCustomList", true, true, 2, L"nef|arw", L".jpg|.ARW", S_OK},
     {"SiblingEmptyListHasNothing", true, true, 0, L"", L"", S_FALSE},
+    {"SiblingHasNoJpegButHasOne", true, false, 0, L"", L".cr2|.jpg", S_FALSE},
+    {"SiblingSemicolonSeparatedToo", true, true, 2, L"nef", L".jpg;.nef", S_OK},
     {"SiblingWithoutLeadingDot", true, true, 0, L"", L"jpeg", S_OK},
     {"SiblingUnknownMode", true, true, 5, L"", L".jpg", E_UNEXPECTED},
 };
@@ -98,9 +103,12 @@ const PatternCase kPatternCases[] = {
     {"FolderIsNotTested", false, false, L"pics*", L"/pics/IMG_0001.JPG", S_FALSE},
     {"ListUntrimmed", false, false, L"a| b", L"/p/b.jpg", S_FALSE},
     {"RegexWholeMatch", false, true, L"img_[0-9]+", L"/p/IMG_0001.jpg", S_OK},
+    {"RegexNoSearch", false, true, L"img_[0-9]+", L"/p/xIMG_0001.jpg", S_FALSE},
+    {"EmptyStemNeverMatchesRegex", false, true, L".*", L"/p/.hidden", S_FALSE},
     {"EmptyStemNeverMatches", false, false, L"*", L"/p/.hidden", S_FALSE},
     {"InvalidRegexFails", false, true, L"(", L"/p/a.jpg", E_INVALIDARG},
     {"CameraWildcard", true, false, L"acme*", L"ACME Imaging", S_OK},
+    {"CameraWildcardNoMatch", true, false, L"acme", L"ACME Imaging", S_FALSE},
     {"CameraEmptyValueNeverMatchesStar", true, false, L"*", L"", S_FALSE},
     {"CameraEmptyValueNeverMatchesRegex", true, true, L".*", L"", S_FALSE},
     {"CameraRegex", true, true, L"x-?t[0-9]", L"X-T3", S_OK},

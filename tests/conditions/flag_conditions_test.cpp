@@ -43,6 +43,10 @@ std::vector<test::RecordField> One(const wchar_t* key, Variant value) { return {
 
 const FlagCase kFlagCases[] = {
     {"CopiedTrue", Make<CCopiedCondition>(), One(kCopied, V::Bool(true)), S_OK},
+    {"CopiedFalse",
+     Make<CCopiedCondition>(),
+     {{L"Misc.CopiedFlag", Variant::Bool(false)}},
+     S_FALSE},
     {"CopiedMissingKeyFailsWithTheReadCode", Make<CCopiedCondition>(), {}, E_FAIL},
     {"CopiedTextThatIsNoNumberFailsCoercion", Make<CCopiedCondition>(),
      One(kCopied, V::String(L"yes please")), DISP_E_TYPEMISMATCH},
@@ -64,6 +68,10 @@ const FlagCase kFlagCases[] = {
      S_FALSE},
     {"SerialPunctuationOnly", Make<CCameraSerialNumberCondition>(),
      One(kSerial, V::String(L"--- .")), S_FALSE},
+    {"SerialEmpty",
+     Make<CCameraSerialNumberCondition>(),
+     {{L"Meta.CameraSerialNumber", Variant::String(L"")}},
+     S_FALSE},
     {"SerialZeroWithBlankIsValid", Make<CCameraSerialNumberCondition>(),
      One(kSerial, V::String(L"0 0")), S_OK},
 };

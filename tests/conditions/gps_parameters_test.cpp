@@ -152,10 +152,16 @@ std::vector<NamedCase> NamedCases() {
        L"operator=>;altitude=1500 m;"},
       {"AltitudeFractionRefused", Make<CGpsAltitudeCondition>(),
        Params({{L"operator", L"="}, {L"altitude", L"10.5 m"}}), nullptr},
+      {"AltitudeNegativeRefused", Make<CGpsAltitudeCondition>(),
+       Params({{L"operator", L"="}, {L"altitude", L"-10 m"}}), nullptr},
+      {"AltitudeUnknownUnitRefused", Make<CGpsAltitudeCondition>(),
+       Params({{L"operator", L"="}, {L"altitude", L"10 furlongs"}}), nullptr},
       {"AltitudeNotSetRefused", Make<CGpsAltitudeCondition>(),
        Params({{L"operator", L"not set"}, {L"altitude", L"10 m"}}), nullptr},
       {"SpeedKnots", Make<CGpsSpeedCondition>(),
        Params({{L"operator", L"<>"}, {L"speed", L"12 kn"}}), L"operator=<>;speed=12 kn;"},
+      {"SpeedUnknownParameterRefused", Make<CGpsSpeedCondition>(),
+       Params({{L"operator", L"="}, {L"velocity", L"12 kn"}}), nullptr},
       {"DirectionMagnetic", Make<CGpsDirectionCondition>(),
        Params({{L"direction", L"270"}, {L"tolerance", L"15"}, {L"reference", L"magnetic"}}),
        L"direction=270;tolerance=15;reference=magnetic north;"},
@@ -173,6 +179,8 @@ std::vector<NamedCase> NamedCases() {
        Params({{L"place", L"-33.8568, 151.2153"}, {L"distance", L"2 nmi"}}),
        L"place=-33.8568, 151.2153;distance=2 naut. mi;range=within;pointing=any "
        L"direction;tolerance=10;"},
+      {"PositionLatitudeBeyondPoleRefused", Make<CGpsPositionCondition>(),
+       Params({{L"place", L"91, 2"}}), nullptr},
       {"MetadataFields", Make<CGpsMetadataCondition>(),
        Params({{L"has", L"false"}, {L"fields", L"altitude, direction"}}),
        L"has=false;fields=altitude|direction|;"},
@@ -225,6 +233,13 @@ std::vector<SentenceCase> SentenceCases() {
          c.SetException(true);
        }),
        true, L"Except when GPS speed is equal to 60 mph"},
+      {"SpeedUnknownUnitInvalid",
+       [] {
+         auto c = std::make_unique<CGpsSpeedCondition>();
+         c->Set(0x1000003C, 9);
+         return c;
+       },
+       false, nullptr},
       {"MetadataWithoutFieldsInvalid", Make<CGpsMetadataCondition>(), false, nullptr},
       {"MetadataHasNot",
        Make<CGpsMetadataCondition>([](auto& c) { c.Set(false, LMKGPS_ALTITUDE | LMKGPS_SPEED); }),
@@ -239,6 +254,13 @@ std::vector<SentenceCase> SentenceCases() {
        true,
        L"When the picture was taken within 500 m of 48.8584, 2.2945, camera pointing in any "
        L"direction"},
+      {"DirectionBeyond360Invalid",
+       [] {
+         auto c = std::make_unique<CGpsDirectionCondition>();
+         c->SetWord(CGpsDirectionCondition::Pack(400, 5, false));
+         return c;
+       },
+       false, nullptr},
       {"PositionNegativeToleranceInvalid",
        Make<P>([](auto& c) { c.SetParameters(Place({}, 1, P::kKilometres, false, true, -1)); }),
        false, nullptr},

@@ -81,6 +81,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::ValuesIn(std::vector<ProbeCase>{
         {"JpegColour", Jpeg("", 8, 3, 640, 480), true, 640, 480, 24, L"24bppBGR"},
         {"JpegGray", Jpeg("", 8, 1, 64, 48), true, 64, 48, 8, L"8bppGray"},
+        {"JpegCmyk", Jpeg("", 8, 4, 10, 20), true, 10, 20, 32, L"32bppCMYK"},
         {"JpegFrameAfterBigSegment", Jpeg(App1(60000), 8, 3, 4000, 3000), true, 4000, 3000, 24,
          L"24bppBGR"},
         {"JpegFillBytesBeforeMarker", Jpeg(Bytes("\xFF\xFF\xFF", 3) + App1(4), 8, 3, 5, 6), true, 5,
@@ -91,6 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"JpegScanBeforeFrame", Bytes("\xFF\xD8\xFF\xDA\x00\x02", 6), false},
         {"JpegZeroSize", Jpeg("", 8, 3, 0, 0), false},
         {"PngRgba", Png(64, 48, 8, 6), true, 64, 48, 32, L"32bppBGRA", true},
+        {"PngRgb16", Png(3, 2, 16, 2), true, 3, 2, 48, L"48bppRGB", true},
         {"PngPalette", Png(3, 2, 4, 3), true, 3, 2, 4, L"4bppIndexed", true},
         {"PngBadColourType", Png(3, 2, 8, 5), false},
         {"PngHugeWidth", Png(0x80000000u, 2, 8, 2), false},
@@ -109,9 +111,11 @@ INSTANTIATE_TEST_SUITE_P(
         {"WebpLossyWithoutStartCode",
          Riff("VP8 " + Le32(10) + Bytes("\0\0\0\0\0\0", 6) + Le16(640) + Le16(480)), false},
         {"BmpBottomUp", Bmp(8, 6, 24), true, 8, 6, 24, L"24bppBGR"},
+        {"BmpTopDown", Bmp(8, -6, 8), true, 8, 6, 8, L"8bppIndexed"},
         {"BmpNegativeWidth", Bmp(-8, 6, 24), false},
         {"BmpOddBitCount", Bmp(8, 6, 7), false},
         {"Empty", "", false},
+        {"Text", "just some words in a file", false},
     }),
     [](const auto& info) { return info.param.name; });
 
