@@ -86,6 +86,12 @@ TEST(FileTypeTest, CustomListValidity) {
   EXPECT_NE(why.find(L"*.cr2"), std::wstring::npos);
   type.Set(kFileTypeCustom, L"*.*");
   EXPECT_TRUE(type.IsValid(&why));
+  type.Set(kFileTypeJpeg, L"");
+  EXPECT_TRUE(type.IsValid(&why));
+  CFileNameCondition name;
+  name.SetPattern(L"*", false);
+  EXPECT_EQ(name.Evaluate(MakeRecord({}).Get()), E_FAIL)
+      << "a missing name fails with the read code";
 }
 
 // The file name condition on the path's stem (camera: false), or the camera make, model and

@@ -64,6 +64,7 @@ const FloatingCase kFloatingCases[] = {
     {"LessMeansSmallerOpening", true, CompareOp::Less, L"f/4", 5.6f, S_OK},
     {"EqualWithinTolerance", true, CompareOp::Equal, L"f/5.6", 5.6f, S_OK},
     {"EqualOutsideTolerance", true, CompareOp::Equal, L"f/5.6", 5.6001f, S_FALSE},
+    {"NotEqual", true, CompareOp::NotEqual, L"f/5.6", 5.0f, S_OK},
     {"NotSetIsNoOperatorHere", true, CompareOp::NotSet, L"f/4", 4.0f, E_UNEXPECTED},
     {"LongerExposureIsGreater", false, CompareOp::Greater, L"1/250s", 1 / 125.0f, S_OK},
     {"SinglePrecisionStillEqual", false, CompareOp::Equal, L"1/1.3s", static_cast<float>(1 / 1.3),

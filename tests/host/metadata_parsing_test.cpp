@@ -138,6 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
                                       28))),
          L""},
         {"NotAProfile", std::vector<uint8_t>(200, 0), L""},
+        {"TooShort", std::vector<uint8_t>(20, 0), L""},
     }),
     [](const auto& info) { return info.param.name; });
 
