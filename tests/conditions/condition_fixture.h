@@ -1,10 +1,13 @@
-// Shared helpers of the condition tests: per-file records filled directly, calendar ticks, and a
-// time zone set for the life of a test.
+// Shared helpers of the condition tests: per-file records filled directly, calendar ticks, a
+// time zone set for the life of a test, and the name lambda of the case tables.
 #pragma once
 
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,24 +28,18 @@ struct RecordField {
 /// A dictionary holding exactly fields.
 inline ComPtr<IDictionary> MakeRecord(const std::vector<RecordField>& fields) {
   ComPtr<IDictionary> record = MakeDictionary();
-  for (const RecordField& field : fields) {
-    const Bstr key(field.key);
-    ThrowIfFailed(record->put_Value(key.get(), field.value.ref()));
-  }
+  for (const RecordField& f : fields)
+    ThrowIfFailed(record->put_Value(Bstr(f.key).get(), f.value.ref()));
   return record;
 }
 
 /// The FILETIME count of a calendar time (no zone conversion).
 inline std::int64_t Ticks(int year, int month, int day, int hour = 0, int minute = 0,
                           int second = 0, int millisecond = 0) {
-  SYSTEMTIME st{};
-  st.wYear = static_cast<WORD>(year);
-  st.wMonth = static_cast<WORD>(month);
-  st.wDay = static_cast<WORD>(day);
-  st.wHour = static_cast<WORD>(hour);
-  st.wMinute = static_cast<WORD>(minute);
-  st.wSecond = static_cast<WORD>(second);
-  st.wMilliseconds = static_cast<WORD>(millisecond);
+  const SYSTEMTIME st{
+      static_cast<WORD>(year),   static_cast<WORD>(month),      0,
+      static_cast<WORD>(day),    static_cast<WORD>(hour),       static_cast<WORD>(minute),
+      static_cast<WORD>(second), static_cast<WORD>(millisecond)};
   std::int64_t ticks = 0;
   if (!SystemTimeToTicks(st, &ticks)) throw std::invalid_argument("bad calendar time");
   return ticks;
@@ -53,35 +50,44 @@ inline std::int64_t TimeOfDay(int hour, int minute, int second = 0) {
   return ((hour * 60LL + minute) * 60 + second) * 10'000'000LL;
 }
 
+/// A factory of T, configured by configure, as a factory of Base.
+template <class Base, class T, class F>
+std::function<std::unique_ptr<Base>()> Make(F configure) {
+  return [configure] {
+    auto made = std::make_unique<T>();
+    configure(*made);
+    return std::unique_ptr<Base>(std::move(made));
+  };
+}
+template <class Base, class T>
+std::function<std::unique_ptr<Base>()> Make() {
+  return Make<Base, T>([](T&) {});
+}
+
 /// Sets TZ (and tzset) for the life of the object.
 class ScopedTimeZone {
  public:
   explicit ScopedTimeZone(const char* zone) {
-    if (const char* old = std::getenv("TZ")) {
-      had_ = true;
-      old_ = old;
-    }
+    if (const char* old = std::getenv("TZ")) old_ = old;
     setenv("TZ", zone, 1);
     tzset();
   }
   ~ScopedTimeZone() {
-    if (had_) {
-      setenv("TZ", old_.c_str(), 1);
-    } else {
-      unsetenv("TZ");
-    }
+    old_ ? setenv("TZ", old_->c_str(), 1) : unsetenv("TZ");
     tzset();
   }
   ScopedTimeZone(const ScopedTimeZone&) = delete;
   ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
 
  private:
-  bool had_ = false;
-  std::string old_;
+  std::optional<std::string> old_;
 };
 
 /// Central European time by a fixed rule (+1 in winter, +2 from the last Sunday of March to the
 /// last Sunday of October), the same in every year, without the system's zone files.
 inline constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+/// The name lambda of the case tables.
+inline constexpr auto kCaseName = [](const auto& i) { return std::string(i.param.name); };
 
 }  // namespace lmk::test

@@ -20,48 +20,61 @@
 namespace lmk {
 namespace {
 
+using test::kCaseName;
 using test::MakeRecord;
 
-ComPtr<IDictionary> Named(const wchar_t* path) {
-  return MakeRecord({{L"File.Name", Variant::String(path)}});
+ComPtr<IDictionary> Named(const wchar_t* key, const wchar_t* text) {
+  return MakeRecord({{key, Variant::String(text)}});
 }
 
-struct FileTypeCase {
+// File type (mode, list) and sibling (present, mode, list) conditions on a name or extension list.
+struct TypeCase {
   const char* name;
+  bool sibling, present;
   DWORD mode;
-  const wchar_t* list;
-  const wchar_t* path;
+  const wchar_t *list, *text;
   HRESULT expected;
 };
 
-class FileTypeTest : public ::testing::TestWithParam<FileTypeCase> {};
+const TypeCase kTypeCases[] = {
+    {"JpgIsJpeg", false, true, 0, L"", L"/p/IMG_0001.JPG", S_OK},
+    {"JfifAnyCaseIsJpeg", false, true, 0, L"", L"/p/scan.JfIf", S_OK},
+    {"DotInFolderIsNoExtension", false, true, 0, L"", L"/p/album.jpg/README", S_FALSE},
+    {"NoExtensionIsNotJpeg", false, true, 0, L"", L"/p/README", S_FALSE},
+    {"BackslashSeparatesFolders", false, true, 0, L"", L"C:\\a.jpg\\README", S_FALSE},
+    {"OnlyTheLastDotCounts", false, true, 0, L"", L"/p/a.jpg.cr2", S_FALSE},
+    {"NotJpegForRaw", false, true, 1, L"", L"/p/a.cr2", S_OK},
+    {"NotJpegForNoExtension", false, true, 1, L"", L"/p/README", S_OK},
+    {"CustomList", false, true, 2, L"cr2|nef", L"/p/a.NEF", S_OK},
+    {"CustomWildcard", false, true, 2, L"r?f|c*", L"/p/a.cr3", S_OK},
+    {"CustomNoMatch", false, true, 2, L"cr2|nef", L"/p/a.jpg", S_FALSE},
+    {"CustomStarMatchesNoExtension", false, true, 2, L"*", L"/p/README", S_OK},
+    {"UnknownModeIsUnexpected", false, true, 3, L"", L"/p/a.jpg", E_UNEXPECTED},
+    {"SiblingHasJpeg", true, true, 0, L"", L".cr2|.JPG", S_OK},
+    {"SiblingHasNoJpeg", true, false, 0, L"", L".cr2|.xmp", S_OK},
+    {"SiblingHasNotJpeg", true, true, 1, L"", L".jpg|.cr2", S_OK},
+    {"SiblingCustomList", true, true, 2, L"nef|arw", L".jpg|.ARW", S_OK},
+    {"SiblingEmptyListHasNothing", true, true, 0, L"", L"", S_FALSE},
+    {"SiblingHasNoJpegButHasOne", true, false, 0, L"", L".cr2|.jpg", S_FALSE},
+    {"SiblingSemicolonSeparatedToo", true, true, 2, L"nef", L".jpg;.nef", S_OK},
+    {"SiblingWithoutLeadingDot", true, true, 0, L"", L"jpeg", S_OK},
+    {"SiblingUnknownMode", true, true, 5, L"", L".jpg", E_UNEXPECTED},
+};
 
-TEST_P(FileTypeTest, TestsTheExtension) {
-  const FileTypeCase& c = GetParam();
+class TypeTest : public ::testing::TestWithParam<TypeCase> {};
+
+TEST_P(TypeTest, TestsTheExtensions) {
+  const TypeCase& c = GetParam();
   CFileTypeCondition type;
+  CSiblingCondition sibling;
   type.Set(c.mode, c.list);
-  EXPECT_EQ(type.Evaluate(Named(c.path).Get()), c.expected);
+  sibling.Set(c.present, c.mode, c.list);
+  EXPECT_EQ(c.sibling ? sibling.Evaluate(Named(L"File.Extensions", c.text).Get())
+                      : type.Evaluate(Named(L"File.Name", c.text).Get()),
+            c.expected);
 }
 
-const FileTypeCase kFileTypeCases[] = {
-    {"JpgIsJpeg", 0, L"", L"/p/IMG_0001.JPG", S_OK},
-    {"JfifAnyCaseIsJpeg", 0, L"", L"/p/scan.JfIf", S_OK},
-    {"ExifIsJpeg", 0, L"", L"/p/a.exif", S_OK},
-    {"NoExtensionIsNotJpeg", 0, L"", L"/p/README", S_FALSE},
-    {"DotInFolderIsNoExtension", 0, L"", L"/p/album.jpg/README", S_FALSE},
-    {"BackslashSeparatesFolders", 0, L"", L"C:\\a.jpg\\README", S_FALSE},
-    {"OnlyTheLastDotCounts", 0, L"", L"/p/a.jpg.cr2", S_FALSE},
-    {"NotJpegForRaw", 1, L"", L"/p/a.cr2", S_OK},
-    {"NotJpegForJpe", 1, L"", L"/p/a.JPE", S_FALSE},
-    {"NotJpegForNoExtension", 1, L"", L"/p/README", S_OK},
-    {"CustomList", 2, L"cr2|nef", L"/p/a.NEF", S_OK},
-    {"CustomWildcard", 2, L"r?f|c*", L"/p/a.cr3", S_OK},
-    {"CustomNoMatch", 2, L"cr2|nef", L"/p/a.jpg", S_FALSE},
-    {"CustomStarMatchesNoExtension", 2, L"*", L"/p/README", S_OK},
-    {"UnknownModeIsUnexpected", 3, L"", L"/p/a.jpg", E_UNEXPECTED},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, FileTypeTest, ::testing::ValuesIn(kFileTypeCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, TypeTest, ::testing::ValuesIn(kTypeCases), kCaseName);
 
 TEST(FileTypeTest, CustomListValidity) {
   CFileTypeCondition type;
@@ -75,108 +88,59 @@ TEST(FileTypeTest, CustomListValidity) {
   EXPECT_TRUE(type.IsValid(&why));
   type.Set(kFileTypeJpeg, L"");
   EXPECT_TRUE(type.IsValid(&why));
+  CFileNameCondition name;
+  name.SetPattern(L"*", false);
+  EXPECT_EQ(name.Evaluate(MakeRecord({}).Get()), E_FAIL)
+      << "a missing name fails with the read code";
 }
 
+// The file name condition on the path's stem (camera: false), or the camera make, model and
+// serial matches on their values (camera: true).
 struct PatternCase {
   const char* name;
-  bool regex;
-  const wchar_t* pattern;
-  const wchar_t* text;
+  bool camera, regex;
+  const wchar_t *pattern, *text;
   HRESULT expected;
 };
 
-class FileNameTest : public ::testing::TestWithParam<PatternCase> {};
-
-TEST_P(FileNameTest, MatchesTheStem) {
-  const PatternCase& c = GetParam();
-  CFileNameCondition name;
-  name.SetPattern(c.pattern, c.regex);
-  EXPECT_EQ(name.Evaluate(Named(c.text).Get()), c.expected);
-}
-
-const PatternCase kFileNameCases[] = {
-    {"WildcardWithoutExtension", false, L"img_*", L"/pics/IMG_0001.JPG", S_OK},
-    {"ExtensionInPatternNeverMatches", false, L"img_*.jpg", L"/pics/IMG_0001.JPG", S_FALSE},
-    {"FolderIsNotTested", false, L"pics*", L"/pics/IMG_0001.JPG", S_FALSE},
-    {"ListSecondToken", false, L"a|b", L"/p/b.jpg", S_OK},
-    {"ListUntrimmed", false, L"a| b", L"/p/b.jpg", S_FALSE},
-    {"RegexWholeMatch", true, L"img_[0-9]+", L"/p/IMG_0001.jpg", S_OK},
-    {"RegexNoSearch", true, L"img_[0-9]+", L"/p/xIMG_0001.jpg", S_FALSE},
-    {"EmptyStemNeverMatches", false, L"*", L"/p/.hidden", S_FALSE},
-    {"EmptyStemNeverMatchesRegex", true, L".*", L"/p/.hidden", S_FALSE},
-    {"InvalidRegexFails", true, L"(", L"/p/a.jpg", E_INVALIDARG},
+const PatternCase kPatternCases[] = {
+    {"WildcardWithoutExtension", false, false, L"img_*", L"/pics/IMG_0001.JPG", S_OK},
+    {"ExtensionInPatternNeverMatches", false, false, L"img_*.jpg", L"/pics/IMG_0001.JPG", S_FALSE},
+    {"FolderIsNotTested", false, false, L"pics*", L"/pics/IMG_0001.JPG", S_FALSE},
+    {"ListUntrimmed", false, false, L"a| b", L"/p/b.jpg", S_FALSE},
+    {"RegexWholeMatch", false, true, L"img_[0-9]+", L"/p/IMG_0001.jpg", S_OK},
+    {"RegexNoSearch", false, true, L"img_[0-9]+", L"/p/xIMG_0001.jpg", S_FALSE},
+    {"EmptyStemNeverMatchesRegex", false, true, L".*", L"/p/.hidden", S_FALSE},
+    {"EmptyStemNeverMatches", false, false, L"*", L"/p/.hidden", S_FALSE},
+    {"InvalidRegexFails", false, true, L"(", L"/p/a.jpg", E_INVALIDARG},
+    {"CameraWildcard", true, false, L"acme*", L"ACME Imaging", S_OK},
+    {"CameraWildcardNoMatch", true, false, L"acme", L"ACME Imaging", S_FALSE},
+    {"CameraEmptyValueNeverMatchesStar", true, false, L"*", L"", S_FALSE},
+    {"CameraEmptyValueNeverMatchesRegex", true, true, L".*", L"", S_FALSE},
+    {"CameraRegex", true, true, L"x-?t[0-9]", L"X-T3", S_OK},
 };
-INSTANTIATE_TEST_SUITE_P(Cases, FileNameTest, ::testing::ValuesIn(kFileNameCases),
-                         [](const auto& i) { return std::string(i.param.name); });
 
-TEST(FileNameTest, MissingNameFailsWithTheReadCode) {
-  CFileNameCondition name;
-  name.SetPattern(L"*", false);
-  EXPECT_EQ(name.Evaluate(MakeRecord({}).Get()), E_FAIL);
-}
+class PatternTest : public ::testing::TestWithParam<PatternCase> {};
 
-class CameraMatchTest : public ::testing::TestWithParam<PatternCase> {};
-
-TEST_P(CameraMatchTest, MakeModelAndSerial) {
+TEST_P(PatternTest, Matches) {
   const PatternCase& c = GetParam();
+  CFileNameCondition name;
   CCameraMakeMatchCondition make;
   CCameraModelMatchCondition model;
   CCameraSerialNumberMatchCondition serial;
-  make.SetPattern(c.pattern, c.regex);
-  model.SetPattern(c.pattern, c.regex);
-  serial.SetPattern(c.pattern, c.regex);
-  EXPECT_EQ(make.Evaluate(MakeRecord({{L"Meta.CameraMake", Variant::String(c.text)}}).Get()),
-            c.expected);
-  EXPECT_EQ(model.Evaluate(MakeRecord({{L"Meta.CameraModel", Variant::String(c.text)}}).Get()),
-            c.expected);
-  EXPECT_EQ(
-      serial.Evaluate(MakeRecord({{L"Meta.CameraSerialNumber", Variant::String(c.text)}}).Get()),
-      c.expected);
+  for (CPatternCondition* p :
+       std::initializer_list<CPatternCondition*>{&name, &make, &model, &serial})
+    p->SetPattern(c.pattern, c.regex);
+  if (!c.camera) {
+    EXPECT_EQ(name.Evaluate(Named(L"File.Name", c.text).Get()), c.expected);
+    return;
+  }
+  EXPECT_EQ(make.Evaluate(Named(L"Meta.CameraMake", c.text).Get()), c.expected);
+  EXPECT_EQ(model.Evaluate(Named(L"Meta.CameraModel", c.text).Get()), c.expected);
+  EXPECT_EQ(serial.Evaluate(Named(L"Meta.CameraSerialNumber", c.text).Get()), c.expected);
 }
 
-const PatternCase kCameraCases[] = {
-    {"Wildcard", false, L"acme*", L"ACME Imaging", S_OK},
-    {"WildcardNoMatch", false, L"acme", L"ACME Imaging", S_FALSE},
-    {"EmptyValueNeverMatchesStar", false, L"*", L"", S_FALSE},
-    {"EmptyValueNeverMatchesRegex", true, L".*", L"", S_FALSE},
-    {"Regex", true, L"x-?t[0-9]", L"X-T3", S_OK},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, CameraMatchTest, ::testing::ValuesIn(kCameraCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-struct SiblingCase {
-  const char* name;
-  bool present;
-  DWORD mode;
-  const wchar_t* list;
-  const wchar_t* extensions;
-  HRESULT expected;
-};
-
-class SiblingTest : public ::testing::TestWithParam<SiblingCase> {};
-
-TEST_P(SiblingTest, LooksThroughTheExtensions) {
-  const SiblingCase& c = GetParam();
-  CSiblingCondition sibling;
-  sibling.Set(c.present, c.mode, c.list);
-  const auto record = MakeRecord({{L"File.Extensions", Variant::String(c.extensions)}});
-  EXPECT_EQ(sibling.Evaluate(record.Get()), c.expected);
-}
-
-const SiblingCase kSiblingCases[] = {
-    {"HasJpeg", true, 0, L"", L".cr2|.JPG", S_OK},
-    {"HasNoJpeg", false, 0, L"", L".cr2|.xmp", S_OK},
-    {"HasNoJpegButHasOne", false, 0, L"", L".cr2|.jpg", S_FALSE},
-    {"HasNotJpeg", true, 1, L"", L".jpg|.cr2", S_OK},
-    {"CustomList", true, 2, L"nef|arw", L".jpg|.ARW", S_OK},
-    {"SemicolonSeparatedToo", true, 2, L"nef", L".jpg;.nef", S_OK},
-    {"EmptyListHasNothing", true, 0, L"", L"", S_FALSE},
-    {"EmptyListHasNone", false, 0, L"", L"", S_OK},
-    {"WithoutLeadingDot", true, 0, L"", L"jpeg", S_OK},
-    {"UnknownMode", true, 5, L"", L".jpg", E_UNEXPECTED},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, SiblingTest, ::testing::ValuesIn(kSiblingCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, PatternTest, ::testing::ValuesIn(kPatternCases), kCaseName);
 
 struct SizeCase {
   const char* name;
@@ -184,6 +148,16 @@ struct SizeCase {
   std::uint64_t bytes;
   Variant size;
   HRESULT expected;
+};
+
+const SizeCase kSizeCases[] = {
+    {"GreaterOrEqualExact", CompareOp::GreaterOrEqual, 10u << 20, Variant::UI4(10u << 20), S_OK},
+    {"Less", CompareOp::Less, 10u << 20, Variant::UI4(4096), S_OK},
+    {"NotEqual", CompareOp::NotEqual, 1, Variant::UI4(1), S_FALSE},
+    {"TwoGigabytesOverflowTheCoercion", CompareOp::Less, 1ull << 40, Variant::UI4(0x80000000u),
+     DISP_E_OVERFLOW},
+    {"ByteCountBeyond32Bits", CompareOp::Less, 5ull << 30, Variant::UI4(0x7FFFFFFFu), S_OK},
+    {"NotSetIsNoOperatorHere", CompareOp::NotSet, 1, Variant::UI4(1), E_UNEXPECTED},
 };
 
 class FileSizeTest : public ::testing::TestWithParam<SizeCase> {};
@@ -195,18 +169,7 @@ TEST_P(FileSizeTest, ComparesBytes) {
   EXPECT_EQ(size.Evaluate(MakeRecord({{L"File.Size", c.size}}).Get()), c.expected);
 }
 
-const SizeCase kSizeCases[] = {
-    {"GreaterOrEqualExact", CompareOp::GreaterOrEqual, 10u << 20, Variant::UI4(10u << 20), S_OK},
-    {"GreaterIsStrict", CompareOp::Greater, 10u << 20, Variant::UI4(10u << 20), S_FALSE},
-    {"Less", CompareOp::Less, 10u << 20, Variant::UI4(4096), S_OK},
-    {"NotEqual", CompareOp::NotEqual, 1, Variant::UI4(1), S_FALSE},
-    {"TwoGigabytesOverflowTheCoercion", CompareOp::Less, 1ull << 40, Variant::UI4(0x80000000u),
-     DISP_E_OVERFLOW},
-    {"ByteCountBeyond32Bits", CompareOp::Less, 5ull << 30, Variant::UI4(0x7FFFFFFFu), S_OK},
-    {"NotSetIsNoOperatorHere", CompareOp::NotSet, 1, Variant::UI4(1), E_UNEXPECTED},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, FileSizeTest, ::testing::ValuesIn(kSizeCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, FileSizeTest, ::testing::ValuesIn(kSizeCases), kCaseName);
 
 TEST(FileSizeTest, SentenceShowsTheUnitAsEntered) {
   CFileSizeCondition size;
@@ -216,31 +179,24 @@ TEST(FileSizeTest, SentenceShowsTheUnitAsEntered) {
   EXPECT_EQ(size.Description(), L"When the file size is less than 1.50 GB");
 }
 
-class CompanionFileTest : public ::testing::Test {
- protected:
-  void Touch(const std::string& name) { std::ofstream(dir_ / name) << "x"; }
-  ComPtr<IDictionary> RecordFor(const std::string& stem) {
-    return MakeRecord({{L"File.PathNoExt", Variant::String(FromUtf8((dir_ / stem).string()))}});
-  }
-  test::ScopedTempDir dir_;
-};
-
-TEST_F(CompanionFileTest, SidecarAndAudioAnnotation) {
-  Touch("IMG_1.jpg");
-  Touch("IMG_1.xmp");
-  Touch("IMG_2.wav");
-  std::filesystem::create_directory(dir_ / "IMG_3.xmp");
+TEST(CompanionFileTest, SidecarAndAudioAnnotation) {
+  test::ScopedTempDir dir;
+  for (const char* name : {"IMG_1.jpg", "IMG_1.xmp", "IMG_2.wav"}) std::ofstream(dir / name) << "x";
+  std::filesystem::create_directory(dir / "IMG_3.xmp");
+  const auto record = [&](const char* stem) {
+    return MakeRecord({{L"File.PathNoExt", Variant::String(FromUtf8((dir / stem).string()))}});
+  };
   CSidecarCondition sidecar;
   CAudioAnnotationCondition audio;
-  EXPECT_EQ(sidecar.Evaluate(RecordFor("IMG_1").Get()), S_OK);
-  EXPECT_EQ(audio.Evaluate(RecordFor("IMG_1").Get()), S_FALSE);
-  EXPECT_EQ(sidecar.Evaluate(RecordFor("IMG_2").Get()), S_FALSE);
-  EXPECT_EQ(audio.Evaluate(RecordFor("IMG_2").Get()), S_OK);
-  EXPECT_EQ(sidecar.Evaluate(RecordFor("IMG_3").Get()), S_FALSE) << "a folder is no sidecar";
+  EXPECT_EQ(sidecar.Evaluate(record("IMG_1").Get()), S_OK);
+  EXPECT_EQ(audio.Evaluate(record("IMG_1").Get()), S_FALSE);
+  EXPECT_EQ(sidecar.Evaluate(record("IMG_2").Get()), S_FALSE);
+  EXPECT_EQ(audio.Evaluate(record("IMG_2").Get()), S_OK);
+  EXPECT_EQ(sidecar.Evaluate(record("IMG_3").Get()), S_FALSE) << "a folder is no sidecar";
   sidecar.SetSense(false);
-  EXPECT_EQ(sidecar.Evaluate(RecordFor("IMG_2").Get()), S_OK);
+  EXPECT_EQ(sidecar.Evaluate(record("IMG_2").Get()), S_OK);
   EXPECT_EQ(sidecar.Evaluate(MakeRecord({}).Get()), E_FAIL);
-  EXPECT_EQ(sidecar.Evaluate(MakeRecord({{L"File.PathNoExt", Variant::String(L"")}}).Get()), S_OK);
+  EXPECT_EQ(sidecar.Evaluate(Named(L"File.PathNoExt", L"").Get()), S_OK);
 }
 
 }  // namespace

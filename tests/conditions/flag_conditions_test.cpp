@@ -2,8 +2,6 @@
 // validity of serial numbers; and the failure codes that every condition shares.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <string>
 
 #include "condition_fixture.h"
@@ -19,18 +17,64 @@ namespace lmk {
 namespace {
 
 using test::MakeRecord;
+using Factory = std::function<std::unique_ptr<CFlagCondition>()>;
+template <class T>
+Factory Make() {
+  return test::Make<CFlagCondition, T>();
+}
 
 struct FlagCase {
   const char* name;
-  std::function<std::unique_ptr<CFlagCondition>()> make;
+  Factory make;
   std::vector<test::RecordField> record;
   HRESULT whenSet;  ///< the answer with the positive sense; the negative sense must invert it
 };
 
-template <class T>
-std::function<std::unique_ptr<CFlagCondition>()> Make() {
-  return [] { return std::make_unique<T>(); };
+std::vector<test::RecordField> Size(std::uint32_t width, std::uint32_t height) {
+  return {{L"Image.NativeWidth", Variant::UI4(width)},
+          {L"Image.NativeHeight", Variant::UI4(height)}};
 }
+
+const wchar_t kCopied[] = L"Misc.CopiedFlag", kBookmark[] = L"Misc.QuickBookmarkIndex",
+              kSerial[] = L"Meta.CameraSerialNumber";
+using V = Variant;
+
+std::vector<test::RecordField> One(const wchar_t* key, Variant value) { return {{key, value}}; }
+
+const FlagCase kFlagCases[] = {
+    {"CopiedTrue", Make<CCopiedCondition>(), One(kCopied, V::Bool(true)), S_OK},
+    {"CopiedFalse",
+     Make<CCopiedCondition>(),
+     {{L"Misc.CopiedFlag", Variant::Bool(false)}},
+     S_FALSE},
+    {"CopiedMissingKeyFailsWithTheReadCode", Make<CCopiedCondition>(), {}, E_FAIL},
+    {"CopiedTextThatIsNoNumberFailsCoercion", Make<CCopiedCondition>(),
+     One(kCopied, V::String(L"yes please")), DISP_E_TYPEMISMATCH},
+    {"MarkedForDeletion", Make<CMarkedForDeletionCondition>(),
+     One(L"Misc.MarkedForDeletionFlag", V::Bool(true)), S_OK},
+    {"MarkedForPublishingUnset", Make<CMarkedForPublishingCondition>(),
+     One(L"Misc.MarkedForPublishingFlag", V::Bool(false)), S_FALSE},
+    {"BWPreview", Make<CBWPreviewCondition>(), One(L"Misc.BWPreviewFlag", V::Bool(true)), S_OK},
+    {"BookmarkIndexZeroIsABookmark", Make<CBookmarkedCondition>(), One(kBookmark, V::UI2(0)), S_OK},
+    {"BookmarkIndex65535IsNone", Make<CBookmarkedCondition>(), One(kBookmark, V::UI2(65535)),
+     S_FALSE},
+    {"PortraitTallImage", Make<CPortraitCondition>(), Size(3000, 4000), S_OK},
+    {"SquareIsNotPortrait", Make<CPortraitCondition>(), Size(3000, 3000), S_FALSE},
+    {"PortraitWidthTooLargeForI4", Make<CPortraitCondition>(), Size(3000000000u, 1),
+     DISP_E_OVERFLOW},
+    {"SerialValid", Make<CCameraSerialNumberCondition>(), One(kSerial, V::String(L"0231A45")),
+     S_OK},
+    {"SerialZerosOnly", Make<CCameraSerialNumberCondition>(), One(kSerial, V::String(L"0000000")),
+     S_FALSE},
+    {"SerialPunctuationOnly", Make<CCameraSerialNumberCondition>(),
+     One(kSerial, V::String(L"--- .")), S_FALSE},
+    {"SerialEmpty",
+     Make<CCameraSerialNumberCondition>(),
+     {{L"Meta.CameraSerialNumber", Variant::String(L"")}},
+     S_FALSE},
+    {"SerialZeroWithBlankIsValid", Make<CCameraSerialNumberCondition>(),
+     One(kSerial, V::String(L"0 0")), S_OK},
+};
 
 class FlagConditionTest : public ::testing::TestWithParam<FlagCase> {};
 
@@ -48,94 +92,19 @@ TEST_P(FlagConditionTest, AnswersAndInvertsWithTheSense) {
   EXPECT_EQ(condition->Evaluate(record.Get()), inverted);
 }
 
-const FlagCase kFlagCases[] = {
-    {"CopiedTrue", Make<CCopiedCondition>(), {{L"Misc.CopiedFlag", Variant::Bool(true)}}, S_OK},
-    {"CopiedFalse",
-     Make<CCopiedCondition>(),
-     {{L"Misc.CopiedFlag", Variant::Bool(false)}},
-     S_FALSE},
-    {"CopiedMissingKeyFailsWithTheReadCode", Make<CCopiedCondition>(), {}, E_FAIL},
-    {"CopiedTextThatIsNoNumberFailsCoercion",
-     Make<CCopiedCondition>(),
-     {{L"Misc.CopiedFlag", Variant::String(L"yes please")}},
-     DISP_E_TYPEMISMATCH},
-    {"MarkedForDeletion",
-     Make<CMarkedForDeletionCondition>(),
-     {{L"Misc.MarkedForDeletionFlag", Variant::Bool(true)}},
-     S_OK},
-    {"MarkedForPublishingUnset",
-     Make<CMarkedForPublishingCondition>(),
-     {{L"Misc.MarkedForPublishingFlag", Variant::Bool(false)}},
-     S_FALSE},
-    {"BWPreview",
-     Make<CBWPreviewCondition>(),
-     {{L"Misc.BWPreviewFlag", Variant::Bool(true)}},
-     S_OK},
-    {"BookmarkIndexZeroIsABookmark",
-     Make<CBookmarkedCondition>(),
-     {{L"Misc.QuickBookmarkIndex", Variant::UI2(0)}},
-     S_OK},
-    {"BookmarkIndex65535IsNone",
-     Make<CBookmarkedCondition>(),
-     {{L"Misc.QuickBookmarkIndex", Variant::UI2(65535)}},
-     S_FALSE},
-    {"BookmarkIndex9",
-     Make<CBookmarkedCondition>(),
-     {{L"Misc.QuickBookmarkIndex", Variant::UI2(9)}},
-     S_OK},
-    {"PortraitTallImage",
-     Make<CPortraitCondition>(),
-     {{L"Image.NativeWidth", Variant::UI4(3000)}, {L"Image.NativeHeight", Variant::UI4(4000)}},
-     S_OK},
-    {"SquareIsNotPortrait",
-     Make<CPortraitCondition>(),
-     {{L"Image.NativeWidth", Variant::UI4(3000)}, {L"Image.NativeHeight", Variant::UI4(3000)}},
-     S_FALSE},
-    {"PortraitWidthTooLargeForI4",
-     Make<CPortraitCondition>(),
-     {{L"Image.NativeWidth", Variant::UI4(3000000000u)}, {L"Image.NativeHeight", Variant::UI4(1)}},
-     DISP_E_OVERFLOW},
-    {"SerialValid",
-     Make<CCameraSerialNumberCondition>(),
-     {{L"Meta.CameraSerialNumber", Variant::String(L"0231A45")}},
-     S_OK},
-    {"SerialZerosOnly",
-     Make<CCameraSerialNumberCondition>(),
-     {{L"Meta.CameraSerialNumber", Variant::String(L"0000000")}},
-     S_FALSE},
-    {"SerialPunctuationOnly",
-     Make<CCameraSerialNumberCondition>(),
-     {{L"Meta.CameraSerialNumber", Variant::String(L"--- .")}},
-     S_FALSE},
-    {"SerialEmpty",
-     Make<CCameraSerialNumberCondition>(),
-     {{L"Meta.CameraSerialNumber", Variant::String(L"")}},
-     S_FALSE},
-    {"SerialZeroWithBlankIsValid",
-     Make<CCameraSerialNumberCondition>(),
-     {{L"Meta.CameraSerialNumber", Variant::String(L"0 0")}},
-     S_OK},
-};
-
 INSTANTIATE_TEST_SUITE_P(Cases, FlagConditionTest, ::testing::ValuesIn(kFlagCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+                         test::kCaseName);
 
-TEST(ConditionEvaluationTest, NullRecordIsInvalidArg) {
-  CCopiedCondition copied;
-  EXPECT_EQ(copied.Evaluate(nullptr), E_INVALIDARG);
-  CPortraitCondition portrait;
-  EXPECT_EQ(portrait.Evaluate(nullptr), E_INVALIDARG);
-}
-
-TEST(ConditionEvaluationTest, KeysFollowTheExceptionBit) {
+TEST(ConditionEvaluationTest, NullRecordAndKeys) {
+  EXPECT_EQ(CCopiedCondition().Evaluate(nullptr), E_INVALIDARG);
+  EXPECT_EQ(CPortraitCondition().Evaluate(nullptr), E_INVALIDARG);
   CBookmarkedCondition bookmarked;
   EXPECT_EQ(bookmarked.Key(), L"Condition.Bookmarked");
   bookmarked.SetException(true);
   EXPECT_EQ(bookmarked.Key(), L"Exception.Bookmarked");
   EXPECT_TRUE(bookmarked.IsKey(L"exception.BOOKMARKED"));
   EXPECT_EQ(bookmarked.UsageEventName(), L"Condition:Bookmarked");
-  CPortraitCondition portrait;
-  EXPECT_EQ(portrait.UsageEventName(), L"Condition:PortraitOrientation");
+  EXPECT_EQ(CPortraitCondition().UsageEventName(), L"Condition:PortraitOrientation");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // order of the aperture turned round.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 
 #include "condition_fixture.h"
@@ -23,103 +22,72 @@ int IndexOf(std::span<const ValueRow> table, std::wstring_view label) {
   return -1;
 }
 
-TEST(ValueTableTest, ShutterSpeedRowsAreTheSixtyOneStops) {
-  const auto table = ShutterSpeedTable();
-  ASSERT_EQ(table.size(), 61u);
-  EXPECT_EQ(table[0].label, L"60s");
-  EXPECT_EQ(table[0].value, 60.0);
-  EXPECT_EQ(table[18].label, L"1s");
-  EXPECT_EQ(table[18].value, 1.0);
-  EXPECT_EQ(table[19].label, L"1/1.3s");
-  EXPECT_DOUBLE_EQ(table[19].value, 1 / 1.3);
-  EXPECT_EQ(table[60].label, L"1/16000s");
-  EXPECT_DOUBLE_EQ(table[60].value, 0.0000625);
-  // Every row is the number its label states, and the exposures get shorter row by row.
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    std::wstring label(table[i].label);
-    label.pop_back();
+// Every row is the number its label states ("1/250s", "60s", "f/4"), in order.
+TEST(ValueTableTest, RowsAreTheNumbersTheirLabelsState) {
+  const auto shutter = ShutterSpeedTable();
+  ASSERT_EQ(shutter.size(), 61u);
+  EXPECT_EQ(shutter[0].label, L"60s");
+  EXPECT_EQ(shutter[60].label, L"1/16000s");
+  for (std::size_t i = 0; i < shutter.size(); ++i) {
+    std::wstring label(shutter[i].label.substr(0, shutter[i].label.size() - 1));
     const bool fraction = label.starts_with(L"1/");
     const double n = std::stod(fraction ? label.substr(2) : label);
-    EXPECT_DOUBLE_EQ(table[i].value, fraction ? 1 / n : n) << i;
-    if (i > 0) {
-      EXPECT_LT(table[i].value, table[i - 1].value) << i;
-    }
+    EXPECT_DOUBLE_EQ(shutter[i].value, fraction ? 1 / n : n) << i;
+    EXPECT_TRUE(i == 0 || shutter[i].value < shutter[i - 1].value) << i;
   }
-}
-
-TEST(ValueTableTest, ApertureRowsAreTheFiftyThreeStops) {
-  const auto table = ApertureTable();
-  ASSERT_EQ(table.size(), 53u);
-  EXPECT_EQ(table[0].label, L"f/0.7");
-  EXPECT_EQ(table[52].label, L"f/256");
-  EXPECT_EQ(IndexOf(table, L"f/4"), 19);
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    EXPECT_DOUBLE_EQ(table[i].value, std::stod(std::wstring(table[i].label.substr(2)))) << i;
-    if (i > 0) {
-      EXPECT_GT(table[i].value, table[i - 1].value) << i;
-    }
+  const auto aperture = ApertureTable();
+  ASSERT_EQ(aperture.size(), 53u);
+  EXPECT_EQ(aperture[0].label, L"f/0.7");
+  EXPECT_EQ(aperture[52].label, L"f/256");
+  EXPECT_EQ(IndexOf(aperture, L"f/4"), 19);
+  for (std::size_t i = 0; i < aperture.size(); ++i) {
+    EXPECT_DOUBLE_EQ(aperture[i].value, std::stod(std::wstring(aperture[i].label.substr(2)))) << i;
+    EXPECT_TRUE(i == 0 || aperture[i].value > aperture[i - 1].value) << i;
   }
-}
-
-TEST(ValueTableTest, UnknownRowIsZero) {
-  EXPECT_EQ(TableValue(ApertureTable(), 53), 0.0);
-  EXPECT_EQ(TableValue(ShutterSpeedTable(), -1), 0.0);
+  EXPECT_EQ(TableValue(aperture, 53), 0.0);
+  EXPECT_EQ(TableValue(shutter, -1), 0.0);
 }
 
 struct FloatingCase {
   const char* name;
+  bool aperture;
   CompareOp op;
   const wchar_t* row;
   float value;
   HRESULT expected;
 };
 
-class ApertureTest : public ::testing::TestWithParam<FloatingCase> {};
+const FloatingCase kFloatingCases[] = {
+    {"GreaterMeansWiderOpening", true, CompareOp::Greater, L"f/4", 2.8f, S_OK},
+    {"GreaterIsNotEqual", true, CompareOp::Greater, L"f/4", 4.0f, S_FALSE},
+    {"GreaterOrEqualAcceptsEqual", true, CompareOp::GreaterOrEqual, L"f/4", 4.0f, S_OK},
+    {"LessMeansSmallerOpening", true, CompareOp::Less, L"f/4", 5.6f, S_OK},
+    {"EqualWithinTolerance", true, CompareOp::Equal, L"f/5.6", 5.6f, S_OK},
+    {"EqualOutsideTolerance", true, CompareOp::Equal, L"f/5.6", 5.6001f, S_FALSE},
+    {"NotEqual", true, CompareOp::NotEqual, L"f/5.6", 5.0f, S_OK},
+    {"NotSetIsNoOperatorHere", true, CompareOp::NotSet, L"f/4", 4.0f, E_UNEXPECTED},
+    {"LongerExposureIsGreater", false, CompareOp::Greater, L"1/250s", 1 / 125.0f, S_OK},
+    {"SinglePrecisionStillEqual", false, CompareOp::Equal, L"1/1.3s", static_cast<float>(1 / 1.3),
+     S_OK},
+    {"ShortestRowEqual", false, CompareOp::Equal, L"1/16000s", 1 / 16000.0f, S_OK},
+    {"LessOrEqualOnEqual", false, CompareOp::LessOrEqual, L"1/60s", 1 / 60.0f, S_OK},
+    {"LessIsNotEqual", false, CompareOp::Less, L"1/60s", 1 / 60.0f, S_FALSE},
+};
 
-TEST_P(ApertureTest, ComparesTheOpening) {
+class FloatingTest : public ::testing::TestWithParam<FloatingCase> {};
+
+TEST_P(FloatingTest, Compares) {
   const FloatingCase& c = GetParam();
   CApertureCondition aperture;
-  aperture.SetComparison(c.op, static_cast<DWORD>(IndexOf(ApertureTable(), c.row)));
-  const auto record = MakeRecord({{L"Meta.FNumber", Variant::R4(c.value)}});
-  EXPECT_EQ(aperture.Evaluate(record.Get()), c.expected);
-}
-
-const FloatingCase kApertureCases[] = {
-    {"GreaterMeansWiderOpening", CompareOp::Greater, L"f/4", 2.8f, S_OK},
-    {"GreaterIsNotASmallerOpening", CompareOp::Greater, L"f/4", 5.6f, S_FALSE},
-    {"GreaterIsNotEqual", CompareOp::Greater, L"f/4", 4.0f, S_FALSE},
-    {"GreaterOrEqualAcceptsEqual", CompareOp::GreaterOrEqual, L"f/4", 4.0f, S_OK},
-    {"LessMeansSmallerOpening", CompareOp::Less, L"f/4", 5.6f, S_OK},
-    {"LessIsNotAWiderOpening", CompareOp::Less, L"f/4", 2.8f, S_FALSE},
-    {"LessOrEqualAcceptsEqual", CompareOp::LessOrEqual, L"f/4", 4.0f, S_OK},
-    {"EqualWithinTolerance", CompareOp::Equal, L"f/5.6", 5.6f, S_OK},
-    {"EqualOutsideTolerance", CompareOp::Equal, L"f/5.6", 5.6001f, S_FALSE},
-    {"NotEqual", CompareOp::NotEqual, L"f/5.6", 5.0f, S_OK},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, ApertureTest, ::testing::ValuesIn(kApertureCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-class ShutterSpeedTest : public ::testing::TestWithParam<FloatingCase> {};
-
-TEST_P(ShutterSpeedTest, ComparesTheExposureTime) {
-  const FloatingCase& c = GetParam();
   CShutterSpeedCondition shutter;
-  shutter.SetComparison(c.op, static_cast<DWORD>(IndexOf(ShutterSpeedTable(), c.row)));
-  const auto record = MakeRecord({{L"Meta.ExposureTime", Variant::R4(c.value)}});
-  EXPECT_EQ(shutter.Evaluate(record.Get()), c.expected);
+  CTableCondition& condition = c.aperture ? static_cast<CTableCondition&>(aperture) : shutter;
+  const auto row = IndexOf(c.aperture ? ApertureTable() : ShutterSpeedTable(), c.row);
+  condition.SetComparison(c.op, static_cast<DWORD>(row));
+  const wchar_t* key = c.aperture ? L"Meta.FNumber" : L"Meta.ExposureTime";
+  EXPECT_EQ(condition.Evaluate(MakeRecord({{key, Variant::R4(c.value)}}).Get()), c.expected);
 }
 
-const FloatingCase kShutterCases[] = {
-    {"LongerExposureIsGreater", CompareOp::Greater, L"1/250s", 1 / 125.0f, S_OK},
-    {"ShorterExposureIsNotGreater", CompareOp::Greater, L"1/250s", 1 / 500.0f, S_FALSE},
-    {"SinglePrecisionStillEqual", CompareOp::Equal, L"1/1.3s", static_cast<float>(1 / 1.3), S_OK},
-    {"ShortestRowEqual", CompareOp::Equal, L"1/16000s", 1 / 16000.0f, S_OK},
-    {"LessOrEqualOnEqual", CompareOp::LessOrEqual, L"1/60s", 1 / 60.0f, S_OK},
-    {"LessIsNotEqual", CompareOp::Less, L"1/60s", 1 / 60.0f, S_FALSE},
-    {"LongExposure", CompareOp::GreaterOrEqual, L"30s", 30.0f, S_OK},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, ShutterSpeedTest, ::testing::ValuesIn(kShutterCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, FloatingTest, ::testing::ValuesIn(kFloatingCases), test::kCaseName);
 
 TEST(TableConditionTest, RowOutsideTheTableComparesWithZeroAndIsInvalid) {
   CShutterSpeedCondition shutter;
@@ -129,16 +97,6 @@ TEST(TableConditionTest, RowOutsideTheTableComparesWithZeroAndIsInvalid) {
   std::wstring why;
   EXPECT_FALSE(shutter.IsValid(&why));
   EXPECT_NE(why.find(L"61"), std::wstring::npos);
-}
-
-TEST(TableConditionTest, NotSetIsNoOperatorHere) {
-  CApertureCondition aperture;
-  aperture.SetComparison(CompareOp::NotSet, 19);
-  EXPECT_EQ(aperture.Evaluate(MakeRecord({{L"Meta.FNumber", Variant::R4(4.0f)}}).Get()),
-            E_UNEXPECTED);
-}
-
-TEST(TableConditionTest, SentenceShowsTheRowLabel) {
   CApertureCondition aperture;
   aperture.SetComparison(CompareOp::Greater, 19);
   EXPECT_EQ(aperture.Description(), L"When the aperture is greater than f/4");

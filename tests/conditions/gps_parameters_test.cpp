@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "condition_fixture.h"
 #include "conditions/gps_altitude_condition.h"
 #include "conditions/gps_direction_condition.h"
 #include "conditions/gps_metadata_condition.h"
@@ -61,49 +62,42 @@ std::wstring NamedText(const CRuleElement& element) {
 
 // ---- binary layout: flags word, version byte 1, then the fields ----
 
+using Factory = std::function<std::unique_ptr<CRuleElement>()>;
+template <class T, class... F>
+Factory Make(F... configure) {
+  return test::Make<CRuleElement, T>(configure...);
+}
+
+CGpsPositionCondition::Parameters Place(GeoPlace target, double distance, std::uint16_t unit,
+                                        bool farther, bool pointing, std::int8_t tolerance) {
+  return {target, distance, unit, farther, pointing, tolerance};
+}
+
 struct LayoutCase {
   const char* name;
-  std::function<std::unique_ptr<CRuleElement>()> make;
+  Factory make;
   std::vector<std::uint8_t> expected;
 };
 
 std::vector<LayoutCase> LayoutCases() {
   return {
       {"Metadata",
-       [] {
-         auto c = std::make_unique<CGpsMetadataCondition>();
-         c->Set(true, 0x18);
-         return c;
-       },
+       Make<CGpsMetadataCondition>([](auto& c) { c.Set(true, 0x18); }),
        {0, 0, 0, 0, 1, 1, 0x18, 0}},
       {"AltitudeAsException",
-       [] {
-         auto c = std::make_unique<CGpsAltitudeCondition>();
-         c->Set(0x30000064, CGpsAltitudeCondition::kFeet);
-         c->SetException(true);
-         return c;
-       },
+       Make<CGpsAltitudeCondition>([](auto& c) {
+         c.Set(0x30000064, CGpsAltitudeCondition::kFeet);
+         c.SetException(true);
+       }),
        {0, 0, 0, 0x08, 1, 0x64, 0, 0, 0x30, 1, 0, 0, 0}},
       {"Direction",
-       [] {
-         auto c = std::make_unique<CGpsDirectionCondition>();
-         c->SetWord(CGpsDirectionCondition::Pack(270, 15, true));
-         return c;
-       },
+       Make<CGpsDirectionCondition>(
+           [](auto& c) { c.SetWord(CGpsDirectionCondition::Pack(270, 15, true)); }),
        {0, 0, 0, 0, 1, 0x0E, 0x01, 0x0F, 0x08}},
       {"Position",
-       [] {
-         auto c = std::make_unique<CGpsPositionCondition>();
-         CGpsPositionCondition::Parameters p;
-         p.target = {1.0, -2.0};
-         p.distance = 0.5;
-         p.unit = CGpsPositionCondition::kMiles;
-         p.fartherThan = true;
-         p.pointing = true;
-         p.tolerance = -3;
-         c->SetParameters(p);
-         return c;
-       },
+       Make<CGpsPositionCondition>([](auto& c) {
+         c.SetParameters(Place({1.0, -2.0}, 0.5, CGpsPositionCondition::kMiles, true, true, -3));
+       }),
        {0, 0, 0, 0, 1,                   //
         0, 0, 0, 0, 0,   0, 0xF0, 0x3F,  // 1.0
         0, 0, 0, 0, 0,   0, 0x00, 0xC0,  // -2.0
@@ -130,8 +124,7 @@ TEST_P(LayoutTest, SavesAndLoadsBack) {
   EXPECT_EQ(Saved(*fresh), bytes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Classes, LayoutTest, testing::ValuesIn(LayoutCases()),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Classes, LayoutTest, testing::ValuesIn(LayoutCases()), test::kCaseName);
 
 TEST(GpsStream, RefusesANewerVersion) {
   CGpsSpeedCondition speed;
@@ -145,15 +138,10 @@ TEST(GpsStream, RefusesANewerVersion) {
 
 struct NamedCase {
   const char* name;
-  std::function<std::unique_ptr<CRuleElement>()> make;
+  Factory make;
   std::vector<NamedParam> input;
   const wchar_t* saved;  // nullptr: loading must be refused
 };
-
-template <class T>
-std::function<std::unique_ptr<CRuleElement>()> Make() {
-  return [] { return std::make_unique<T>(); };
-}
 
 std::vector<NamedCase> NamedCases() {
   return {
@@ -221,34 +209,29 @@ TEST_P(NamedParameterTest, LoadsAndSaves) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, NamedParameterTest, testing::ValuesIn(NamedCases()),
-                         [](const auto& i) { return std::string(i.param.name); });
+                         test::kCaseName);
 
 // ---- validity and sentences ----
 
 struct SentenceCase {
   const char* name;
-  std::function<std::unique_ptr<CRuleElement>()> make;
+  Factory make;
   bool valid;
   const wchar_t* sentence;
 };
 
 std::vector<SentenceCase> SentenceCases() {
+  using P = CGpsPositionCondition;
   return {
       {"NewAltitudeHasNoOperator", Make<CGpsAltitudeCondition>(), false, nullptr},
-      {"Altitude",
-       [] {
-         auto c = std::make_unique<CGpsAltitudeCondition>();
-         c->Set(0x30000064, CGpsAltitudeCondition::kMetres);
-         return c;
-       },
+      {"Altitude", Make<CGpsAltitudeCondition>([](auto& c) {
+         c.Set(0x30000064, CGpsAltitudeCondition::kMetres);
+       }),
        true, L"When GPS altitude is less than 100 m"},
-      {"SpeedException",
-       [] {
-         auto c = std::make_unique<CGpsSpeedCondition>();
-         c->Set(0x1000003C, CGpsSpeedCondition::kMilesPerHour);
-         c->SetException(true);
-         return c;
-       },
+      {"SpeedException", Make<CGpsSpeedCondition>([](auto& c) {
+         c.Set(0x1000003C, CGpsSpeedCondition::kMilesPerHour);
+         c.SetException(true);
+       }),
        true, L"Except when GPS speed is equal to 60 mph"},
       {"SpeedUnknownUnitInvalid",
        [] {
@@ -259,19 +242,18 @@ std::vector<SentenceCase> SentenceCases() {
        false, nullptr},
       {"MetadataWithoutFieldsInvalid", Make<CGpsMetadataCondition>(), false, nullptr},
       {"MetadataHasNot",
-       [] {
-         auto c = std::make_unique<CGpsMetadataCondition>();
-         c->Set(false, LMKGPS_ALTITUDE | LMKGPS_SPEED);
-         return c;
-       },
+       Make<CGpsMetadataCondition>([](auto& c) { c.Set(false, LMKGPS_ALTITUDE | LMKGPS_SPEED); }),
        true, L"When the image has no GPS altitude nor speed"},
-      {"Direction",
-       [] {
-         auto c = std::make_unique<CGpsDirectionCondition>();
-         c->SetWord(CGpsDirectionCondition::Pack(90, 5, true));
-         return c;
-       },
+      {"Direction", Make<CGpsDirectionCondition>([](auto& c) {
+         c.SetWord(CGpsDirectionCondition::Pack(90, 5, true));
+       }),
        true, L"When the camera points at 90\u00B0 \u00B15\u00B0 (magnetic north reference)"},
+      {"Position", Make<P>([](auto& c) {
+         c.SetParameters(Place({48.8584, 2.2945}, 500, P::kMetres, false, false, 10));
+       }),
+       true,
+       L"When the picture was taken within 500 m of 48.8584, 2.2945, camera pointing in any "
+       L"direction"},
       {"DirectionBeyond360Invalid",
        [] {
          auto c = std::make_unique<CGpsDirectionCondition>();
@@ -279,28 +261,8 @@ std::vector<SentenceCase> SentenceCases() {
          return c;
        },
        false, nullptr},
-      {"Position",
-       [] {
-         auto c = std::make_unique<CGpsPositionCondition>();
-         CGpsPositionCondition::Parameters p;
-         p.target = {48.8584, 2.2945};
-         p.distance = 500;
-         p.unit = CGpsPositionCondition::kMetres;
-         c->SetParameters(p);
-         return c;
-       },
-       true,
-       L"When the picture was taken within 500 m of 48.8584, 2.2945, camera pointing in any "
-       L"direction"},
       {"PositionNegativeToleranceInvalid",
-       [] {
-         auto c = std::make_unique<CGpsPositionCondition>();
-         CGpsPositionCondition::Parameters p;
-         p.pointing = true;
-         p.tolerance = -1;
-         c->SetParameters(p);
-         return c;
-       },
+       Make<P>([](auto& c) { c.SetParameters(Place({}, 1, P::kKilometres, false, true, -1)); }),
        false, nullptr},
   };
 }
@@ -319,7 +281,7 @@ TEST_P(SentenceTest, ValidityAndDescription) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Classes, SentenceTest, testing::ValuesIn(SentenceCases()),
-                         [](const auto& i) { return std::string(i.param.name); });
+                         test::kCaseName);
 
 }  // namespace
 }  // namespace lmk

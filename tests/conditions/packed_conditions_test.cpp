@@ -2,8 +2,6 @@
 // dimension, focal length and megapixels.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <string>
 
 #include "condition_fixture.h"
@@ -18,48 +16,36 @@
 namespace lmk {
 namespace {
 
-using test::MakeRecord;
+using test::kCaseName;
+using Factory = std::function<std::unique_ptr<CPackedCondition>()>;
+template <class T>
+Factory Make() {
+  return test::Make<CPackedCondition, T>();
+}
 
 constexpr DWORD Word(CompareOp op, DWORD operand) { return PackComparison(op, operand); }
-constexpr CompareOp kEq = CompareOp::Equal;
-constexpr CompareOp kNe = CompareOp::NotEqual;
-constexpr CompareOp kLt = CompareOp::Less;
-constexpr CompareOp kLe = CompareOp::LessOrEqual;
-constexpr CompareOp kGt = CompareOp::Greater;
-constexpr CompareOp kGe = CompareOp::GreaterOrEqual;
-constexpr CompareOp kNotSet = CompareOp::NotSet;
+constexpr CompareOp kEq = CompareOp::Equal, kNe = CompareOp::NotEqual, kLt = CompareOp::Less,
+                    kLe = CompareOp::LessOrEqual, kGt = CompareOp::Greater,
+                    kGe = CompareOp::GreaterOrEqual, kNotSet = CompareOp::NotSet;
 
 struct PackedCase {
   const char* name;
-  std::function<std::unique_ptr<CPackedCondition>()> make;
+  Factory make;
   DWORD word;
   std::vector<test::RecordField> record;
   HRESULT expected;
 };
 
-template <class T>
-std::function<std::unique_ptr<CPackedCondition>()> Make() {
-  return [] { return std::make_unique<T>(); };
-}
-
-std::vector<test::RecordField> Rating(std::int16_t value) {
-  return {{L"Meta.XMP.Rating", Variant::I2(value)}};
+std::vector<test::RecordField> One(const wchar_t* key, Variant value) { return {{key, value}}; }
+std::vector<test::RecordField> Rating(std::int16_t v) {
+  return One(L"Meta.XMP.Rating", Variant::I2(v));
 }
 std::vector<test::RecordField> Size(std::uint32_t width, std::uint32_t height) {
   return {{L"Image.NativeWidth", Variant::UI4(width)},
           {L"Image.NativeHeight", Variant::UI4(height)}};
 }
 
-class PackedConditionTest : public ::testing::TestWithParam<PackedCase> {};
-
-TEST_P(PackedConditionTest, Answers) {
-  const PackedCase& c = GetParam();
-  auto condition = c.make();
-  condition->SetWord(c.word);
-  EXPECT_EQ(condition->Evaluate(MakeRecord(c.record).Get()), c.expected);
-}
-
-const PackedCase kRatingCases[] = {
+const PackedCase kPackedCases[] = {
     {"Equal", Make<CRatingCondition>(), Word(kEq, 3), Rating(3), S_OK},
     {"NotEqual", Make<CRatingCondition>(), Word(kNe, 3), Rating(3), S_FALSE},
     {"GreaterOrEqual", Make<CRatingCondition>(), Word(kGe, 4), Rating(5), S_OK},
@@ -77,72 +63,34 @@ const PackedCase kRatingCases[] = {
     {"CodeZeroIsUnexpected", Make<CRatingCondition>(), 0x00000003, Rating(3), E_UNEXPECTED},
     {"CodeSevenIsUnexpected", Make<CRatingCondition>(), 0x70000003, Rating(3), E_UNEXPECTED},
     {"MissingRatingFails", Make<CRatingCondition>(), Word(kEq, 3), {}, E_FAIL},
-};
-INSTANTIATE_TEST_SUITE_P(Rating, PackedConditionTest, ::testing::ValuesIn(kRatingCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-const PackedCase kLabelAndUrgencyCases[] = {
-    {"LabelEqual",
-     Make<CLabelCondition>(),
-     Word(kEq, 2),
-     {{L"Meta.XMP.Label", Variant::I2(2)}},
+    {"LabelEqual", Make<CLabelCondition>(), Word(kEq, 2), One(L"Meta.XMP.Label", Variant::I2(2)),
      S_OK},
     {"LabelNotSetAllOnes",
      Make<CLabelCondition>(),
      Word(kNotSet, 0),
      {{L"Meta.XMP.Label", Variant::I2(-1)}},
      S_OK},
-    {"LabelNotSetZeroIsALabel",
-     Make<CLabelCondition>(),
-     Word(kNotSet, 0),
-     {{L"Meta.XMP.Label", Variant::I2(0)}},
-     S_FALSE},
-    {"LabelCodeZero",
-     Make<CLabelCondition>(),
-     2,
-     {{L"Meta.XMP.Label", Variant::I2(2)}},
+    {"LabelNotSetZeroIsALabel", Make<CLabelCondition>(), Word(kNotSet, 0),
+     One(L"Meta.XMP.Label", Variant::I2(0)), S_FALSE},
+    {"LabelCodeZero", Make<CLabelCondition>(), 2, One(L"Meta.XMP.Label", Variant::I2(2)),
      E_UNEXPECTED},
-    {"UrgencyLess",
-     Make<CUrgencyCondition>(),
-     Word(kLt, 3),
-     {{L"Meta.Photoshop.Urgency", Variant::I2(1)}},
-     S_OK},
+    {"UrgencyLess", Make<CUrgencyCondition>(), Word(kLt, 3),
+     One(L"Meta.Photoshop.Urgency", Variant::I2(1)), S_OK},
     {"UrgencyNotSet",
      Make<CUrgencyCondition>(),
      Word(kNotSet, 0),
      {{L"Meta.Photoshop.Urgency", Variant::I2(-1)}},
      S_OK},
-};
-INSTANTIATE_TEST_SUITE_P(LabelAndUrgency, PackedConditionTest,
-                         ::testing::ValuesIn(kLabelAndUrgencyCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-const PackedCase kCameraCases[] = {
-    {"IsoAtLeast",
-     Make<CISOSpeedCondition>(),
-     Word(kGe, 800),
-     {{L"Meta.ISOSpeed", Variant::UI4(800)}},
-     S_OK},
-    {"IsoTooLargeOverflows",
-     Make<CISOSpeedCondition>(),
-     Word(kGe, 800),
-     {{L"Meta.ISOSpeed", Variant::UI4(3000000000u)}},
-     DISP_E_OVERFLOW},
-    {"IsoNotSetIsNoOperatorHere",
-     Make<CISOSpeedCondition>(),
-     Word(kNotSet, 0),
-     {{L"Meta.ISOSpeed", Variant::UI4(0)}},
-     E_UNEXPECTED},
-    {"FocalLengthRoundsToWholeMillimetres",
-     Make<CFocalLengthCondition>(),
-     Word(kEq, 50),
-     {{L"Meta.FocalLength", Variant::R4(49.6f)}},
-     S_OK},
-    {"FocalLengthHalfRoundsToEven",
-     Make<CFocalLengthCondition>(),
-     Word(kEq, 50),
-     {{L"Meta.FocalLength", Variant::R4(50.5f)}},
-     S_OK},
+    {"IsoAtLeast", Make<CISOSpeedCondition>(), Word(kGe, 800),
+     One(L"Meta.ISOSpeed", Variant::UI4(800)), S_OK},
+    {"IsoTooLargeOverflows", Make<CISOSpeedCondition>(), Word(kGe, 800),
+     One(L"Meta.ISOSpeed", Variant::UI4(3000000000u)), DISP_E_OVERFLOW},
+    {"IsoNotSetIsNoOperatorHere", Make<CISOSpeedCondition>(), Word(kNotSet, 0),
+     One(L"Meta.ISOSpeed", Variant::UI4(0)), E_UNEXPECTED},
+    {"FocalLengthRoundsToWholeMillimetres", Make<CFocalLengthCondition>(), Word(kEq, 50),
+     One(L"Meta.FocalLength", Variant::R4(49.6f)), S_OK},
+    {"FocalLengthHalfRoundsToEven", Make<CFocalLengthCondition>(), Word(kEq, 50),
+     One(L"Meta.FocalLength", Variant::R4(50.5f)), S_OK},
     {"FocalLengthGreater",
      Make<CFocalLengthCondition>(),
      Word(kGt, 50),
@@ -152,66 +100,56 @@ const PackedCase kCameraCases[] = {
      Size(3000, 4000), S_OK},
     {"DimensionLongerSideBelow", Make<CImageDimensionCondition>(), Word(kGt, 4000),
      Size(4000, 3000), S_FALSE},
-};
-INSTANTIATE_TEST_SUITE_P(Camera, PackedConditionTest, ::testing::ValuesIn(kCameraCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-const PackedCase kMegapixelCases[] = {
     {"TwelveMegapixelsAre114Tenths", Make<CImageMegapixelsCondition>(), Word(kEq, 114),
      Size(4000, 3000), S_OK},
-    {"NotRounded", Make<CImageMegapixelsCondition>(), Word(kEq, 115), Size(4000, 3000), S_FALSE},
-    {"Small", Make<CImageMegapixelsCondition>(), Word(kLt, 10), Size(640, 480), S_OK},
-};
-INSTANTIATE_TEST_SUITE_P(Megapixels, PackedConditionTest, ::testing::ValuesIn(kMegapixelCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-struct TenthsCase {
-  const char* name;
-  std::int32_t width;
-  std::int32_t height;
-  std::int32_t tenths;
+    {"MegapixelsSmall", Make<CImageMegapixelsCondition>(), Word(kLt, 10), Size(640, 480), S_OK},
+    {"MegapixelsNotRounded", Make<CImageMegapixelsCondition>(), Word(kEq, 115), Size(4000, 3000),
+     S_FALSE},
 };
 
-class MegapixelArithmeticTest : public ::testing::TestWithParam<TenthsCase> {};
+class PackedConditionTest : public ::testing::TestWithParam<PackedCase> {};
 
-TEST_P(MegapixelArithmeticTest, SinglePrecisionTruncated) {
-  const TenthsCase& c = GetParam();
-  EXPECT_EQ(CImageMegapixelsCondition::TenthsOfMegapixels(c.width, c.height), c.tenths);
+TEST_P(PackedConditionTest, Answers) {
+  const PackedCase& c = GetParam();
+  auto condition = c.make();
+  condition->SetWord(c.word);
+  EXPECT_EQ(condition->Evaluate(test::MakeRecord(c.record).Get()), c.expected);
 }
 
-const TenthsCase kTenthsCases[] = {
-    {"FourThousandByThreeThousand", 4000, 3000, 114},
-    {"ExactlyOneMebipixel", 1024, 1024, 10},
-    {"JustBelowOneMebipixel", 1024, 1023, 9},
-    {"Empty", 0, 0, 0},
-    // 60000 × 60000 wraps as a signed 32-bit product: 3,600,000,000 − 2^32 = −694,967,296;
-    // divided by 1024 (towards zero) gives −678,678, times 0.009765625 in single precision
-    // −6627.715, truncated.
-    {"ProductWrapsNegative", 60000, 60000, -6627},
-    // Just below the wrap: 2,147,395,600 pixels.
-    {"LargeButNotWrapping", 46340, 46340, 20479},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, MegapixelArithmeticTest, ::testing::ValuesIn(kTenthsCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, PackedConditionTest, ::testing::ValuesIn(kPackedCases), kCaseName);
 
-TEST(PackedConditionValidityTest, RefusesWordsWithoutAnOperator) {
+TEST(MegapixelArithmeticTest, SinglePrecisionTruncated) {
+  // width, height, tenths of megapixels
+  const std::int32_t cases[][3] = {
+      {4000, 3000, 114},
+      {1024, 1024, 10},
+      {1024, 1023, 9},
+      {0, 0, 0},
+      // 60000 × 60000 wraps as a signed 32-bit product: 3,600,000,000 − 2^32 = −694,967,296;
+      // divided by 1024 (towards zero) gives −678,678, times 0.009765625 in single precision
+      // −6627.715, truncated.
+      {60000, 60000, -6627},
+      // Just below the wrap: 2,147,395,600 pixels.
+      {46340, 46340, 20479}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(CImageMegapixelsCondition::TenthsOfMegapixels(c[0], c[1]), c[2])
+        << c[0] << "x" << c[1];
+  }
+}
+
+TEST(PackedConditionTest, ValidityAndSentences) {
   CRatingCondition rating;
   rating.SetWord(4);
   std::wstring why;
   EXPECT_FALSE(rating.IsValid(&why));
   EXPECT_FALSE(why.empty());
-  rating.SetComparison(CompareOp::NotSet, 0);
-  EXPECT_TRUE(rating.IsValid(nullptr));
   CISOSpeedCondition iso;
   iso.SetComparison(CompareOp::NotSet, 0);
   EXPECT_FALSE(iso.IsValid(nullptr));
-}
-
-TEST(PackedConditionSentenceTest, NamesOperatorAndOperand) {
-  CRatingCondition rating;
   rating.SetComparison(CompareOp::GreaterOrEqual, 4);
   EXPECT_EQ(rating.Description(), L"When the XMP rating is greater than or equal to 4");
   rating.SetComparison(CompareOp::NotSet, 0);
+  EXPECT_TRUE(rating.IsValid(nullptr));
   rating.SetException(true);
   EXPECT_EQ(rating.Description(), L"Except when the XMP rating is not set");
   CImageMegapixelsCondition megapixels;

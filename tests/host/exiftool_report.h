@@ -9,8 +9,8 @@
 
 namespace lmk::test {
 
-/// exiftool's JSON report with numeric values (-j -n -G1): keys such as "IFD0:Make" map to
-/// their text; numbers keep exiftool's spelling; arrays are joined with "; ".
+/// exiftool's report with numeric values (-n -G1, every tag): keys such as "IFD0:Make" map to
+/// their text; numbers keep exiftool's spelling; lists are joined with "; ".
 using ExifToolReport = std::map<std::string, std::string>;
 
 /// True when an exiftool command is on the PATH.

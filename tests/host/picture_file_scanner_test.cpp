@@ -1,43 +1,53 @@
-// Tests of the host's list of pictures: which files a scan takes, in which order, and the
-// folder the list stands for.
+// The host's list of pictures: which files a scan takes, in which order, and the folder the list
+// stands for.
 #include "host/picture_file_scanner.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/text_encoding.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
 namespace {
 
-void Touch(const std::filesystem::path& path) {
-  std::filesystem::create_directories(path.parent_path());
-  std::ofstream(path) << "x";
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream in(text);
+  return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
-// The listed files relative to root, as '/'-separated text.
-std::vector<std::string> Relative(const std::vector<std::wstring>& files,
-                                  const std::filesystem::path& root) {
-  std::vector<std::string> out;
-  const std::string prefix = root.string() + "/";
-  for (const std::wstring& file : files) {
-    std::string text = ToUtf8(file);
-    if (text.starts_with(prefix)) text.erase(0, prefix.size());
-    out.push_back(text);
-  }
-  return out;
-}
-
+// Lists of files are separated by blanks; inputs are relative to the folder, "." is the folder.
 struct ScanCase {
   const char* name;
-  std::vector<std::string> tree;    // files to create
-  std::vector<std::string> inputs;  // relative to the root; "." is the root
+  const char *tree, *inputs;
   bool recursive;
-  std::vector<std::string> expected;
+  const char* expected;
+};
+
+// Every picture extension, any case, raw formats too.
+constexpr const char* kPictures =
+    "a.jpg b.JPEG c.Png d.tif e.heic f.avif g.jxl h.webp i.gif j.bmp k.CR2 l.cr3 m.NEF n.nrw o.ARW "
+    "p.sr2 q.RAF r.orf s.RW2 t.pef u.DNG v.srw w.x3f x.3fr y.iiq z.erf za.mrw zb.kdc zc.dcr zd.mos";
+
+const ScanCase kScanCases[] = {
+    {"PictureExtensions", kPictures, ".", false, kPictures},
+    {"SidecarsAndOtherFilesAreNotPictures", "a.jpg a.xmp notes.txt movie.mp4 noextension jpg", ".",
+     false, "a.jpg"},
+    {"HiddenFilesAndFoldersSkipped", ".hidden.jpg shown.jpg .cache/x.jpg sub/.y.jpg sub/z.jpg", ".",
+     true, "shown.jpg sub/z.jpg"},
+    {"SubfoldersOnlyWhenRecursive", "top.jpg sub/inner.jpg", ".", false, "top.jpg"},
+    {"RecursionTakesEveryLevel", "top.jpg sub/inner.jpg sub/deeper/deep.jpg", ".", true,
+     "sub/deeper/deep.jpg sub/inner.jpg top.jpg"},
+    {"SortedByPathNotByInputOrder", "b/2.jpg a/1.jpg c.jpg", "c.jpg b a", false,
+     "a/1.jpg b/2.jpg c.jpg"},
+    {"DuplicatesListedOnce", "a.jpg b.jpg", ". a.jpg ./a.jpg", false, "a.jpg b.jpg"},
+    {"NamedFileTakenWhateverItsExtension", "scan.pdf a.jpg", "scan.pdf", false, "scan.pdf"},
+    {"EmptyFolderGivesEmptyList", "", ".", true, ""},
 };
 
 class PictureScanTest : public ::testing::TestWithParam<ScanCase> {};
@@ -45,77 +55,30 @@ class PictureScanTest : public ::testing::TestWithParam<ScanCase> {};
 TEST_P(PictureScanTest, ListsThePicturesSortedByPath) {
   const ScanCase& c = GetParam();
   test::ScopedTempDir dir;
-  for (const std::string& file : c.tree) Touch(dir / file);
-  std::vector<std::wstring> inputs;
-  for (const std::string& input : c.inputs) {
+  for (const std::string& file : Words(c.tree)) {
+    std::filesystem::create_directories((dir / file).parent_path());
+    test::WriteBytes(dir / file, "x");
+  }
+  std::vector<std::wstring> inputs, files;
+  for (const std::string& input : Words(c.inputs)) {
     inputs.push_back(FromUtf8((input == "." ? dir.path() : dir / input).string()));
   }
+  std::wstring error;
   PictureScanOptions options;
   options.recursive = c.recursive;
-  std::vector<std::wstring> files;
-  std::wstring error;
   ASSERT_EQ(CPictureFileScanner(options).Scan(inputs, &files, &error), S_OK) << ToUtf8(error);
-  EXPECT_EQ(Relative(files, dir.path()), c.expected);
+  std::vector<std::string> relative;
+  for (const std::wstring& file : files) {
+    relative.push_back(std::filesystem::path(ToUtf8(file)).lexically_relative(dir.path()));
+  }
+  EXPECT_EQ(relative, Words(c.expected));
 }
-
-const ScanCase kScanCases[] = {
-    {"PictureExtensionsAnyCase",
-     {"a.jpg", "b.JPEG", "c.Png", "d.tif", "e.heic", "f.avif", "g.jxl", "h.webp", "i.gif", "j.bmp"},
-     {"."},
-     false,
-     {"a.jpg", "b.JPEG", "c.Png", "d.tif", "e.heic", "f.avif", "g.jxl", "h.webp", "i.gif",
-      "j.bmp"}},
-    {"RawFormats",
-     {"a.CR2", "b.cr3", "c.NEF", "d.nrw", "e.ARW", "f.sr2", "g.RAF", "h.orf", "i.RW2", "j.pef",
-      "k.DNG", "l.srw", "m.x3f", "n.3fr", "o.iiq", "p.erf", "q.mrw", "r.kdc", "s.dcr", "t.mos"},
-     {"."},
-     false,
-     {"a.CR2", "b.cr3", "c.NEF", "d.nrw", "e.ARW", "f.sr2", "g.RAF", "h.orf", "i.RW2", "j.pef",
-      "k.DNG", "l.srw", "m.x3f", "n.3fr", "o.iiq", "p.erf", "q.mrw", "r.kdc", "s.dcr", "t.mos"}},
-    {"SidecarsAndOtherFilesAreNotPictures",
-     {"a.jpg", "a.xmp", "notes.txt", "movie.mp4", "noextension", "jpg"},
-     {"."},
-     false,
-     {"a.jpg"}},
-    {"HiddenFilesAndFoldersSkipped",
-     {".hidden.jpg", "shown.jpg", ".cache/x.jpg", "sub/.y.jpg", "sub/z.jpg"},
-     {"."},
-     true,
-     {"shown.jpg", "sub/z.jpg"}},
-    {"SubfoldersOnlyWhenRecursive",
-     {"top.jpg", "sub/inner.jpg", "sub/deeper/deep.jpg"},
-     {"."},
-     false,
-     {"top.jpg"}},
-    {"RecursionTakesEveryLevel",
-     {"top.jpg", "sub/inner.jpg", "sub/deeper/deep.jpg"},
-     {"."},
-     true,
-     {"sub/deeper/deep.jpg", "sub/inner.jpg", "top.jpg"}},
-    {"SortedByPathNotByInputOrder",
-     {"b/2.jpg", "a/1.jpg", "c.jpg"},
-     {"c.jpg", "b", "a"},
-     false,
-     {"a/1.jpg", "b/2.jpg", "c.jpg"}},
-    {"DuplicatesListedOnce",
-     {"a.jpg", "b.jpg"},
-     {".", "a.jpg", "./a.jpg"},
-     false,
-     {"a.jpg", "b.jpg"}},
-    {"NamedFileTakenWhateverItsExtension",
-     {"scan.pdf", "a.jpg"},
-     {"scan.pdf"},
-     false,
-     {"scan.pdf"}},
-    {"EmptyFolderGivesEmptyList", {}, {"."}, true, {}},
-};
 
 INSTANTIATE_TEST_SUITE_P(Scan, PictureScanTest, ::testing::ValuesIn(kScanCases),
                          [](const auto& info) { return info.param.name; });
 
 TEST(PictureScanErrorTest, MissingPathIsNamed) {
   test::ScopedTempDir dir;
-  Touch(dir / "a.jpg");
   const std::vector<std::wstring> inputs = {FromUtf8(dir.path().string()),
                                             FromUtf8((dir / "gone").string())};
   std::vector<std::wstring> files;
@@ -125,30 +88,18 @@ TEST(PictureScanErrorTest, MissingPathIsNamed) {
   EXPECT_NE(error.find(L"gone"), std::wstring::npos) << ToUtf8(error);
 }
 
-struct CommonCase {
-  const char* name;
-  std::vector<std::wstring> files;
-  std::wstring expected;
-};
-
-class CommonFolderTest : public ::testing::TestWithParam<CommonCase> {};
-
-TEST_P(CommonFolderTest, IsTheDeepestFolderHoldingEveryFile) {
-  EXPECT_EQ(CPictureFileScanner::CommonFolder(GetParam().files), GetParam().expected);
+TEST(PictureScanTest, CommonFolderIsTheDeepestFolderHoldingEveryFile) {
+  const std::pair<std::vector<std::wstring>, std::wstring> cases[] = {
+      {{L"/p/a/x.jpg"}, L"/p/a"},
+      {{L"/p/a/x.jpg", L"/p/a/b/y.jpg"}, L"/p/a"},
+      {{L"/p/a/x.jpg", L"/p/b/y.jpg"}, L"/p"},
+      {{L"/p/ab/x.jpg", L"/p/abc/y.jpg"}, L"/p"},  // whole names only
+      {{L"/a/x.jpg", L"/b/y.jpg"}, L"/"},
+      {{}, L""}};
+  for (const auto& [files, folder] : cases) {
+    EXPECT_EQ(CPictureFileScanner::CommonFolder(files), folder) << ToUtf8(folder);
+  }
 }
-
-const CommonCase kCommonCases[] = {
-    {"OneFile", {L"/p/a/x.jpg"}, L"/p/a"},
-    {"SameFolder", {L"/p/a/x.jpg", L"/p/a/y.jpg"}, L"/p/a"},
-    {"Subfolder", {L"/p/a/x.jpg", L"/p/a/b/y.jpg"}, L"/p/a"},
-    {"Siblings", {L"/p/a/x.jpg", L"/p/b/y.jpg"}, L"/p"},
-    {"WholeNamesOnly", {L"/p/ab/x.jpg", L"/p/abc/y.jpg"}, L"/p"},
-    {"OnlyTheRootInCommon", {L"/a/x.jpg", L"/b/y.jpg"}, L"/"},
-    {"None", {}, L""},
-};
-
-INSTANTIATE_TEST_SUITE_P(Common, CommonFolderTest, ::testing::ValuesIn(kCommonCases),
-                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk

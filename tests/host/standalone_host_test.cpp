@@ -28,17 +28,13 @@ std::vector<std::wstring> MakeFiles(const test::ScopedTempDir& dir, int count) {
   return files;
 }
 
-ULONG IndexOf(ILumarkoImage* image) {
+const LMKIMAGERECORD& RecordOf(ILumarkoImage* image) {
   const LMKIMAGERECORD* record = nullptr;
   EXPECT_EQ(image->GetRecord(&record), S_OK);
-  return record->index;
+  return *record;
 }
-
-std::wstring PathOf(ILumarkoImage* image) {
-  const LMKIMAGERECORD* record = nullptr;
-  EXPECT_EQ(image->GetRecord(&record), S_OK);
-  return record->fullPath;
-}
+ULONG IndexOf(ILumarkoImage* image) { return RecordOf(image).index; }
+std::wstring PathOf(ILumarkoImage* image) { return RecordOf(image).fullPath; }
 
 enum class Start { kFirst, kCurrent, kAt };
 
@@ -58,8 +54,7 @@ TEST_P(HostRangeTest, EachImageOfTheRangeExactlyOnce) {
   const RangeCase& c = GetParam();
   test::ScopedTempDir dir;
   const std::vector<std::wstring> files = MakeFiles(dir, c.files);
-  const ComPtr<CStandaloneHost> host =
-      MakeComObject<CStandaloneHost>(files, FromUtf8(dir.path().string()));
+  const auto host = MakeComObject<CStandaloneHost>(files, FromUtf8(dir.path().string()));
 
   ComPtr<ILumarkoImage> first;
   switch (c.start) {
@@ -111,27 +106,20 @@ TEST_P(HostRangeTest, EachImageOfTheRangeExactlyOnce) {
 const RangeCase kRangeCases[] = {
     {"FirstImageEightThreads", 300, Start::kFirst, 0, 8},
     {"CurrentImageEightThreads", 300, Start::kCurrent, 120, 8},
-    {"ImageAtEightThreads", 300, Start::kAt, 299, 8},
     {"OneImageList", 1, Start::kFirst, 0, 8},
-    {"SingleWorker", 50, Start::kFirst, 0, 1},
+    {"ImageAtSingleWorker", 50, Start::kAt, 49, 1},
 };
 
 INSTANTIATE_TEST_SUITE_P(Range, HostRangeTest, ::testing::ValuesIn(kRangeCases),
                          [](const auto& info) { return info.param.name; });
 
-TEST(HostListTest, EmptyListHasNoCurrentImage) {
-  const ComPtr<CStandaloneHost> host =
-      MakeComObject<CStandaloneHost>(std::vector<std::wstring>{}, L"");
+TEST(HostListTest, EmptyListHasNoCurrentImageAndUnlistedFilesAreRefused) {
+  const auto host = MakeComObject<CStandaloneHost>(std::vector<std::wstring>{}, L"");
   ULONG index = 0;
   EXPECT_EQ(host->GetCurrentIndex(&index), E_FAIL);
   ComPtr<ILumarkoImage> image;
   EXPECT_EQ(host->GetFirstImage(&image), E_FAIL);
   EXPECT_EQ(host->GetImageAt(0, &image), E_INVALIDARG);
-}
-
-TEST(HostListTest, SetCurrentFileRefusesAFileNotListed) {
-  test::ScopedTempDir dir;
-  const ComPtr<CStandaloneHost> host = MakeComObject<CStandaloneHost>(MakeFiles(dir, 3), L"");
   EXPECT_EQ(host->SetCurrentFile(L"/nowhere/x.jpg"), HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
 }
 
@@ -148,7 +136,7 @@ TEST_P(HostRenameTest, ListFollowsTheRename) {
   const RenameCase& c = GetParam();
   test::ScopedTempDir dir;
   const std::vector<std::wstring> files = MakeFiles(dir, 3);
-  const ComPtr<CStandaloneHost> host = MakeComObject<CStandaloneHost>(files, L"");
+  const auto host = MakeComObject<CStandaloneHost>(files, L"");
   const std::wstring newPath = FromUtf8((dir / "renamed.jpg").string());
   const ULONGLONG cookie = c.known ? 2 : 99;  // the file at index 1
   const std::wstring oldPath = c.known ? files[1] : L"/elsewhere/x.jpg";
@@ -170,9 +158,7 @@ TEST_P(HostRenameTest, ListFollowsTheRename) {
 
 const RenameCase kRenameCases[] = {
     {"ByCookie", true, true, S_OK},
-    {"ByOldPath", false, true, S_OK},
     {"UnknownCookie", true, false, S_FALSE},
-    {"UnknownPath", false, false, S_FALSE},
 };
 
 INSTANTIATE_TEST_SUITE_P(Rename, HostRenameTest, ::testing::ValuesIn(kRenameCases),
@@ -181,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(Rename, HostRenameTest, ::testing::ValuesIn(kRenameCase
 TEST(HostListTest, DeletedFileLeavesTheListButKeepsPositions) {
   test::ScopedTempDir dir;
   const std::vector<std::wstring> files = MakeFiles(dir, 3);
-  const ComPtr<CStandaloneHost> host = MakeComObject<CStandaloneHost>(files, L"");
+  const auto host = MakeComObject<CStandaloneHost>(files, L"");
   EXPECT_EQ(host->OnFileDeleted(0, files[0].c_str()), S_OK);
   EXPECT_EQ(host->OnFileDeleted(0, files[0].c_str()), S_FALSE);
   EXPECT_EQ(host->OnFileRenamed(0, nullptr, L"/x"), E_INVALIDARG);
@@ -206,7 +192,7 @@ class HostRecordTest : public ::testing::TestWithParam<SampleCase> {};
 TEST_P(HostRecordTest, RecordCarriesFileFactsAndMetadata) {
   const SampleCase& c = GetParam();
   const std::wstring path = FromUtf8(std::string(LMK_SAMPLES_DIR) + "/" + c.file);
-  const ComPtr<CStandaloneHost> host =
+  const auto host =
       MakeComObject<CStandaloneHost>(std::vector<std::wstring>{path}, FromUtf8(LMK_SAMPLES_DIR));
   std::wstring problem;
   const ComPtr<CImageRecord> image = host->BuildRecord(path, 0, &problem);
@@ -229,7 +215,6 @@ TEST_P(HostRecordTest, RecordCarriesFileFactsAndMetadata) {
 const SampleCase kSampleCases[] = {
     {"GpsPosition", "street_2023.jpg", LMKGPS_POSITION, 5, true},
     {"SouthernHemisphere", "harbour_2023.jpg", LMKGPS_POSITION, 3, true},
-    {"NoGps", "night_2024.jpg", 0, 1, true},
     {"SidecarRatingWins", "sidecar_2025.jpg", 0, 4, true},
     {"Rejected", "rejected_2025.jpg", 0, -1, true},
     {"UnparseableKeepsFileFacts", "truncated.jpg", 0, 0, false},

@@ -55,12 +55,6 @@ const ErrnoCase kErrnoCases[] = {
 INSTANTIATE_TEST_SUITE_P(Table, ErrnoMapTest, ::testing::ValuesIn(kErrnoCases),
                          [](const auto& i) { return i.param.name; });
 
-TEST(ErrnoMapTest, WellKnownHresultsAreTheSdkOnes) {
-  EXPECT_EQ(HresultFromErrno(EACCES), E_ACCESSDENIED);
-  EXPECT_EQ(HresultFromErrno(ENOMEM), E_OUTOFMEMORY);
-  EXPECT_EQ(HresultFromErrno(EEXIST), static_cast<HRESULT>(0x80070050));
-}
-
 TEST(ErrnoMapTest, DescriptionNamesTheContextAndTheReason) {
   TakeErrorDescription();
   EXPECT_EQ(HresultFromErrno(ENOENT, L"Cannot open '/x/ä.jpg'"),

@@ -16,6 +16,7 @@
 #include "platform/posix/event_record_codec.h"
 #include "platform/posix/file_event_trace_sink.h"
 #include "platform/text_encoding.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -23,19 +24,12 @@ namespace {
 
 constexpr std::wstring_view kSession = L"Lumarko Batch Processor";
 
-std::vector<uint8_t> ReadBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using test::ReadBytes;
+using test::WriteBytes;
 
-void WriteBytes(const std::filesystem::path& path, const std::vector<uint8_t>& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(reinterpret_cast<const char*>(bytes.data()),
-            static_cast<std::streamsize>(bytes.size()));
-}
-
-uint32_t Le32(const std::vector<uint8_t>& b, size_t at) {
-  return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (static_cast<uint32_t>(b[at + 3]) << 24);
+uint32_t Le32(const std::string& s, size_t at) {
+  const auto b = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(s[at + i])); };
+  return b(0) | b(1) << 8 | b(2) << 16 | b(3) << 24;
 }
 
 struct ReadBack {
@@ -60,6 +54,12 @@ class EventTraceSinkTest : public ::testing::Test {
  protected:
   std::wstring LogPath() const { return FromUtf8((dir_ / "log.etl").string()); }
   std::filesystem::path LogFile() const { return dir_ / "log.etl"; }
+  // A finished log holding one event per text, at level 4.
+  void WriteLog(std::initializer_list<const wchar_t*> texts) {
+    ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
+    for (const wchar_t* text : texts) ASSERT_EQ(sink_.Write(4, 0, text), ERROR_SUCCESS);
+    ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
+  }
   // The session block's size: where the first record starts.
   static size_t BlockSize() {
     return EventRecordCodec::kSessionBlockBaseSize + 2 * kSession.size() + 2;
@@ -90,26 +90,20 @@ TEST_P(RecordLayoutTest, HeaderFieldsAtTheirOffsets) {
   ASSERT_EQ(sink_.Write(c.level, c.type, c.text), ERROR_SUCCESS);
   ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
 
-  const std::vector<uint8_t> b = ReadBytes(LogFile());
+  const std::string b = ReadBytes(LogFile());
   const size_t r = BlockSize();
   ASSERT_EQ(b.size(), r + c.size + 8 + c.text_bytes);
-  EXPECT_EQ(b[r] | (b[r + 1] << 8), c.size);
+  EXPECT_EQ(Le32(b, r) & 0xFFFF, c.size);
   EXPECT_EQ(b[r + 4], c.type);
   EXPECT_EQ(b[r + 5], c.level);
-  const uint8_t guid[16] = {0xE4, 0xFC, 0x61, 0xC6, 0x97, 0x8D, 0x54, 0x42,
-                            0x92, 0x85, 0xBB, 0xC7, 0x4A, 0x45, 0x4E, 0xB1};
-  EXPECT_EQ(std::memcmp(&b[r + 24], guid, 16), 0);
+  EXPECT_EQ(b.substr(r + 24, 16),
+            "\xE4\xFC\x61\xC6\x97\x8D\x54\x42\x92\x85\xBB\xC7\x4A\x45\x4E\xB1");
   EXPECT_EQ(Le32(b, r + 44), c.flags);
-  if (c.size == 64) {
-    EXPECT_EQ(Le32(b, r + 56), c.text_bytes);
-  }
+  EXPECT_EQ(c.size == 64 ? Le32(b, r + 56) : 0, c.text_bytes);
   // Every other header byte is zero.
   for (size_t i = 0; i < c.size; ++i) {
-    const bool field = i < 2 || i == 4 || i == 5 || (i >= 24 && i < 40) || (i >= 44 && i < 48) ||
-                       (i >= 48 && i < 60);
-    if (!field) {
-      EXPECT_EQ(b[r + i], 0) << "byte " << i;
-    }
+    const bool field = i < 2 || i == 4 || i == 5 || (i >= 24 && i < 40) || (i >= 44 && i < 60);
+    EXPECT_TRUE(field || b[r + i] == 0) << "byte " << i;
   }
   const ReadBack back = ReadLog(LogFile());
   ASSERT_EQ(back.records.size(), 1u);
@@ -132,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Layouts, RecordLayoutTest,
 TEST_F(EventTraceSinkTest, SessionBlockHasTheNameAtOffset120AndThePathAfterIt) {
   ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
   ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
-  const std::vector<uint8_t> b = ReadBytes(LogFile());
+  const std::string b = ReadBytes(LogFile());
   ASSERT_EQ(b.size(), BlockSize());
   EXPECT_EQ(Le32(b, 0), 2170 + 2 * kSession.size() + 2);
   EXPECT_EQ(Le32(b, 116), 120u);
@@ -143,74 +137,41 @@ TEST_F(EventTraceSinkTest, SessionBlockHasTheNameAtOffset120AndThePathAfterIt) {
 
 // ---- Refusals ------------------------------------------------------------------------------
 
-struct RefusedWrite {
-  std::string name;
-  BYTE level;
-  BYTE type;
-};
-
-class RefusedWriteTest : public EventTraceSinkTest,
-                         public ::testing::WithParamInterface<RefusedWrite> {};
-
-TEST_P(RefusedWriteTest, RefusedWith87CountsAndWritesNothing) {
+TEST_F(EventTraceSinkTest, BadLevelsAndTypesAreRefusedWith87AndWriteNothing) {
   ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
-  EXPECT_EQ(sink_.Write(GetParam().level, GetParam().type, L"text"), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(sink_.Write(GetParam().level, GetParam().type, std::nullopt), ERROR_INVALID_PARAMETER);
+  const std::pair<BYTE, BYTE> refused[] = {{0, 0}, {6, 0}, {255, 0}, {4, 10}, {1, 255}};
+  for (const auto& [level, type] : refused) {
+    EXPECT_EQ(sink_.Write(level, type, L"text"), ERROR_INVALID_PARAMETER) << int{level};
+    EXPECT_EQ(sink_.Write(level, type, std::nullopt), ERROR_INVALID_PARAMETER) << int{type};
+  }
   for (BYTE level = 0; level <= 6; ++level) EXPECT_EQ(sink_.Count(level), 0) << int{level};
   ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
   EXPECT_EQ(ReadBytes(LogFile()).size(), BlockSize());
 }
 
-INSTANTIATE_TEST_SUITE_P(Refusals, RefusedWriteTest,
-                         ::testing::ValuesIn(std::vector<RefusedWrite>{
-                             {"Level0", 0, 0},
-                             {"Level6", 6, 0},
-                             {"Level255", 255, 0},
-                             {"Type10", 4, 10},
-                             {"Type255", 1, 255},
-                         }),
-                         [](const auto& i) { return i.param.name; });
-
-struct StartCase {
-  std::string name;
-  size_t name_length;
-  size_t path_length;  // 0: the test's log path
-  DWORD expected;
-};
-
-class StartArgumentTest : public EventTraceSinkTest,
-                          public ::testing::WithParamInterface<StartCase> {};
-
-TEST_P(StartArgumentTest, ChecksNameAndPathLengths) {
-  const StartCase& c = GetParam();
-  std::wstring path = LogPath();
-  if (c.path_length != 0) {
-    // Pad the file name so the whole path has the wanted length.
-    path.insert(path.size() - 4, c.path_length - path.size(), L'p');
+TEST_F(EventTraceSinkTest, StartChecksNameAndPathLengths) {
+  // name length, whole path length (0: the test's log path), result
+  const std::tuple<size_t, size_t, DWORD> cases[] = {{0, 0, ERROR_INVALID_PARAMETER},
+                                                     {1023, 0, ERROR_SUCCESS},
+                                                     {1024, 0, ERROR_INVALID_PARAMETER},
+                                                     {5, 260, ERROR_SUCCESS},
+                                                     {5, 261, ERROR_INVALID_PARAMETER}};
+  for (const auto& [nameLength, pathLength, expected] : cases) {
+    FileEventTraceSink sink;
+    std::wstring path = LogPath();
+    if (pathLength != 0) path.insert(path.size() - 4, pathLength - path.size(), L'p');
+    EXPECT_EQ(sink.Start(std::wstring(nameLength, L'n'), path), expected) << nameLength;
+    EXPECT_EQ(sink.IsStarted(), expected == ERROR_SUCCESS) << pathLength;
   }
-  EXPECT_EQ(sink_.Start(std::wstring(c.name_length, L'n'), path), c.expected);
-  EXPECT_EQ(sink_.IsStarted(), c.expected == ERROR_SUCCESS);
 }
 
-INSTANTIATE_TEST_SUITE_P(Arguments, StartArgumentTest,
-                         ::testing::ValuesIn(std::vector<StartCase>{
-                             {"EmptyName", 0, 0, ERROR_INVALID_PARAMETER},
-                             {"Name1023", 1023, 0, ERROR_SUCCESS},
-                             {"Name1024", 1024, 0, ERROR_INVALID_PARAMETER},
-                             {"Path260", 5, 260, ERROR_SUCCESS},
-                             {"Path261", 5, 261, ERROR_INVALID_PARAMETER},
-                         }),
-                         [](const auto& i) { return i.param.name; });
-
-TEST_F(EventTraceSinkTest, EmptyPathIsRefusedAndWritesWithoutSessionFail) {
+TEST_F(EventTraceSinkTest, BadPathsAreRefusedAndWritesWithoutSessionFail) {
   EXPECT_EQ(sink_.Start(kSession, L""), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(sink_.Write(4, 0, L"lost"), ERROR_INVALID_HANDLE);
-  EXPECT_EQ(sink_.Stop(), ERROR_INVALID_HANDLE);
-}
-
-TEST_F(EventTraceSinkTest, MissingFolderGivesPathNotFound) {
   EXPECT_EQ(sink_.Start(kSession, FromUtf8((dir_ / "no/such/log.etl").string())),
             ERROR_PATH_NOT_FOUND);
+  EXPECT_EQ(sink_.Write(4, 0, L"lost"), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(sink_.Stop(), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(ReadLog(dir_ / "absent.etl").result, ERROR_FILE_NOT_FOUND);
 }
 
 // ---- Counters ------------------------------------------------------------------------------
@@ -297,7 +258,7 @@ TEST_F(EventTraceSinkTest, EightThreadsWritingAThousandEventsEachLoseNothing) {
 struct DamageCase {
   std::string name;
   // Changes the bytes of a log holding the events "one", "two", "three".
-  void (*damage)(std::vector<uint8_t>& bytes, size_t first_record);
+  void (*damage)(std::string& bytes, size_t first_record);
   DWORD result;
   size_t events;
   EventTraceDamage::Kind kind;
@@ -313,10 +274,8 @@ class DamagedFileTest : public EventTraceSinkTest,
 
 TEST_P(DamagedFileTest, ReadsWhatPrecedesTheDamage) {
   const DamageCase& c = GetParam();
-  ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
-  for (const wchar_t* text : {L"one", L"two", L"three"}) ASSERT_EQ(sink_.Write(4, 0, text), 0u);
-  ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
-  std::vector<uint8_t> bytes = ReadBytes(LogFile());
+  WriteLog({L"one", L"two", L"three"});
+  std::string bytes = ReadBytes(LogFile());
   c.damage(bytes, BlockSize());
   WriteBytes(LogFile(), bytes);
 
@@ -340,7 +299,7 @@ INSTANTIATE_TEST_SUITE_P(
          EventTraceDamage::Kind::kTruncated},
         {"CutInsideLastHeader", [](auto& b, size_t first) { b.resize(first + kOne + kTwo + 30); },
          ERROR_SUCCESS, 2, EventTraceDamage::Kind::kTruncated},
-        {"OneStrayByte", [](auto& b, size_t) { b.push_back(0x40); }, ERROR_SUCCESS, 3,
+        {"OneStrayByte", [](auto& b, size_t) { b.push_back('@'); }, ERROR_SUCCESS, 3,
          EventTraceDamage::Kind::kTruncated},
         {"SizeFieldNeither48Nor64", [](auto& b, size_t first) { b[first + kOne] = 63; },
          ERROR_SUCCESS, 1, EventTraceDamage::Kind::kCorrupt},
@@ -358,21 +317,15 @@ INSTANTIATE_TEST_SUITE_P(
          EventTraceDamage::Kind::kBadHeader},
         {"SessionBlockCut", [](auto& b, size_t) { b.resize(100); }, ERROR_INVALID_DATA, 0,
          EventTraceDamage::Kind::kBadHeader},
-        {"NotALog", [](auto& b, size_t) { std::fill(b.begin(), b.end(), 0x41); },
-         ERROR_INVALID_DATA, 0, EventTraceDamage::Kind::kBadHeader},
+        {"NotALog", [](auto& b, size_t) { std::fill(b.begin(), b.end(), 'A'); }, ERROR_INVALID_DATA,
+         0, EventTraceDamage::Kind::kBadHeader},
         {"HugeSessionBlock", [](auto& b, size_t) { b[3] = 0x7F; }, ERROR_INVALID_DATA, 0,
          EventTraceDamage::Kind::kBadHeader},
     }),
     [](const auto& i) { return i.param.name; });
 
-TEST_F(EventTraceSinkTest, MissingFileIsNotFound) {
-  EXPECT_EQ(ReadLog(dir_ / "absent.etl").result, ERROR_FILE_NOT_FOUND);
-}
-
 TEST_F(EventTraceSinkTest, ReaderStopsWhenTheCallbackSaysSo) {
-  ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
-  for (int i = 0; i < 5; ++i) ASSERT_EQ(sink_.Write(4, 0, L"e"), ERROR_SUCCESS);
-  ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
+  WriteLog({L"a", L"b", L"c", L"d", L"e"});
   int seen = 0;
   EXPECT_EQ(ReadEventTraceFile(
                 LogPath(), [&](EventTraceRecord&&) { return ++seen < 2; }, nullptr),

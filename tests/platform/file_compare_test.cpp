@@ -1,29 +1,19 @@
-// Tests of the block-by-block comparison used to verify copies.
+// The block-by-block comparison used to verify copies.
 #include "platform/file_compare.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "com/com_error.h"
-#include "platform/text_encoding.h"
-#include "support/temp_dir.h"
+#include "platform_test_files.h"
 
 namespace lmk {
 namespace {
 
-namespace fs = std::filesystem;
+using namespace test;
 
-// Paths as the platform layer takes them, whatever the C library's locale.
-std::wstring W(const fs::path& path) { return FromUtf8(path.string()); }
-
-void WriteText(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-constexpr std::size_t kMiB = 1 << 20;
+constexpr std::size_t kMiB = 1 << 20, kSame = std::string::npos;
 
 std::string Pattern(std::size_t size) {
   std::string text(size, '\0');
@@ -32,49 +22,46 @@ std::string Pattern(std::size_t size) {
 }
 
 struct CompareCase {
-  std::string name;
-  std::size_t size;
-  std::size_t flipAt;  // npos: identical; else the byte changed in the second file
-  std::size_t secondSize;
+  const char* name;
+  std::size_t size, flipAt, secondSize;  // flipAt: the byte changed in the second file
   FileComparison expected;
+};
+
+constexpr auto kIdentical = FileComparison::kIdentical, kDifferent = FileComparison::kDifferent;
+
+const CompareCase kCompareCases[] = {
+    {"BothEmpty", 0, kSame, 0, kIdentical},
+    {"OneByte", 1, kSame, 1, kIdentical},
+    {"OneByteDiffers", 1, 0, 1, kDifferent},
+    {"ShortFinalBlock", 3 * kMiB + 4097, kSame, 3 * kMiB + 4097, kIdentical},
+    {"ExactlyOneBlock", kMiB, kSame, kMiB, kIdentical},
+    {"LastByteOfFirstBlock", 2 * kMiB, kMiB - 1, 2 * kMiB, kDifferent},
+    {"FirstByteOfSecondBlock", 2 * kMiB, kMiB, 2 * kMiB, kDifferent},
+    {"LastByteOfShortBlock", kMiB + 10, kMiB + 9, kMiB + 10, kDifferent},
+    {"SizesDiffer", 4096, kSame, 4095, kDifferent},
+    {"EmptyAndNot", 0, kSame, 1, kDifferent},
 };
 
 class CompareFilesTest : public ::testing::TestWithParam<CompareCase> {};
 
 TEST_P(CompareFilesTest, FindsEveryDifference) {
   const CompareCase& c = GetParam();
-  test::ScopedTempDir temp;
-  const std::string first = Pattern(c.size);
+  ScopedTempDir temp;
   std::string second = Pattern(c.secondSize);
-  if (c.flipAt != std::string::npos) second[c.flipAt] ^= 0x40;
-  WriteText(temp / "a", first);
-  WriteText(temp / "b", second);
+  if (c.flipAt != kSame) second[c.flipAt] ^= 0x40;
+  WriteBytes(temp / "a", Pattern(c.size));
+  WriteBytes(temp / "b", second);
   FileComparison result = FileComparison::kIdentical;
   ASSERT_EQ(CompareFiles(W(temp / "a"), W(temp / "b"), &result), S_OK);
   EXPECT_EQ(result, c.expected);
 }
 
-constexpr std::size_t kSame = std::string::npos;
-
-const CompareCase kCompareCases[] = {
-    {"BothEmpty", 0, kSame, 0, FileComparison::kIdentical},
-    {"OneByte", 1, kSame, 1, FileComparison::kIdentical},
-    {"OneByteDiffers", 1, 0, 1, FileComparison::kDifferent},
-    {"ShortFinalBlock", 3 * kMiB + 4097, kSame, 3 * kMiB + 4097, FileComparison::kIdentical},
-    {"ExactlyOneBlock", kMiB, kSame, kMiB, FileComparison::kIdentical},
-    {"LastByteOfFirstBlock", 2 * kMiB, kMiB - 1, 2 * kMiB, FileComparison::kDifferent},
-    {"FirstByteOfSecondBlock", 2 * kMiB, kMiB, 2 * kMiB, FileComparison::kDifferent},
-    {"LastByteOfShortBlock", kMiB + 10, kMiB + 9, kMiB + 10, FileComparison::kDifferent},
-    {"SizesDiffer", 4096, kSame, 4095, FileComparison::kDifferent},
-    {"EmptyAndNot", 0, kSame, 1, FileComparison::kDifferent},
-};
-
 INSTANTIATE_TEST_SUITE_P(Cases, CompareFilesTest, ::testing::ValuesIn(kCompareCases),
-                         [](const auto& i) { return i.param.name; });
+                         [](const auto& i) { return std::string(i.param.name); });
 
 TEST(CompareFilesErrorTest, MissingFilesAndFoldersAreErrorsNotDifferences) {
-  test::ScopedTempDir temp;
-  WriteText(temp / "a", "x");
+  ScopedTempDir temp;
+  Touch(temp / "a");
   FileComparison result = FileComparison::kIdentical;
   EXPECT_EQ(CompareFiles(W(temp / "a"), W(temp / "none"), &result),
             HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,63 +14,35 @@
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/posix/run_memory.h"
-#include "platform/text_encoding.h"
-#include "support/temp_dir.h"
+#include "platform_test_files.h"
 
 namespace lmk {
 namespace {
 
-namespace fs = std::filesystem;
+using namespace test;
 using Clock = std::chrono::steady_clock;
-
-std::wstring W(const fs::path& path) { return FromUtf8(path.string()); }
-
-void Touch(const fs::path& path) {
-  fs::create_directories(path.parent_path());
-  std::ofstream(path, std::ios::binary) << "x";
-}
 
 // ---- answers ----------------------------------------------------------------------------------
 
-struct AnswerCase {
-  std::string name;
-  std::string asked;  // relative to the folder, as given to FileExists
-  bool expected;
-};
-
-// The folder holds "a.xmp", "caf\xc3\xa9.xmp" (precomposed), the folder "sub.xmp" and
-// the dangling link "gone.xmp".
-std::vector<AnswerCase> AnswerCases() {
-  return {
-      {"ListedFile", "a.xmp", true},
-      {"OtherCase", "A.XMP", false},
-      {"DecomposedAccent", "cafe\xcc\x81.xmp", false},
-      {"PrecomposedAccent", "caf\xc3\xa9.xmp", true},
-      {"FolderIsNoFile", "sub.xmp", false},
-      {"DanglingLink", "gone.xmp", false},
-      {"DoubleSeparator", "/./a.xmp", true},
-      {"InMissingFolder", "none/a.xmp", false},
-  };
-}
-
-class ListingAnswerTest : public ::testing::TestWithParam<AnswerCase> {};
-
-TEST_P(ListingAnswerTest, AnswersAsTheFileSystemDoes) {
-  const AnswerCase& c = GetParam();
-  test::ScopedTempDir dir;
+// The folder holds "a.xmp", "caf\xc3\xa9.xmp" (precomposed), the folder "sub.xmp" and the
+// dangling link "gone.xmp"; each question (relative to the folder) is answered as a real lookup.
+TEST(FolderListingsTest, AnswersAsTheFileSystemDoes) {
+  ScopedTempDir dir;
   Touch(dir / "a.xmp");
   Touch(dir / "caf\xc3\xa9.xmp");
   fs::create_directories(dir / "sub.xmp");
   fs::create_symlink(dir / "nothing", dir / "gone.xmp");
-  const std::wstring asked = W(dir.path()) + L"/" + FromUtf8(c.asked);
-
+  const std::pair<const char*, bool> cases[] = {
+      {"a.xmp", true},           {"A.XMP", false},     {"cafe\xcc\x81.xmp", false},
+      {"caf\xc3\xa9.xmp", true}, {"sub.xmp", false},   {"gone.xmp", false},
+      {"/./a.xmp", true},        {"none/a.xmp", false}};
   FolderListings listings;
-  EXPECT_EQ(listings.FileExists(asked), c.expected);
-  EXPECT_EQ(listings.FileExists(asked), FileExists(asked)) << "differs from a real lookup";
+  for (const auto& [asked, expected] : cases) {
+    const std::wstring path = W(dir.path()) + L"/" + FromUtf8(asked);
+    EXPECT_EQ(listings.FileExists(path), expected) << asked;
+    EXPECT_EQ(FileExists(path), expected) << asked << ": differs from a real lookup";
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Listings, ListingAnswerTest, ::testing::ValuesIn(AnswerCases()),
-                         [](const auto& i) { return i.param.name; });
 
 // Listings are keyed by this spelling: two spellings of one folder must not split it, and
 // the quick path for paths already normal must agree with the full one.
@@ -87,9 +58,9 @@ TEST(FolderListingsTest, FolderPathsHaveOneSpelling) {
 // A large folder: every name there is found and none that is not, whatever the table in
 // front of the names grows to.
 TEST(FolderListingsTest, LargeFolderAnswersEveryName) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   constexpr int kCount = 2000;
-  for (int i = 0; i < kCount; ++i) std::ofstream(dir / ("n" + std::to_string(i)));
+  for (int i = 0; i < kCount; ++i) Touch(dir / ("n" + std::to_string(i)));
   FolderListings listings;
   int found = 0;
   for (int i = 0; i < kCount; ++i) {
@@ -101,7 +72,7 @@ TEST(FolderListingsTest, LargeFolderAnswersEveryName) {
 }
 
 TEST(FolderListingsTest, ListingIsReadAgainOnlyWhenOld) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   Touch(dir / "img.jpg");
   Clock::time_point now{};
   FolderListings listings(std::chrono::milliseconds(2000), [&] { return now; });
@@ -117,7 +88,7 @@ TEST(FolderListingsTest, ListingIsReadAgainOnlyWhenOld) {
 }
 
 TEST(FolderListingsTest, NameAddedWhileTheFolderIsReadIsKept) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   const std::wstring added = W(dir / "img.xmp");
   FolderListings* self = nullptr;
   int calls = 0;
@@ -134,22 +105,22 @@ TEST(FolderListingsTest, NameAddedWhileTheFolderIsReadIsKept) {
 }
 
 TEST(FolderListingsTest, ThreadsAskingAtOnceShareOneRead) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   for (int i = 0; i < 2000; ++i) Touch(dir / ("p" + std::to_string(i) + ".jpg"));
   FolderListings listings;
   std::atomic<int> ready{0};
   std::atomic<int> wrong{0};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 8; ++t) {
-    threads.emplace_back([&, t] {
-      ready.fetch_add(1);
-      while (ready.load() < 8) std::this_thread::yield();
-      const std::string name = "p" + std::to_string(t * 100) + ".jpg";
-      if (!listings.FileExists(W(dir / name))) wrong.fetch_add(1);
-      if (listings.FileExists(W(dir / ("p" + std::to_string(t) + ".xmp")))) wrong.fetch_add(1);
-    });
+  {
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < 8; ++t) {
+      threads.emplace_back([&, t] {
+        ready.fetch_add(1);
+        while (ready.load() < 8) std::this_thread::yield();
+        if (!listings.FileExists(W(dir / ("p" + std::to_string(t * 100) + ".jpg")))) ++wrong;
+        if (listings.FileExists(W(dir / ("p" + std::to_string(t) + ".xmp")))) ++wrong;
+      });
+    }
   }
-  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong.load(), 0);
   EXPECT_EQ(listings.ReadCount(), 1u);
 }
@@ -158,22 +129,20 @@ TEST(FolderListingsTest, ThreadsAskingAtOnceShareOneRead) {
 
 struct OperationCase {
   std::string name;
-  // Puts the file `source` at `target` with the file operations.
-  HRESULT (*transfer)(const std::wstring& source, const std::wstring& target);
+  // Puts the file `s` at `t` with the file operations.
+  HRESULT (*transfer)(const std::wstring& s, const std::wstring& t);
 };
 
-std::vector<OperationCase> OperationCases() {
-  return {
-      {"Move", [](const std::wstring& s, const std::wstring& t) { return MoveFileTo(s, t, 0); }},
-      {"Copy", [](const std::wstring& s, const std::wstring& t) { return CopyFileTo(s, t, true); }},
-      {"Link", [](const std::wstring& s, const std::wstring& t) { return MakeHardLink(t, s); }},
-  };
-}
+const OperationCase kOperationCases[] = {
+    {"Move", [](const auto& s, const auto& t) { return MoveFileTo(s, t, 0); }},
+    {"Copy", [](const auto& s, const auto& t) { return CopyFileTo(s, t, true); }},
+    {"Link", [](const auto& s, const auto& t) { return MakeHardLink(t, s); }},
+};
 
 class RunMemoryTest : public ::testing::TestWithParam<OperationCase> {};
 
 TEST_P(RunMemoryTest, NameMadeInAListedFolderIsSeenAtOnce) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   Touch(dir / "in/img.jpg");
   Touch(dir / "elsewhere/companion");
   const ScopedRunMemory memory;
@@ -185,7 +154,7 @@ TEST_P(RunMemoryTest, NameMadeInAListedFolderIsSeenAtOnce) {
 }
 
 TEST_P(RunMemoryTest, RemovedMidRunIsMadeAgain) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   Touch(dir / "img.jpg");
   const ScopedRunMemory memory;
   const std::wstring folder = W(dir / "out/2024/05");
@@ -200,7 +169,7 @@ TEST_P(RunMemoryTest, RemovedMidRunIsMadeAgain) {
 }
 
 TEST_P(RunMemoryTest, FolderNotMadeByTheRunIsNotMade) {
-  test::ScopedTempDir dir;
+  ScopedTempDir dir;
   Touch(dir / "img.jpg");
   const ScopedRunMemory memory;
   ASSERT_EQ(CreateDirectories(W(dir / "made")), S_OK);
@@ -211,7 +180,7 @@ TEST_P(RunMemoryTest, FolderNotMadeByTheRunIsNotMade) {
   EXPECT_TRUE(fs::is_regular_file(dir / "img.jpg"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Operations, RunMemoryTest, ::testing::ValuesIn(OperationCases()),
+INSTANTIATE_TEST_SUITE_P(Operations, RunMemoryTest, ::testing::ValuesIn(kOperationCases),
                          [](const auto& i) { return i.param.name; });
 
 }  // namespace

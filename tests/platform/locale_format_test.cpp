@@ -9,70 +9,48 @@
 namespace lmk {
 namespace {
 
-struct SizeCase {
+struct NumberCase {
   const char* name;
-  uint64_t bytes;
-  std::wstring text;
-};
-
-class ShortSize : public ::testing::TestWithParam<SizeCase> {};
-
-TEST_P(ShortSize, ThreeSignificantDigits) {
-  auto format = LocaleFormat::ForLocale("C");
-  ASSERT_NE(format, nullptr);
-  EXPECT_EQ(format->ShortSize(GetParam().bytes), GetParam().text);
-}
-
-const SizeCase kSizes[] = {
-    {"Zero", 0, L"0 bytes"},
-    {"Bytes", 999, L"999 bytes"},
-    {"JustBelowKilo", 1023, L"1023 bytes"},
-    {"OneKilo", 1024, L"1.00 KB"},
-    {"TwoDecimals", 1240, L"1.21 KB"},             // 1.2109 truncated
-    {"OneDecimal", 12 * 1024 + 400, L"12.3 KB"},   // 12.39
-    {"NoDecimals", 123 * 1024 + 1000, L"123 KB"},  // 123.98 truncated
-    {"ThousandKiloIsMega", 1000 * 1024, L"0.97 MB"},
-    {"TwelveMega", 12900000, L"12.3 MB"},  // 12.302 MB
-    {"Giga", 5368709120ull, L"5.00 GB"},
-    {"Exa", 0xFFFFFFFFFFFFFFFFull, L"15.9 EB"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Platform, ShortSize, ::testing::ValuesIn(kSizes),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-struct GroupCase {
-  const char* name;
+  bool grouped;
   uint64_t value;
   std::wstring text;
 };
 
-class Grouping : public ::testing::TestWithParam<GroupCase> {};
+class NumberText : public ::testing::TestWithParam<NumberCase> {};
 
-TEST_P(Grouping, EnglishThousands) {
-  EXPECT_EQ(LocaleFormat::ForLocale("POSIX")->GroupedNumber(GetParam().value), GetParam().text);
+// Sizes with three significant digits, truncated; numbers grouped by thousands in English.
+TEST_P(NumberText, Formats) {
+  auto format = LocaleFormat::ForLocale(GetParam().grouped ? "POSIX" : "C");
+  ASSERT_NE(format, nullptr);
+  EXPECT_EQ(GetParam().grouped ? format->GroupedNumber(GetParam().value)
+                               : format->ShortSize(GetParam().value),
+            GetParam().text);
 }
 
-const GroupCase kGroups[] = {
-    {"Small", 999, L"999"},
-    {"Thousand", 1000, L"1,000"},
-    {"Million", 1234567, L"1,234,567"},
-    {"Max", 18446744073709551615ull, L"18,446,744,073,709,551,615"},
+const NumberCase kNumbers[] = {
+    {"Zero", false, 0, L"0 bytes"},
+    {"JustBelowKilo", false, 1023, L"1023 bytes"},
+    {"OneKilo", false, 1024, L"1.00 KB"},
+    {"TwoDecimals", false, 1240, L"1.21 KB"},             // 1.2109 truncated
+    {"OneDecimal", false, 12 * 1024 + 400, L"12.3 KB"},   // 12.39
+    {"NoDecimals", false, 123 * 1024 + 1000, L"123 KB"},  // 123.98 truncated
+    {"ThousandKiloIsMega", false, 1000 * 1024, L"0.97 MB"},
+    {"TwelveMega", false, 12900000, L"12.3 MB"},  // 12.302 MB
+    {"Giga", false, 5368709120ull, L"5.00 GB"},
+    {"Exa", false, 0xFFFFFFFFFFFFFFFFull, L"15.9 EB"},
+    {"Small", true, 999, L"999"},
+    {"Thousand", true, 1000, L"1,000"},
+    {"Max", true, 18446744073709551615ull, L"18,446,744,073,709,551,615"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Platform, Grouping, ::testing::ValuesIn(kGroups),
+INSTANTIATE_TEST_SUITE_P(Platform, NumberText, ::testing::ValuesIn(kNumbers),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST(LocaleFormatTest, FixedEnglishForPlainLocales) {
   auto format = LocaleFormat::ForLocale("C.UTF-8");
   ASSERT_NE(format, nullptr);
   EXPECT_TRUE(format->IsFixedEnglish());
-  SYSTEMTIME t{};
-  t.wYear = 2024;
-  t.wMonth = 12;
-  t.wDay = 25;
-  t.wDayOfWeek = 3;
-  t.wHour = 0;
-  t.wMinute = 7;
+  const SYSTEMTIME t{2024, 12, 3, 25, 0, 7, 0, 0};  // Wednesday 2024-12-25 00:07
   EXPECT_EQ(format->ShortDate(t), L"12/25/2024");
   EXPECT_EQ(format->LongDate(t), L"Wednesday, December 25, 2024");
   EXPECT_EQ(format->Time(t), L"12:07:00 AM");

@@ -5,22 +5,17 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include "com/com_error.h"
-#include "platform/text_encoding.h"
-#include "support/temp_dir.h"
+#include "platform_test_files.h"
 
 namespace lmk {
 namespace {
 
-namespace fs = std::filesystem;
-
-// Paths as the platform layer takes them, whatever the C library's locale.
-std::wstring W(const fs::path& path) { return FromUtf8(path.string()); }
+using namespace test;
 
 // The desktop's data folder is read once per process: it is pointed at one temporary folder
 // on the same volume as the test files before the first trash call, so that the user's own
@@ -28,7 +23,7 @@ std::wstring W(const fs::path& path) { return FromUtf8(path.string()); }
 class TrashTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    home_ = std::make_unique<test::ScopedTempDir>();
+    home_ = std::make_unique<ScopedTempDir>();
     fs::create_directories(*home_ / "data");
     ::setenv("XDG_DATA_HOME", (*home_ / "data").c_str(), 1);
     ::setenv("HOME", home_->path().c_str(), 1);
@@ -41,7 +36,7 @@ class TrashTest : public ::testing::Test {
     fs::create_directories(temp_);
   }
 
-  static inline std::unique_ptr<test::ScopedTempDir> home_;
+  static inline std::unique_ptr<ScopedTempDir> home_;
   static inline int counter_ = 0;
   fs::path temp_;
   fs::path data_;
@@ -49,7 +44,7 @@ class TrashTest : public ::testing::Test {
 
 TEST_F(TrashTest, RoundTripThroughTheTrash) {
   const fs::path picture = temp_ / "Ferien ä.jpg";
-  std::ofstream(picture) << "pixels";
+  WriteBytes(picture, "pixels");
   const HRESULT hr = MoveToTrash(W(picture));
   if (hr == HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED)) {
     GTEST_SKIP() << "no trash on the temporary volume: " << ToUtf8(TakeErrorDescription());
@@ -59,25 +54,15 @@ TEST_F(TrashTest, RoundTripThroughTheTrash) {
 
   const fs::path files = data_ / "Trash/files";
   const fs::path info = data_ / "Trash/info";
-  ASSERT_TRUE(fs::exists(files / "Ferien ä.jpg"));
-  std::ifstream trashed(files / "Ferien ä.jpg");
-  std::string contents;
-  std::getline(trashed, contents);
-  EXPECT_EQ(contents, "pixels");
-  std::ifstream restore(info / "Ferien ä.jpg.trashinfo");
-  std::stringstream text;
-  text << restore.rdbuf();
-  EXPECT_NE(text.str().find("Path="), std::string::npos);
-  EXPECT_NE(text.str().find("DeletionDate="), std::string::npos);
+  EXPECT_EQ(ReadText(files / "Ferien ä.jpg"), "pixels");
+  const std::string restore = ReadBytes(info / "Ferien ä.jpg.trashinfo");
+  EXPECT_NE(restore.find("Path="), std::string::npos);
+  EXPECT_NE(restore.find("DeletionDate="), std::string::npos);
 
   // A second file of the same name is kept beside the first, not over it.
-  std::ofstream(picture) << "second";
+  WriteBytes(picture, "second");
   ASSERT_EQ(MoveToTrash(W(picture)), S_OK);
-  int count = 0;
-  for (const auto& entry : fs::directory_iterator(files)) {
-    if (entry.path().filename().string().rfind("Ferien", 0) == 0) ++count;
-  }
-  EXPECT_EQ(count, 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(files), {}), 2);
 }
 
 TEST_F(TrashTest, MissingFileIsReportedAndNothingElseHappens) {

@@ -10,29 +10,27 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/case_table.h"
 #include "platform/posix/block_device.h"
-#include "platform/text_encoding.h"
+#include "platform_test_files.h"
 #include "second_file_system.h"
-#include "support/temp_dir.h"
 
 namespace lmk {
 namespace {
 
-namespace fs = std::filesystem;
-
-// Paths as the platform layer takes them, whatever the C library's locale.
-std::wstring W(const fs::path& path) { return FromUtf8(path.string()); }
-
+using namespace test;
 using std::chrono::milliseconds;
+const HRESULT kTimeout = HRESULT_FROM_WIN32(ERROR_TIMEOUT);
 
 // ---- keys -------------------------------------------------------------------------------------
 
 TEST(VolumeKeyTest, SameFolderSameKeyAndMissingTargetsTakeTheirParent) {
-  test::ScopedTempDir temp;
+  ScopedTempDir temp;
   const std::wstring key = GetVolumeKey(W(temp.path()));
   EXPECT_EQ(key.rfind(L"dev:", 0), 0u) << key;
   EXPECT_EQ(GetVolumeKey(W(temp.path())), key);
@@ -41,7 +39,7 @@ TEST(VolumeKeyTest, SameFolderSameKeyAndMissingTargetsTakeTheirParent) {
 }
 
 TEST(VolumeKeyTest, TwoFileSystemsHaveTwoKeys) {
-  test::SecondFileSystem volumes;
+  SecondFileSystem volumes;
   if (!volumes.available()) GTEST_SKIP() << volumes.reason();
   const std::wstring local = GetVolumeKey(W(volumes.local()));
   const std::wstring other = GetVolumeKey(W(volumes.other() / "a.jpg"));
@@ -51,70 +49,29 @@ TEST(VolumeKeyTest, TwoFileSystemsHaveTwoKeys) {
   EXPECT_EQ(VolumeSlotCount(GetDriveKind(other)), 1u);
 }
 
-struct KindCase {
-  std::string name;
-  std::string devicePath;
-  std::string disk;
-  bool removable;
-  DriveKind expected;
-  unsigned slots;
-};
-
-class DriveKindTest : public ::testing::TestWithParam<KindCase> {};
+class DriveKindTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DriveKindTest, ClassifiesTheDeviceAndGivesItsSlots) {
-  const KindCase& c = GetParam();
-  const DriveKind kind = ClassifyBlockDevice(c.devicePath, c.disk, c.removable);
-  EXPECT_EQ(kind, c.expected);
-  EXPECT_EQ(VolumeSlotCount(kind), c.slots);
+  const CaseRow& c = GetParam();
+  const std::map<std::string, DriveKind> kinds = {{"fixed", DriveKind::kFixed},
+                                                  {"usb", DriveKind::kUsb},
+                                                  {"removable", DriveKind::kRemovable},
+                                                  {"optical", DriveKind::kOptical}};
+  const DriveKind kind = ClassifyBlockDevice(c[0], c[1], c[2] == "1");
+  EXPECT_EQ(kind, kinds.at(c[3]));
+  EXPECT_EQ(VolumeSlotCount(kind), std::stoul(c[4]));
 }
 
-const KindCase kKindCases[] = {
-    {"SataDisk",
-     "/sys/devices/pci0000:00/0000:00:1f.2/ata1/host0/target0:0:0/0:0:0:0/block/sda/sda1", "sda",
-     false, DriveKind::kFixed, 1},
-    {"NvmeDisk", "/sys/devices/pci0000:00/0000:00:1d.0/0000:3d:00.0/nvme/nvme0/nvme0n1/nvme0n1p2",
-     "nvme0n1", false, DriveKind::kFixed, 1},
-    {"UsbDisk",
-     "/sys/devices/pci0000:00/0000:00:14.0/usb2/2-1/2-1:1.0/host4/target4:0:0/4:0:0:0/block/sdb/"
-     "sdb1",
-     "sdb", false, DriveKind::kUsb, 2},
-    {"UsbStick",
-     "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2/1-2:1.0/host5/target5:0:0/5:0:0:0/block/sdc",
-     "sdc", true, DriveKind::kRemovable, 1},
-    {"CardReader", "/sys/devices/pci0000:00/0000:00:1c.0/mmc_host/mmc0/mmc0:0001/block/mmcblk0",
-     "mmcblk0", true, DriveKind::kRemovable, 1},
-    {"Optical", "/sys/devices/pci0000:00/0000:00:1f.2/ata2/host1/target1:0:0/1:0:0:0/block/sr0",
-     "sr0", true, DriveKind::kOptical, 1},
-    {"VirtualDisk", "/sys/devices/pci0000:00/0000:00:05.0/virtio2/block/vda", "vda", false,
-     DriveKind::kFixed, 1},
-};
-
-INSTANTIATE_TEST_SUITE_P(Cases, DriveKindTest, ::testing::ValuesIn(kKindCases),
+INSTANTIATE_TEST_SUITE_P(Cases, DriveKindTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/block_devices.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-struct FileSystemTypeCase {
-  std::string name;
-  std::string type;
-  bool network;
-};
-
-class FileSystemTypeTest : public ::testing::TestWithParam<FileSystemTypeCase> {};
-
-TEST_P(FileSystemTypeTest, NetworkTypesShareOneKey) {
-  EXPECT_EQ(IsNetworkFileSystemType(GetParam().type), GetParam().network);
+TEST(DriveKindTest, NetworkTypesShareOneKey) {
+  for (const char* type : {"nfs", "nfs4", "cifs", "smb3", "9p", "ceph", "fuse.sshfs", "fuse.afpfs"})
+    EXPECT_TRUE(IsNetworkFileSystemType(type)) << type;
+  for (const char* type : {"ext4", "btrfs", "tmpfs", "vfat", "fuseblk", "overlay", ""})
+    EXPECT_FALSE(IsNetworkFileSystemType(type)) << type;
 }
-
-const FileSystemTypeCase kTypeCases[] = {
-    {"Nfs", "nfs", true},          {"Nfs4", "nfs4", true},        {"Cifs", "cifs", true},
-    {"Smb3", "smb3", true},        {"NineP", "9p", true},         {"Ceph", "ceph", true},
-    {"Sshfs", "fuse.sshfs", true}, {"Afp", "fuse.afpfs", true},   {"Ext4", "ext4", false},
-    {"Btrfs", "btrfs", false},     {"Tmpfs", "tmpfs", false},     {"Vfat", "vfat", false},
-    {"Ntfs3g", "fuseblk", false},  {"Overlay", "overlay", false}, {"Empty", "", false},
-};
-
-INSTANTIATE_TEST_SUITE_P(Cases, FileSystemTypeTest, ::testing::ValuesIn(kTypeCases),
-                         [](const auto& i) { return i.param.name; });
 
 TEST(DriveKindTest, KeysWithoutADevice) {
   EXPECT_EQ(GetDriveKind(L"Network"), DriveKind::kNetwork);
@@ -130,7 +87,7 @@ TEST(DriveKindTest, KeysWithoutADevice) {
 class VolumeLockTest : public ::testing::Test {
  protected:
   void SetUp() override { ::setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1); }
-  test::ScopedTempDir runtime_;
+  ScopedTempDir runtime_;
 };
 
 TEST_F(VolumeLockTest, NSlotsAdmitNHoldersAndTheNextOneWaits) {
@@ -145,8 +102,7 @@ TEST_F(VolumeLockTest, NSlotsAdmitNHoldersAndTheNextOneWaits) {
       taken[holder.slot()] = true;
     }
     VolumeLockGuard extra;
-    EXPECT_EQ(AcquireVolumeLock(key, slots, milliseconds(30), &extra),
-              HRESULT_FROM_WIN32(ERROR_TIMEOUT));
+    EXPECT_EQ(AcquireVolumeLock(key, slots, milliseconds(30), &extra), kTimeout);
     EXPECT_FALSE(extra.held());
     holders.back().Release();
     EXPECT_EQ(AcquireVolumeLock(key, slots, milliseconds(0), &extra), S_OK);
@@ -172,23 +128,23 @@ TEST_F(VolumeLockTest, LockFolderRemovedBetweenLocksIsMadeAgain) {
 
 TEST_F(VolumeLockTest, NeverMoreHoldersThanSlotsAcrossThreads) {
   constexpr unsigned kSlots = 2;
-  std::atomic<int> inside{0};
-  std::atomic<int> most{0};
-  std::vector<std::thread> workers;
-  for (int w = 0; w < 8; ++w) {
-    workers.emplace_back([&] {
-      for (int round = 0; round < 20; ++round) {
-        VolumeLockGuard guard;
-        ASSERT_EQ(AcquireVolumeLock(L"Network", kSlots, kWaitForever, &guard), S_OK);
-        const int now = ++inside;
-        for (int seen = most; now > seen && !most.compare_exchange_weak(seen, now);) {
+  std::atomic<int> inside{0}, most{0};
+  {
+    std::vector<std::jthread> workers;
+    for (int w = 0; w < 8; ++w) {
+      workers.emplace_back([&] {
+        for (int round = 0; round < 20; ++round) {
+          VolumeLockGuard guard;
+          ASSERT_EQ(AcquireVolumeLock(L"Network", kSlots, kWaitForever, &guard), S_OK);
+          const int now = ++inside;
+          for (int seen = most; now > seen && !most.compare_exchange_weak(seen, now);) {
+          }
+          std::this_thread::sleep_for(milliseconds(1));
+          --inside;
         }
-        std::this_thread::sleep_for(milliseconds(1));
-        --inside;
-      }
-    });
+      });
+    }
   }
-  for (std::thread& worker : workers) worker.join();
   EXPECT_EQ(most.load(), static_cast<int>(kSlots));
 }
 
@@ -229,8 +185,7 @@ TEST_F(VolumeLockTest, AKilledHolderReleasesItsSlot) {
   ::close(ready[0]);
   ASSERT_EQ(answer, 'y');
   VolumeLockGuard guard;
-  EXPECT_EQ(AcquireVolumeLock(L"dev:8:0", 1, milliseconds(30), &guard),
-            HRESULT_FROM_WIN32(ERROR_TIMEOUT));
+  EXPECT_EQ(AcquireVolumeLock(L"dev:8:0", 1, milliseconds(30), &guard), kTimeout);
   ::kill(child, SIGKILL);
   int status = 0;
   ::waitpid(child, &status, 0);
