@@ -261,43 +261,16 @@ TEST_F(RunnerTest, FailedEvaluationIsLoggedAndTheNextRuleRuns) {
 
 // ---- Cancel -----------------------------------------------------------------------------------
 
-// Runs in which no action runs: cancelled at once, a host without a session, an unchecked rule.
-struct IdleCase {
-  const char* name;
-  std::function<void(RunnerTest&, CRule&)> arrange;
-  int finished;
-  LONG processed;
-};
-
-class Idle : public RunnerTest, public ::testing::WithParamInterface<IdleCase> {
- public:
-  void Cancel() {
-    MakeRunner(1);
-    sink_.onStarted = [this] { runner_->Cancel(); };
-  }
-  FakeRunHost& Host() { return *host_.Get(); }
-};
-
-TEST_P(Idle, RunsNoAction) {
+TEST_F(RunnerTest, CancelBeforeTheWorkBeginsProcessesNothing) {
+  MakeRunner(1);
+  sink_.onStarted = [this] { runner_->Cancel(); };
   auto action = Action(0, {S_OK});
-  auto rule = Rule({action});
-  GetParam().arrange(*this, *rule);
-  const BatchRunResult result = Run({rule});
-  EXPECT_EQ(sink_.finished, GetParam().finished);
+  const BatchRunResult result = Run({Rule({action})});
+  EXPECT_EQ(sink_.finished, 1);
   EXPECT_EQ(action->calls(), 0);
-  EXPECT_EQ(result.processed, GetParam().processed);
+  EXPECT_EQ(result.processed, 0);
+  EXPECT_TRUE(host_->Delivered().empty());
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Runner, Idle,
-    ::testing::ValuesIn(std::vector<IdleCase>{
-        {"CancelledBeforeTheWorkBegins",
-         [](RunnerTest& t, CRule&) { static_cast<Idle&>(t).Cancel(); }, 1, 0},
-        {"HostWithoutSession",
-         [](RunnerTest& t, CRule&) { static_cast<Idle&>(t).Host().failSessionInfo = true; }, 1, 0},
-        {"UncheckedRule", [](RunnerTest&, CRule& rule) { rule.SetChecked(false); }, 0, 5},
-    }),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(RunnerTest, CancelMidwayStartsNoFurtherImage) {
   MakeRunner(1);
@@ -338,6 +311,20 @@ TEST_F(RunnerTest, MissingFileIsSkippedNotAnError) {
   EXPECT_EQ(result.skipped, 2);
   EXPECT_EQ(result.errors, 0);
   EXPECT_EQ(CountText(L"Skipping \"/pictures/img0004.jpg\"."), 1);
+}
+
+TEST_F(RunnerTest, NoActionRunsWithoutASessionOrForAnUncheckedRule) {
+  auto action = Action(0, {S_OK});
+  auto rule = Rule({action});
+  rule->SetChecked(false);
+  EXPECT_EQ(Run({rule}).processed, 5);
+  host_->failSessionInfo = true;
+  runner_.reset();
+  sink_.finished = -1;
+  rule->SetChecked(true);
+  Run({rule});
+  EXPECT_EQ(sink_.finished, 1);
+  EXPECT_EQ(action->calls(), 0);
 }
 
 // ---- Modes ------------------------------------------------------------------------------------
