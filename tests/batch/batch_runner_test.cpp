@@ -90,6 +90,17 @@ class OddIndexCondition final : public CCondition {
   }
 };
 
+// The run's dictionary of globals, as actions reach it through the record.
+ComPtr<IDictionary> Globals(IDictionary* record) {
+  Variant globals;
+  ComPtr<IDictionary> run;
+  if (SUCCEEDED(record->get_Value(Bstr(L"Plugin.Globals").get(), &globals))) {
+    globals.ref().pdispVal->QueryInterface(IID_IDictionary,
+                                           reinterpret_cast<void**>(run.GetAddressOf()));
+  }
+  return run;
+}
+
 std::shared_ptr<CFakeAction> Action(int kind, std::vector<HRESULT> results,
                                     CActionErrorMode policy = CActionErrorMode::Ignore) {
   auto action = std::make_shared<CFakeAction>(FakeActionKind(kind));
@@ -302,10 +313,16 @@ TEST_F(RunnerTest, MissingFileIsSkippedNotAnError) {
   EXPECT_EQ(CountText(L"Skipping \"/pictures/img0004.jpg\"."), 1);
 }
 
-TEST_F(RunnerTest, HostWithoutSessionCannotStart) {
-  host_->failSessionInfo = true;
+TEST_F(RunnerTest, NoActionRunsWithoutASessionOrForAnUncheckedRule) {
   auto action = Action(0, {S_OK});
-  Run({Rule({action})});
+  auto rule = Rule({action});
+  rule->SetChecked(false);
+  EXPECT_EQ(Run({rule}).processed, 5);
+  host_->failSessionInfo = true;
+  runner_.reset();
+  sink_.finished = -1;
+  rule->SetChecked(true);
+  Run({rule});
   EXPECT_EQ(sink_.finished, 1);
   EXPECT_EQ(action->calls(), 0);
 }
@@ -350,6 +367,13 @@ TEST_F(RunnerTest, SingleImageShowsThreeQuartersThenDone) {
   const BatchRunResult result = Run({Rule({Action(0, {S_OK})})}, 1);
   EXPECT_EQ(sink_.progress, (std::vector<DWORD>{0, 75, 100}));
   EXPECT_EQ(SummarizeRun(result).text, summary_text::kCurrentImageSuccess);
+  // The log opens and closes around the run.
+  const auto events = events_->Events();
+  ASSERT_GE(events.size(), 2u);
+  EXPECT_EQ(*events.front().text, L"Batch processing started.");
+  EXPECT_EQ(*events.back().text, L"Batch processing ended.");
+  EXPECT_EQ(events_->SessionName(), L"Lumarko Batch Processor");
+  EXPECT_FALSE(events_->IsStarted());
 }
 
 // ---- Logging per file ---------------------------------------------------------------------------
@@ -370,14 +394,6 @@ TEST_F(RunnerTest, SelectionIsLoggedOncePerFileNotPerFrame) {
   EXPECT_EQ(CountText(L"\"/pictures/single.jpg\" matches the selection condition(s)."), 1);
   // Four selections, "Batch processing started." and "Batch processing ended.".
   EXPECT_EQ(Texts(kEventLevelInformation).size(), 6u);
-}
-
-TEST_F(RunnerTest, UncheckedRuleDoesNotRun) {
-  auto action = Action(0, {S_OK});
-  auto rule = Rule({action});
-  rule->SetChecked(false);
-  Run({rule});
-  EXPECT_EQ(action->calls(), 0);
 }
 
 // ---- Progress, counters, keep-copy index --------------------------------------------------------
@@ -446,15 +462,9 @@ TEST_F(RunnerTest, ImagesAreCountedForTheHost) {
 
 TEST_F(RunnerTest, KeepCopyIndexAdvancedByActionsGoesBackToTheHost) {
   auto advancing = std::make_shared<CallbackAction>([](IDictionary* record) {
-    Variant globals;
-    if (FAILED(record->get_Value(Bstr(L"Plugin.Globals").get(), &globals))) return E_FAIL;
-    ComPtr<IDictionary> run;
-    if (FAILED(globals.ref().pdispVal->QueryInterface(
-            IID_IDictionary, reinterpret_cast<void**>(run.GetAddressOf())))) {
-      return E_FAIL;
-    }
-    Variant index = Variant::UI4(42);
-    return run->put_Value(Bstr(L"App.SessionKeepCopyIndex").get(), index.ref());
+    ComPtr<IDictionary> run = Globals(record);
+    if (!run) return E_FAIL;
+    return run->put_Value(Bstr(L"App.SessionKeepCopyIndex").get(), Variant::UI4(42).ref());
   });
   Run({Rule({advancing})});
   EXPECT_EQ(host_->keepCopyWrites.load(), 1);
@@ -464,11 +474,7 @@ TEST_F(RunnerTest, KeepCopyIndexAdvancedByActionsGoesBackToTheHost) {
 TEST_F(RunnerTest, GlobalsCarryTheSession) {
   std::vector<std::wstring> seen;
   auto reading = std::make_shared<CallbackAction>([&](IDictionary* record) {
-    Variant globals;
-    record->get_Value(Bstr(L"Plugin.Globals").get(), &globals);
-    ComPtr<IDictionary> run;
-    globals.ref().pdispVal->QueryInterface(IID_IDictionary,
-                                           reinterpret_cast<void**>(run.GetAddressOf()));
+    ComPtr<IDictionary> run = Globals(record);
     for (const wchar_t* key : {L"App.Version", L"App.StartTimeFT", L"App.SessionKeepCopyIndex"}) {
       Variant value;
       run->get_Value(Bstr(key).get(), &value);
@@ -492,16 +498,6 @@ TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
   EXPECT_FALSE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));  // until taken back
   runner_->Finish();
   EXPECT_FALSE(runner_->IsBusy());
-}
-
-TEST_F(RunnerTest, LogOpensAndClosesAroundTheRun) {
-  Run({Rule({Action(0, {S_OK})})});
-  const auto events = events_->Events();
-  ASSERT_GE(events.size(), 2u);
-  EXPECT_EQ(*events.front().text, L"Batch processing started.");
-  EXPECT_EQ(*events.back().text, L"Batch processing ended.");
-  EXPECT_EQ(events_->SessionName(), L"Lumarko Batch Processor");
-  EXPECT_FALSE(events_->IsStarted());
 }
 
 TEST_F(RunnerTest, MinimumRunTimeHoldsTheEnd) {

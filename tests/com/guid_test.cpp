@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "com/com.h"
+#include "com/test_data_rows.h"
 
 namespace lmk {
 namespace {
@@ -19,38 +19,21 @@ TEST(StringFromGUID2, WritesBracedUpperCaseThatReadsBack) {
   EXPECT_EQ(std::wstring(text), L"{2966F71C-0245-4532-A2F1-E2D8158D95C1}");
 }
 
-struct ParseCase {
-  std::string name;
-  std::wstring text;
-  bool valid;
-};
-
-std::vector<ParseCase> ParseCases() {
-  return {
-      {"UpperCase", L"{2966F71C-0245-4532-A2F1-E2D8158D95C1}", true},
-      {"LowerCase", L"{2966f71c-0245-4532-a2f1-e2d8158d95c1}", true},
-      {"NoBraces", L"2966F71C-0245-4532-A2F1-E2D8158D95C1", false},
-      {"MissingDash", L"{2966F71C-02454532-A2F1-E2D8158D95C1-}", false},
-      {"NonHexDigit", L"{2966F71G-0245-4532-A2F1-E2D8158D95C1}", false},
-      {"TooShort", L"{2966F71C-0245-4532-A2F1-E2D8158D95C}", false},
-      {"ProgId", L"Lumarko.Plugin.FileUtilities.Dictionary", false},
-      {"Empty", L"", false},
-  };
-}
-
-class GuidParseTest : public ::testing::TestWithParam<ParseCase> {};
+class GuidParseTest : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(GuidParseTest, ClsidAndIid) {
+  const std::wstring text = test::Widen(GetParam().f[0]);
+  const bool valid = GetParam().f[1] == "1";
   CLSID clsid = GUID_NULL;
   IID iid = GUID_NULL;
-  EXPECT_EQ(CLSIDFromString(GetParam().text.c_str(), &clsid),
-            GetParam().valid ? S_OK : CO_E_CLASSSTRING);
-  EXPECT_EQ(IIDFromString(GetParam().text.c_str(), &iid), GetParam().valid ? S_OK : E_INVALIDARG);
-  EXPECT_EQ(IsEqualGUID(clsid, kDictionaryClass), GetParam().valid);
-  EXPECT_EQ(iid == kDictionaryClass, GetParam().valid);
+  EXPECT_EQ(CLSIDFromString(text.c_str(), &clsid), valid ? S_OK : CO_E_CLASSSTRING);
+  EXPECT_EQ(IIDFromString(text.c_str(), &iid), valid ? S_OK : E_INVALIDARG);
+  EXPECT_EQ(IsEqualGUID(clsid, kDictionaryClass), valid);
+  EXPECT_EQ(iid == kDictionaryClass, valid);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, GuidParseTest, ::testing::ValuesIn(ParseCases()),
+INSTANTIATE_TEST_SUITE_P(Texts, GuidParseTest,
+                         ::testing::ValuesIn(test::NamedRows("guid_texts.txt", "", 3)),
                          [](const auto& info) { return info.param.name; });
 
 }  // namespace

@@ -160,13 +160,22 @@ TEST(DictionaryTest, ObjectValuesAreSharedNotCopiedAndReleasedWithTheDictionary)
 
 // --- PutMultiple ------------------------------------------------------------------------------
 
-enum class BadName { kNone, kNull, kEmpty };
+// Names as the bulk methods take them: an array of pointers, nullptr standing for a null name.
+struct NameArray {
+  explicit NameArray(const std::vector<const wchar_t*>& names) {
+    for (const wchar_t* n : names) storage.emplace_back(n != nullptr ? n : L"");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      pointers.push_back(names[i] != nullptr ? storage[i].data() : nullptr);
+    }
+  }
+  std::vector<std::wstring> storage;
+  std::vector<LPOLESTR> pointers;
+};
 
 struct PutMultipleCase {
   const char* name;
-  ULONG bad_index;
-  BadName bad;
-  HRESULT hr;
+  ULONG bad_index;  // 120: none
+  const wchar_t* bad;
 };
 
 class DictionaryPutMultipleTest : public ::testing::TestWithParam<PutMultipleCase> {};
@@ -175,26 +184,21 @@ TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
   constexpr ULONG kCount = 120;
   const PutMultipleCase& c = GetParam();
   std::vector<std::wstring> names;
-  std::vector<LPOLESTR> pointers;
   std::vector<Variant> values;
   for (ULONG i = 0; i < kCount; ++i) {
     names.push_back(L"Meta.Item" + std::to_wstring(i));
     values.push_back(Variant::I4(static_cast<LONG>(i)));
   }
-  std::wstring empty;
-  for (ULONG i = 0; i < kCount; ++i) {
-    LPOLESTR p = names[i].data();
-    if (c.bad != BadName::kNone && i == c.bad_index) {
-      p = c.bad == BadName::kNull ? nullptr : empty.data();
-    }
-    pointers.push_back(p);
-  }
+  std::vector<const wchar_t*> given;
+  for (ULONG i = 0; i < kCount; ++i) given.push_back(i == c.bad_index ? c.bad : names[i].c_str());
+  NameArray array(given);
   std::vector<VARIANT> raw;
   for (Variant& v : values) raw.push_back(v.ref());
 
   ComPtr<IDictionary> dictionary = MakeDictionary();
-  EXPECT_EQ(dictionary->PutMultiple(kCount, pointers.data(), raw.data()), c.hr);
-  const ULONG stored = c.bad == BadName::kNone ? kCount : c.bad_index;
+  EXPECT_EQ(dictionary->PutMultiple(kCount, array.pointers.data(), raw.data()),
+            c.bad_index == kCount ? S_OK : E_INVALIDARG);
+  const ULONG stored = c.bad_index;
   EXPECT_EQ(CountOf(dictionary.Get()), static_cast<LONG>(stored));
   for (ULONG i = 0; i < kCount; ++i) {
     Variant value;
@@ -209,11 +213,8 @@ TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
 }
 
 const PutMultipleCase kPutMultipleCases[] = {
-    {"AllGood", 0, BadName::kNone, S_OK},
-    {"NullFirst", 0, BadName::kNull, E_INVALIDARG},
-    {"NullInTheMiddle", 60, BadName::kNull, E_INVALIDARG},
-    {"EmptyInTheMiddle", 61, BadName::kEmpty, E_INVALIDARG},
-    {"EmptyLast", 119, BadName::kEmpty, E_INVALIDARG},
+    {"AllGood", 120, nullptr},     {"NullFirst", 0, nullptr}, {"NullInTheMiddle", 60, nullptr},
+    {"EmptyInTheMiddle", 61, L""}, {"EmptyLast", 119, L""},
 };
 
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutMultipleTest, ::testing::ValuesIn(kPutMultipleCases),
@@ -341,12 +342,8 @@ TEST_P(DictionaryGetMultipleTest, ReadsAllOrNothing) {
   ASSERT_EQ(Put(dictionary.Get(), L"b", Variant::String(L"vb")), S_OK);
   ASSERT_EQ(Put(dictionary.Get(), L"c", Variant::String(L"vc")), S_OK);
 
-  std::vector<std::wstring> storage;
-  for (const wchar_t* n : c.names) storage.emplace_back(n != nullptr ? n : L"");
-  std::vector<LPOLESTR> names;
-  for (std::size_t i = 0; i < c.names.size(); ++i) {
-    names.push_back(c.names[i] != nullptr ? storage[i].data() : nullptr);
-  }
+  NameArray array(c.names);
+  std::vector<LPOLESTR>& names = array.pointers;
   // Slots start as garbage-free integers so a slot left untouched is visible.
   std::vector<Variant> out(names.size());
   for (Variant& v : out) v = Variant::I4(-1);

@@ -4,57 +4,34 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
+#include "com/test_data_rows.h"
 #include "rules/rule_set_error.h"
 #include "support/fake_elements.h"
 
 namespace lmk {
 namespace {
 
-struct RefusalCase {
-  const char* name;
-  const wchar_t* key;
-  ElementRole list;
-  const wchar_t* message;
-};
-
-const RefusalCase kRefusals[] = {
-    {"UnknownKind", L"Condition.Colour", ElementRole::Condition,
-     L"Unknown rule element 'Condition.Colour'"},
-    {"NoPrefix", L"FileType", ElementRole::Condition, L"Unknown rule element 'FileType'"},
-    {"PrefixOnly", L"Action.", ElementRole::Action, L"Unknown rule element 'Action.'"},
-    {"ProductActionNotAvailable", L"action.ftpupload", ElementRole::Action,
-     L"the element 'Action.FTPUpload' is not available in this version"},
-    {"ProductExceptionNotAvailable", L"Exception.Xmp.Rating", ElementRole::Exception,
-     L"the element 'Exception.Xmp.Rating' is not available in this version"},
-    {"ConditionAmongExceptions", L"Condition.FakeA", ElementRole::Exception,
-     L"'Condition.FakeA' cannot stand among the exceptions of a rule; write "
-     L"'Exception.FakeA'"},
-    {"ExceptionAmongConditions", L"Exception.FakeA", ElementRole::Condition,
-     L"'Exception.FakeA' cannot stand among the conditions of a rule; write "
-     L"'Condition.FakeA'"},
-    {"ActionAmongConditions", L"Action.FakeA", ElementRole::Condition,
-     L"'Action.FakeA' cannot stand among the conditions of a rule; write it among the "
-     L"actions"},
-    {"ConditionAmongActions", L"Condition.FakeA", ElementRole::Action,
-     L"'Condition.FakeA' cannot stand among the actions of a rule; write it among the "
-     L"conditions or the exceptions"},
-};
-
-class RegistryRefusalTest : public ::testing::TestWithParam<RefusalCase> {};
+class RegistryRefusalTest : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(RegistryRefusalTest, RefusesWithAMessageNamingTheKey) {
-  const RefusalCase& c = GetParam();
+  const test::DataRow& f = GetParam().f;
+  const std::map<std::string, ElementRole> lists = {{"Condition", ElementRole::Condition},
+                                                    {"Exception", ElementRole::Exception},
+                                                    {"Action", ElementRole::Action}};
   const auto registry = test::MakeFakeRegistry(true);
   try {
-    registry->CreateForList(c.key, c.list);
+    registry->CreateForList(test::Widen(f[0]), lists.at(f[1]));
     FAIL() << "accepted";
   } catch (const CRuleSetError& error) {
-    EXPECT_EQ(error.message(), c.message);
+    EXPECT_EQ(error.message(), test::Widen(f[2]));
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Refusals, RegistryRefusalTest, ::testing::ValuesIn(kRefusals),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Refusals, RegistryRefusalTest,
+                         ::testing::ValuesIn(test::NamedRows("element_refusals.txt", "", 4)),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(ElementRegistryTest, CreatesExceptionsWithTheExceptionBit) {
   const auto registry = test::MakeFakeRegistry(false);

@@ -4,131 +4,71 @@
 
 #include <gtest/gtest.h>
 
+#include "com/test_data_rows.h"
+
 namespace lmk {
 namespace {
 
-struct CompareCase {
-  const char* name;
-  const wchar_t* text;
-  bool allowNotSet;
-  int expected;  // 0 = refused
-};
+// The rows of tests/data/param_forms.txt of one kind; f[0] is the text read.
+std::vector<test::NamedRow> Forms(const char* kind) {
+  return test::NamedRows("param_forms.txt", kind, 5);
+}
 
-const CompareCase kCompareCases[] = {
-    {"Equal", L"=", false, 1},
-    {"DoubleEqual", L"==", false, 1},
-    {"NotEqual", L"<>", false, 2},
-    {"BangEqual", L"!=", false, 2},
-    {"Less", L" < ", false, 3},
-    {"LessOrEqual", L"<=", false, 4},
-    {"Greater", L">", false, 5},
-    {"GreaterOrEqual", L">=", false, 6},
-    {"Words", L"Greater Than Or Equal To", false, 6},
-    {"NotSet", L"not set", true, 15},
-    {"NotSetRefusedWhereNotAllowed", L"not set", false, 0},
-    {"Reversed", L"=>", false, 0},
-    {"Empty", L"", true, 0},
-};
+const auto kName = [](const auto& i) { return i.param.name; };
 
-class CompareOpTest : public ::testing::TestWithParam<CompareCase> {};
+class CompareOpTest : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(CompareOpTest, ReadsTheOperatorCode) {
-  const CompareCase& c = GetParam();
-  const auto parsed = ParseCompareOp(c.text, c.allowNotSet);
-  if (c.expected == 0) {
+  const int expected = std::stoi(GetParam().f[2]);
+  const auto parsed = ParseCompareOp(test::Widen(GetParam().f[0]), GetParam().f[1] == "1");
+  if (expected == 0) {
     EXPECT_FALSE(parsed);
     EXPECT_NE(parsed.why.find(L"<>"), std::wstring::npos) << "the reason lists the operators";
   } else {
     ASSERT_TRUE(parsed);
-    EXPECT_EQ(static_cast<int>(*parsed.value), c.expected);
+    EXPECT_EQ(static_cast<int>(*parsed.value), expected);
     EXPECT_EQ(ParseCompareOp(FormatCompareOp(*parsed.value), true).value, parsed.value);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Operators, CompareOpTest, ::testing::ValuesIn(kCompareCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Operators, CompareOpTest, ::testing::ValuesIn(Forms("compare")), kName);
 
-struct DateCase {
-  const char* name;
-  const wchar_t* text;
-  bool ok;
-  std::int64_t fileTime;
-  const wchar_t* written;
-};
-
-const DateCase kDateCases[] = {
-    {"Epoch", L"1601-01-01", true, 0, L"1601-01-01"},
-    {"UnixEpoch", L"1970-01-01", true, 116444736000000000, L"1970-01-01"},
-    {"LeapDayWithTime", L"2024-02-29T13:45:30", true, 133536879300000000, L"2024-02-29T13:45:30"},
-    {"BlankSeparatorAndNoSeconds", L"2024-02-29 13:45", true, 133536879000000000,
-     L"2024-02-29T13:45:00"},
-    {"NoLeapDay", L"2023-02-29", false, 0, nullptr},
-    {"Century1900NotLeap", L"1900-02-29", false, 0, nullptr},
-    {"Year2000Leap", L"2000-02-29", true, 125962560000000000, L"2000-02-29"},
-    {"BeforeFileTimes", L"1600-12-31", false, 0, nullptr},
-    {"Month13", L"2024-13-01", false, 0, nullptr},
-    {"Hour24", L"2024-01-01T24:00:00", false, 0, nullptr},
-    {"TimeZoneNotAccepted", L"2024-01-01T10:00:00Z", false, 0, nullptr},
-    {"DayFirst", L"17.05.2024", false, 0, nullptr},
-};
-
-class IsoDateTest : public ::testing::TestWithParam<DateCase> {};
+class IsoDateTest : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(IsoDateTest, ReadsCalendarTimeAsFileTime) {
-  const DateCase& c = GetParam();
-  const auto parsed = ParseIsoDate(c.text);
-  ASSERT_EQ(parsed.value.has_value(), c.ok) << std::string(parsed.why.begin(), parsed.why.end());
-  if (!c.ok) return;
-  EXPECT_EQ(*parsed.value, c.fileTime);
-  EXPECT_EQ(FormatIsoDate(*parsed.value), c.written);
+  const bool ok = !GetParam().f[1].empty();
+  const auto parsed = ParseIsoDate(test::Widen(GetParam().f[0]));
+  ASSERT_EQ(parsed.value.has_value(), ok) << std::string(parsed.why.begin(), parsed.why.end());
+  if (!ok) return;
+  EXPECT_EQ(*parsed.value, std::stoll(GetParam().f[1]));
+  EXPECT_EQ(FormatIsoDate(*parsed.value), test::Widen(GetParam().f[2]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Dates, IsoDateTest, ::testing::ValuesIn(kDateCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Dates, IsoDateTest, ::testing::ValuesIn(Forms("date")), kName);
 
-struct SizeCase {
-  const char* name;
-  const wchar_t* text;
-  bool ok;
-  std::uint64_t bytes;
-  std::uint32_t unit;
-  const wchar_t* written;
-};
-
-const SizeCase kSizeCases[] = {
-    {"PlainBytes", L"123", true, 123, 0, L"123 bytes"},
-    {"Megabytes", L"10 MB", true, 10485760, 2, L"10 MB"},
-    {"NoBlankLowerCase", L"1.5gb", true, 1610612736, 3, L"1.5 GB"},
-    {"Kibibytes", L"2 KiB", true, 2048, 1, L"2 KB"},
-    {"Terabyte", L"1 TB", true, 1099511627776ull, 4, L"1 TB"},
-    {"FractionOfAByteRounds", L"0.1 KB", true, 102, 1, L"0.099609375 KB"},
-    {"Negative", L"-1 MB", false, 0, 0, nullptr},
-    {"UnknownUnit", L"5 parsecs", false, 0, 0, nullptr},
-    {"NoNumber", L"MB", false, 0, 0, nullptr},
-};
-
-class SizeTest : public ::testing::TestWithParam<SizeCase> {};
+class SizeTest : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(SizeTest, ReadsBytesAndUnit) {
-  const SizeCase& c = GetParam();
-  const auto parsed = ParseSize(c.text);
-  ASSERT_EQ(parsed.value.has_value(), c.ok);
-  if (!c.ok) {
+  const bool ok = !GetParam().f[1].empty();
+  const auto parsed = ParseSize(test::Widen(GetParam().f[0]));
+  ASSERT_EQ(parsed.value.has_value(), ok);
+  if (!ok) {
     EXPECT_NE(parsed.why.find(L"MB"), std::wstring::npos) << "the reason names the units";
     return;
   }
-  EXPECT_EQ(parsed.value->bytes, c.bytes);
-  EXPECT_EQ(parsed.value->unit, c.unit);
+  const std::uint64_t bytes = std::stoull(GetParam().f[1]);
+  const auto unit = static_cast<std::uint32_t>(std::stoul(GetParam().f[2]));
+  EXPECT_EQ(parsed.value->bytes, bytes);
+  EXPECT_EQ(parsed.value->unit, unit);
   const std::wstring written = FormatSize(*parsed.value);
-  EXPECT_EQ(written, c.written);
+  EXPECT_EQ(written, test::Widen(GetParam().f[3]));
   const auto again = ParseSize(written);
   ASSERT_TRUE(again);
-  EXPECT_EQ(again.value->bytes, c.bytes);
-  EXPECT_EQ(again.value->unit, c.unit);
+  EXPECT_EQ(again.value->bytes, bytes);
+  EXPECT_EQ(again.value->unit, unit);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, SizeTest, ::testing::ValuesIn(kSizeCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Sizes, SizeTest, ::testing::ValuesIn(Forms("size")), kName);
 
 const ParamUnit kDistance[] = {{L"m", 1}, {L"km", 1000}, {L"naut. mi", 1852, L"nmi"}};
 

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
+#include "com/test_data_rows.h"
 #include "rules/action_error_mode.h"
 #include "rules/rule_engine.h"
 #include "rules/rule_set_error.h"
@@ -33,54 +36,30 @@ std::string Calls(const std::vector<std::shared_ptr<CFakeCondition>>& list) {
   return calls;
 }
 
-struct SelectionCase {
-  const char* name;
-  const char* conditions;
-  BYTE conditionMode;
-  const char* exceptions;
-  BYTE exceptionMode;
-  HRESULT expected;
-  const char* conditionCalls;
-  const char* exceptionCalls;
-};
-
-const SelectionCase kSelections[] = {
-    {"NothingAppliesToEveryFile", "", kModeAll, "", kModeAny, S_OK, "", ""},
-    {"NothingAppliesInAnyModeToo", "", kModeAny, "", kModeAll, S_OK, "", ""},
-    {"AllHold", "TTT", kModeAll, "", kModeAny, S_OK, "111", ""},
-    {"AllStopsAtFirstFalse", "TFT", kModeAll, "", kModeAny, S_FALSE, "110", ""},
-    {"AnyStopsAtFirstTrue", "FTF", kModeAny, "", kModeAny, S_OK, "110", ""},
-    {"AnyNoneHolds", "FFF", kModeAny, "", kModeAny, S_FALSE, "111", ""},
-    {"AnyExceptionVetoes", "T", kModeAll, "FTF", kModeAny, S_FALSE, "1", "110"},
-    {"AnyExceptionNoneHolds", "T", kModeAll, "FF", kModeAny, S_OK, "1", "11"},
-    {"AllExceptionsVeto", "T", kModeAll, "TT", kModeAll, S_FALSE, "1", "11"},
-    {"AllExceptionsFirstFalseEndsWithoutVeto", "T", kModeAll, "FTT", kModeAll, S_OK, "1", "100"},
-    {"ExceptionsAloneCanVeto", "", kModeAll, "T", kModeAny, S_FALSE, "", "1"},
-    {"NotAppliedSkipsExceptions", "F", kModeAll, "T", kModeAny, S_FALSE, "1", "0"},
-    {"FailureEndsEvaluation", "TET", kModeAll, "T", kModeAny, E_FAIL, "110", "0"},
-    {"FailingExceptionEndsEvaluation", "T", kModeAll, "FE", kModeAny, E_FAIL, "1", "11"},
-    {"ThrowingConditionGivesEPointer", "XT", kModeAny, "", kModeAny, E_POINTER, "10", ""},
-    {"InvalidConditionModeFails", "T", 7, "", kModeAny, E_UNEXPECTED, "0", ""},
-};
-
-class SelectionTest : public ::testing::TestWithParam<SelectionCase> {};
+class SelectionTest : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(SelectionTest, ModesDecideAndStopAtTheDecidingElement) {
-  const SelectionCase& c = GetParam();
+  const test::DataRow& f = GetParam().f;
+  const std::map<std::string, HRESULT> results = {{"S_OK", S_OK},
+                                                  {"S_FALSE", S_FALSE},
+                                                  {"E_FAIL", E_FAIL},
+                                                  {"E_POINTER", E_POINTER},
+                                                  {"E_UNEXPECTED", E_UNEXPECTED}};
   CRule rule(L"rule");
-  rule.SetConditionMode(c.conditionMode);
-  rule.SetExceptionMode(c.exceptionMode);
-  const auto conditions = MakeConditions(c.conditions);
-  const auto exceptions = MakeConditions(c.exceptions);
+  rule.SetConditionMode(static_cast<BYTE>(std::stoi(f[1])));
+  rule.SetExceptionMode(static_cast<BYTE>(std::stoi(f[3])));
+  const auto conditions = MakeConditions(f[0]);
+  const auto exceptions = MakeConditions(f[2]);
   for (const auto& e : conditions) rule.AddCondition(e);
   for (const auto& e : exceptions) rule.AddException(e);
-  EXPECT_EQ(rule.EvaluateSelection(nullptr), c.expected);
-  EXPECT_EQ(Calls(conditions), c.conditionCalls);
-  EXPECT_EQ(Calls(exceptions), c.exceptionCalls);
+  EXPECT_EQ(rule.EvaluateSelection(nullptr), results.at(f[4]));
+  EXPECT_EQ(Calls(conditions), f[5]);
+  EXPECT_EQ(Calls(exceptions), f[6]);
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, SelectionTest, ::testing::ValuesIn(kSelections),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Modes, SelectionTest,
+                         ::testing::ValuesIn(test::NamedRows("rule_selections.txt", "", 8)),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(RuleTest, RefusesAnElementKeyTwiceInOneRule) {
   CRule rule(L"r");

@@ -8,6 +8,7 @@
 #include <map>
 #include <string>
 
+#include "com/test_data_rows.h"
 #include "platform/module_path.h"
 #include "shell/lumarko_plugin.h"
 #include "shell/module_exports.h"
@@ -119,59 +120,34 @@ class RegistrationTest : public ::testing::Test {
   Snapshot machineBefore_;
 };
 
-// Every entry registration writes, as (key below Software\Classes, value name, value).
-struct Entry {
-  std::wstring key;
-  std::wstring name;
-  std::wstring value;
-};
-
-std::vector<Entry> ExpectedEntries(const std::wstring& module) {
-  const std::wstring plugin = L"CLSID\\" + GuidText(CLSID_FileUtilities);
-  const std::wstring typeLib = GuidText(LIBID_LmkFileUtilities);
-  const std::wstring moduleFile = module.substr(module.find_last_of(L'/') + 1);
-  return {
-      {L"Component Categories\\" + GuidText(CATID_LumarkoPlugins), L"0", L"Lumarko Plugins"},
-      {L"AppID\\" + GuidText(APPID_FileUtilities), L"", L"Lumarko FileUtilities Plugin"},
-      {L"AppID\\" + moduleFile, L"AppID", GuidText(APPID_FileUtilities)},
-      {plugin, L"", L"Lumarko FileUtilities Plugin"},
-      {plugin + L"\\InprocServer32", L"", module},
-      {plugin + L"\\InprocServer32", L"ThreadingModel", L"Both"},
-      {plugin + L"\\ProgID", L"", L"Lumarko.Plugin.FileUtilities.1"},
-      {plugin + L"\\VersionIndependentProgID", L"", L"Lumarko.Plugin.FileUtilities"},
-      {plugin + L"\\Programmable", L"<key>", L""},
-      {plugin + L"\\TypeLib", L"", typeLib},
-      {plugin + L"\\Implemented Categories\\" + GuidText(CATID_LumarkoPlugins), L"<key>", L""},
-      {L"CLSID\\" + GuidText(CLSID_ScriptEngine), L"", L"Lumarko FileUtilities Script Engine"},
-      {L"CLSID\\" + GuidText(CLSID_ScriptEngine) + L"\\InprocServer32", L"ThreadingModel", L"Both"},
-      {L"CLSID\\" + GuidText(CLSID_ScriptEngine) + L"\\ProgID", L"",
-       L"Lumarko.Plugin.FileUtilities.ScriptEngine.1"},
-      {L"CLSID\\{2966F71C-0245-4532-A2F1-E2D8158D95C1}", L"",
-       L"Lumarko FileUtilities Dictionary Class"},
-      {L"CLSID\\{2966F71C-0245-4532-A2F1-E2D8158D95C1}\\VersionIndependentProgID", L"",
-       L"Lumarko.Plugin.FileUtilities.Dictionary"},
-      {L"CLSID\\{2966F71C-0245-4532-A2F1-E2D8158D95C1}\\Programmable", L"<key>", L""},
-      {L"Lumarko.Plugin.FileUtilities.1\\CLSID", L"", GuidText(CLSID_FileUtilities)},
-      {L"Lumarko.Plugin.FileUtilities", L"", L"Lumarko FileUtilities Plugin"},
-      {L"Lumarko.Plugin.FileUtilities\\CLSID", L"", GuidText(CLSID_FileUtilities)},
-      {L"Lumarko.Plugin.FileUtilities\\CurVer", L"", L"Lumarko.Plugin.FileUtilities.1"},
-      {L"Lumarko.Plugin.FileUtilities.Dictionary\\CurVer", L"",
-       L"Lumarko.Plugin.FileUtilities.Dictionary.1"},
-      {L"Lumarko.Plugin.FileUtilities.ScriptEngine.1\\CLSID", L"", GuidText(CLSID_ScriptEngine)},
-      {L"TypeLib\\" + typeLib + L"\\1.0", L"", L"Lumarko FileUtilities 1.0 Type Library"},
-  };
-}
-
+// Checks every entry of tests/data/registration_entries.txt, its placeholders filled in.
 void ExpectEntries(const Snapshot& snapshot, const std::wstring& module) {
-  for (const Entry& entry : ExpectedEntries(module)) {
-    const std::wstring key = FoldSettingsName(L"Software\\Classes\\" + entry.key) + L"|" +
-                             (entry.name == L"<key>" ? L"<key>" : FoldSettingsName(entry.name));
+  const std::map<std::wstring, std::wstring> fills = {
+      {L"{CATID}", GuidText(CATID_LumarkoPlugins)},
+      {L"{APPID}", GuidText(APPID_FileUtilities)},
+      {L"{PLUGIN}", GuidText(CLSID_FileUtilities)},
+      {L"{ENGINE}", GuidText(CLSID_ScriptEngine)},
+      {L"{TYPELIB}", GuidText(LIBID_LmkFileUtilities)},
+      {L"{MODULE}", module},
+      {L"{MODULEFILE}", module.substr(module.find_last_of(L'/') + 1)}};
+  auto fill = [&](const std::string& text) {
+    std::wstring out = test::Widen(text);
+    for (const auto& [name, value] : fills) {
+      for (size_t at; (at = out.find(name)) != std::wstring::npos;)
+        out.replace(at, name.size(), value);
+    }
+    return out;
+  };
+  for (const test::DataRow& row : test::DataRows("registration_entries.txt", "", 3)) {
+    const std::wstring name = fill(row[1]);
+    const std::wstring key = FoldSettingsName(L"Software\\Classes\\" + fill(row[0])) + L"|" +
+                             (name == L"<key>" ? name : FoldSettingsName(name));
     auto found = snapshot.find(key);
     if (found == snapshot.end()) {
       ADD_FAILURE() << "missing " << testing::PrintToString(key);
       continue;
     }
-    EXPECT_EQ(found->second, entry.value) << testing::PrintToString(key);
+    EXPECT_EQ(found->second, fill(row[2])) << testing::PrintToString(key);
   }
 }
 

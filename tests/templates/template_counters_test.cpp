@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "com/test_data_rows.h"
 #include "platform/settings_store.h"
 #include "settings_fixture.h"
 #include "templates/template_expander.h"
@@ -32,43 +33,22 @@ std::wstring Expand(const std::wstring& templ, TemplateContext* context = nullpt
   return result;
 }
 
-struct CounterCase {
-  const char* name;
-  const wchar_t* value_name;
-  uint32_t stored;
-  std::wstring templ;
-  std::wstring shown;
-  uint32_t stored_after;
-};
-
-class Counter : public ::testing::TestWithParam<CounterCase> {};
+class Counter : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(Counter, ShowsAndAdvances) {
   test::ScopedConfigDir config;
-  const CounterCase& c = GetParam();
-  ASSERT_EQ(UserStore()->SetValue(TemplateCounters::kKey, c.value_name, RegValue::Dword(c.stored)),
+  const test::DataRow& f = GetParam().f;
+  const std::wstring name = test::Widen(f[0]);
+  ASSERT_EQ(UserStore()->SetValue(TemplateCounters::kKey, name,
+                                  RegValue::Dword(static_cast<uint32_t>(std::stoul(f[1])))),
             S_OK);
-  EXPECT_EQ(Expand(c.templ), c.shown);
-  EXPECT_EQ(Stored(c.value_name), c.stored_after);
+  EXPECT_EQ(Expand(test::Widen(f[2])), test::Widen(f[3]));
+  EXPECT_EQ(Stored(name.c_str()), std::stoul(f[4]));
 }
 
-const CounterCase kCounters[] = {
-    {"IncrementPlain", L"AutoIncrementValue", 41, L"{AutoIncrement}", L"41", 42},
-    {"IncrementHex4", L"AutoIncrementValue", 255, L"{AutoIncrement:1}", L"00ff", 256},
-    {"IncrementPadded", L"AutoIncrementValue", 7, L"{AutoIncrement:4}", L"0007", 8},
-    {"IncrementHex8", L"AutoIncrementValue", 255, L"{AutoIncrement:9}", L"000000ff", 256},
-    {"IncrementWraps", L"AutoIncrementValue", 0xFFFFFFFF, L"{AutoIncrement}", L"4294967295", 0},
-    {"CycleOneAfterNine", L"AutoCycleValue1", 9, L"{AutoCycle:1}", L"9", 0},
-    {"CycleTwoWraps", L"AutoCycleValue2", 99, L"{AutoCycle:2}", L"99", 0},
-    {"CycleTwoPadded", L"AutoCycleValue2", 5, L"{AutoCycle:2}", L"05", 6},
-    {"CycleZeroCounts", L"AutoCycleValue0", 12345, L"{AutoCycle}", L"12345", 12346},
-    {"CycleStoredBeyondModulus", L"AutoCycleValue2", 1234, L"{AutoCycle:2}", L"34", 35},
-    {"CycleClampedToNine", L"AutoCycleValue9", 3, L"{AutoCycle:12}", L"000000003", 4},
-    {"TwoTokensTwoValues", L"AutoIncrementValue", 1, L"{AutoIncrement}-{AutoIncrement}", L"1-2", 3},
-};
-
-INSTANTIATE_TEST_SUITE_P(Templates, Counter, ::testing::ValuesIn(kCounters),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Templates, Counter,
+                         ::testing::ValuesIn(test::NamedRows("template_counters.txt")),
+                         [](const auto& info) { return info.param.name; });
 
 TEST(CounterTest, AbsentCounterStartsAtZero) {
   test::ScopedConfigDir config;
@@ -104,6 +84,8 @@ TEST(CounterTest, RolledBackTransactionLeavesCounter) {
 
 TEST(CounterTest, EightThreadsNeverShareAValue) {
   test::ScopedConfigDir config;
+  // Held open as a run holds it, so that each expansion does not reopen the database.
+  const std::shared_ptr<SettingsStore> store = UserStore();
   constexpr int kThreads = 8;
   constexpr int kPerThread = 1000;
   std::vector<std::vector<std::wstring>> seen(kThreads);

@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <stdexcept>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "com/test_data_rows.h"
 #include "record_fixture.h"
 #include "support/temp_dir.h"
 #include "templates/regex_cache.h"
@@ -18,46 +19,19 @@ namespace {
 using test::Fields;
 using test::MakeRecord;
 
+// The record of tests/data/standard_record.txt, each value converted from its text.
 Fields StandardFields() {
-  return {
-      {L"File.PathNoExt", Variant::String(L"C:\\Photos\\Trip 2024\\my_holiday-pic~01")},
-      {L"File.Name", Variant::String(L"C:\\Photos\\Trip 2024\\my_holiday-pic~01.jpg")},
-      {L"File.Extensions", Variant::String(L"jpg")},
-      {L"File.DisplayExtensions", Variant::String(L"Jpg")},
-      {L"File.Size", Variant::UI4(1239040)},
-      {L"File.HashCode64", Variant::I8(0x0123456789ABCDEF)},
-      {L"File.LastWriteTimeFT", Variant::I8(test::kNewYearsEve)},
-      {L"Meta.DateTakenFT", Variant::I8(test::kMarch7)},
-      {L"Image.Height", Variant::UI4(3000)},
-      {L"Image.Width", Variant::UI4(4000)},
-      {L"Image.BPP", Variant::UI1(24)},
-      {L"Image.Index", Variant::UI4(42)},
-      {L"Misc.MultiFramesFlag", Variant::Bool(false)},
-      {L"Misc.TotalFrames", Variant::UI2(1)},
-      {L"Misc.CopiedFlag", Variant::Bool(true)},
-      {L"Misc.MarkedForPublishingFlag", Variant::Bool(false)},
-      {L"Meta.CameraModel", Variant::String(L"EOS R5")},
-      {L"Meta.CameraMake", Variant::String(L"Maker")},
-      {L"Meta.Comment", Variant::String(L"")},
-      {L"Meta.ExposureBias", Variant::R4(-0.7f)},
-      {L"Meta.FNumber", Variant::R4(2.8f)},
-      {L"Meta.FocalLength", Variant::R4(50.4f)},
-      {L"Meta.SubjectDistance", Variant::R4(3.5f)},
-      {L"Meta.FocalLengthInFilm", Variant::UI2(75)},
-      {L"Meta.ISOSpeed", Variant::UI4(400)},
-      {L"Meta.ExposureTime", Variant::R4(0.004f)},
-      {L"Meta.XMP.Rating", Variant::I2(3)},
-      {L"Meta.XMP.Label", Variant::I2(2)},
-      {L"Meta.Photoshop.Urgency", Variant::I2(-1)},
-      {L"Meta.Flash", Variant::UI2(1)},
-      {L"Meta.FileNumber", Variant::UI4(42)},
-      {L"Meta.FolderNumber", Variant::UI4(7)},
-      {L"App.Version", Variant::String(L"1.0.0")},
-  };
+  const std::map<std::string, VARTYPE> types = {{"BSTR", VT_BSTR}, {"UI1", VT_UI1},  {"I2", VT_I2},
+                                                {"UI2", VT_UI2},   {"UI4", VT_UI4},  {"I8", VT_I8},
+                                                {"R4", VT_R4},     {"BOOL", VT_BOOL}};
+  Fields fields;
+  for (const test::DataRow& row : test::DataRows("standard_record.txt", "", 3)) {
+    Variant value = Variant::String(test::Widen(row[2]));
+    ThrowIfFailed(value.ChangeType(types.at(row[1])));
+    fields.emplace_back(test::Widen(row[0]), std::move(value));
+  }
+  return fields;
 }
-
-// The data file is ASCII.
-std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
 struct Case {
   std::string name;
@@ -75,14 +49,9 @@ TEST_P(ExpandCase, GivesExpectedText) {
 }
 
 std::vector<Case> Cases() {
-  std::ifstream in(LMK_TEST_DATA_DIR "/template_expansions.txt");
-  if (!in) throw std::runtime_error("cannot read " LMK_TEST_DATA_DIR "/template_expansions.txt");
   std::vector<Case> cases;
-  for (std::string line; std::getline(in, line);) {
-    if (line.empty() || line[0] == '#') continue;
-    const size_t tab1 = line.find('\t'), tab2 = line.find('\t', tab1 + 1);
-    cases.push_back({line.substr(0, tab1), Widen(line.substr(tab1 + 1, tab2 - tab1 - 1)),
-                     Widen(line.substr(tab2 + 1))});
+  for (const test::DataRow& row : test::DataRows("template_expansions.txt", "", 3, '\t')) {
+    cases.push_back({row[0], test::Widen(row[1]), test::Widen(row[2])});
   }
   return cases;
 }
