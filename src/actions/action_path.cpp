@@ -4,6 +4,8 @@
 #include <cwctype>
 #include <vector>
 
+#include "rules/element_key.h"
+
 namespace lmk {
 namespace {
 
@@ -46,16 +48,6 @@ std::vector<std::wstring_view> Names(std::wstring_view path, PathStyle style) {
     at = end + 1;
   }
   return names;
-}
-
-bool EqualNoCase(std::wstring_view a, std::wstring_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::towlower(static_cast<wint_t>(a[i])) != std::towlower(static_cast<wint_t>(b[i]))) {
-      return false;
-    }
-  }
-  return true;
 }
 
 std::wstring_view WithoutTrailingSeparators(std::wstring_view path, PathStyle style) {
@@ -192,10 +184,10 @@ std::wstring HierarchyBelow(std::wstring_view imageFolder, std::wstring_view ima
   const std::vector<std::wstring_view> images = Names(imagesFolder, style);
   std::size_t shared = 0;
   // Different roots (two drives, a network path and a local one) share nothing.
-  const bool sameRoot = EqualNoCase(imageFolder.substr(0, RootLength(imageFolder, style)),
-                                    imagesFolder.substr(0, RootLength(imagesFolder, style)));
+  const bool sameRoot = EqualsNoCase(imageFolder.substr(0, RootLength(imageFolder, style)),
+                                     imagesFolder.substr(0, RootLength(imagesFolder, style)));
   while (sameRoot && shared < image.size() && shared < images.size() &&
-         (style == PathStyle::Windows ? EqualNoCase(image[shared], images[shared])
+         (style == PathStyle::Windows ? EqualsNoCase(image[shared], images[shared])
                                       : image[shared] == images[shared])) {
     ++shared;
   }
@@ -208,13 +200,13 @@ std::wstring HierarchyBelow(std::wstring_view imageFolder, std::wstring_view ima
 }
 
 bool SameFolderText(std::wstring_view a, std::wstring_view b, PathStyle style) {
-  return EqualNoCase(WithoutTrailingSeparators(a, style), WithoutTrailingSeparators(b, style));
+  return EqualsNoCase(WithoutTrailingSeparators(a, style), WithoutTrailingSeparators(b, style));
 }
 
 bool FolderHolds(std::wstring_view folder, std::wstring_view path, PathStyle style) {
   if (!IsAbsolutePath(folder, style) || !IsAbsolutePath(path, style)) return false;
   const auto same = [style](std::wstring_view a, std::wstring_view b) {
-    return style == PathStyle::Windows ? EqualNoCase(a, b) : a == b;
+    return style == PathStyle::Windows ? EqualsNoCase(a, b) : a == b;
   };
   const std::size_t folderRoot = RootLength(folder, style);
   const std::size_t pathRoot = RootLength(path, style);

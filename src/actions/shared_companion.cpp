@@ -1,7 +1,6 @@
 // Finding the other users of a companion, under the process-wide lock of those decisions.
 #include "actions/shared_companion.h"
 
-#include <cwctype>
 #include <vector>
 
 #include "actions/action_failure.h"
@@ -15,6 +14,7 @@
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
 #include "platform/folder_names.h"
+#include "rules/element_key.h"
 
 namespace lmk {
 namespace {
@@ -24,18 +24,8 @@ std::mutex& DecisionLock() {
   return lock;
 }
 
-bool EqualNoCase(std::wstring_view a, std::wstring_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (std::towlower(static_cast<wint_t>(a[i])) != std::towlower(static_cast<wint_t>(b[i]))) {
-      return false;
-    }
-  }
-  return true;
-}
-
 bool IsCompanionExtension(std::wstring_view extension) {
-  return EqualNoCase(extension, L".xmp") || EqualNoCase(extension, L".wav");
+  return EqualsNoCase(extension, L".xmp") || EqualsNoCase(extension, L".wav");
 }
 
 // A picture of the companion's base name in its folder, other than image; empty when none.
@@ -55,7 +45,7 @@ std::wstring UserInFolder(const CompanionFile& companion, std::wstring_view imag
   for (const std::wstring& other : names) {
     const std::wstring_view extension = ExtensionOf(other, kStyle);
     if (extension.empty() || IsCompanionExtension(extension) || other == imageName ||
-        !EqualNoCase(std::wstring_view(other).substr(0, other.size() - extension.size()), base)) {
+        !EqualsNoCase(std::wstring_view(other).substr(0, other.size() - extension.size()), base)) {
       continue;
     }
     std::wstring user = JoinPaths(folder, other, kStyle);
