@@ -2,11 +2,27 @@
 #include "templates/template_scanner.h"
 
 #include <algorithm>
+#include <cwctype>
 
 #include "templates/expansion_call.h"
 #include "templates/variable_dispatcher.h"
 
 namespace lmk {
+namespace {
+
+bool IsUserDefined(std::wstring_view token) {
+  constexpr std::wstring_view kPrefix = L"{UserDefined:";
+  if (token.size() < kPrefix.size()) return false;
+  for (size_t i = 0; i < kPrefix.size(); ++i) {
+    if (std::towlower(static_cast<wint_t>(token[i])) !=
+        std::towlower(static_cast<wint_t>(kPrefix[i]))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
 
 size_t TemplateScanner::TokenLength(std::wstring_view text) {
   size_t depth = 0;
@@ -66,8 +82,10 @@ void TemplateScanner::Expand(std::wstring_view text, ExpansionCall& call, std::w
     const size_t start = out->size();
     if (!VariableDispatcher::Expand(token, call, out)) {
       Append(out, token);
-    } else if (call.depth() == 0 && call.context().confine_values()) {
-      // Only the outermost value: text functions work on what the picture holds.
+    } else if (call.depth() == 0 && call.context().confine_values() && !IsUserDefined(token)) {
+      // Only the outermost value: text functions work on what the picture holds. A user-defined
+      // value is the user's own template text, so it may name folders; the picture's values
+      // inside it were confined one by one as it was expanded.
       ConfineValue(out, start);
     }
     i += length;

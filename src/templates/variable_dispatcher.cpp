@@ -250,7 +250,8 @@ bool UserDefined(const Entry& e, std::wstring_view token, ExpansionCall& call, s
   std::wstring text;
   if (!UserVariables::Read(name, call.context().transaction(), &text)) return false;
   stack.emplace_back(name);
-  ExpansionCall::Nested nested(call);
+  // Expanded at the depth of the token itself: the value is template text of the user's own,
+  // so the picture's values inside it are confined as in the template (the stack bounds chains).
   TemplateScanner::Expand(text, call, out);
   stack.pop_back();
   return true;

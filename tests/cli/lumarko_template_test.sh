@@ -101,9 +101,7 @@ check get-expand-kept  0 '%HOME_FOR_TEST%/Archive' '' -- vars get ARCHIVE
 check get-qword        0 '18446744073709551615' '' -- vars get big
 check list 0 'NAME +TYPE +VALUE#archive +expand +%HOME_FOR_TEST%/Archive#big +qword +18446744073709551615#folder +string +\{UserDefined:project\}/\{DateTaken:Year\}#project +string +Alps#roll +dword +12' \
   '' -- vars list
-# A user value stays inside one folder name: its own separators become '~'.
-archive=$(printf '%s' "$WORK/home/Archive" | tr / '~')
-check template-vars    0 "Alps~$year/harbour_2023 12 $archive" '' -- \
+check template-vars    0 "Alps/$year/harbour_2023 12 $WORK/home/Archive" '' -- \
   template '{UserDefined:folder}/{FileName} {UserDefined:roll} {UserDefined:archive}' \
   harbour_2023.jpg
 check replace-value    0 '' '' -- vars set project Dolomites

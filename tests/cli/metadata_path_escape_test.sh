@@ -74,7 +74,7 @@ rules:
     actions:
       - Action.Move: { destination: "...\\\\..\\\\dest\\\\m\\\\{CameraModel}", rename: "{CameraModel}_{FileName}", overwrite: true }
 YAML
-"$LUMARKO" vars set up '../../../victim' || fail "vars set"
+"$LUMARKO" vars set up 'sub/{CameraModel}' || fail "vars set"
 "$LUMARKO" apply "$S/rules.yaml" "$IN" --recursive --mode all >"$S/out" 2>&1
 status=$?
 [ $status -eq 0 ] || { fail "apply: exit status $status, expected 0"; sed 's/^/  /' "$S/out"; }
@@ -86,7 +86,7 @@ for made in "c/~.~..~victim/exif_climb.jpg" "c/~/exif_dotdot.jpg" "c/~/exif_dot.
   "c/~hidden/exif_hidden.jpg" "c/~.~..~victim/xmp_climb.jpg" "c/~.~..~victim/sidecar_climb.jpg" \
   "c/~.~..~victim/sidecar_climb.xmp" "n/~.~..~victim_exif_climb.jpg" "n/~hidden_exif_hidden.jpg" \
   "h/x~..~..~..~victim/in_odd_folder.jpg" "f/x~..~..~..~..~victim/x\\..\\..\\..\\..\\victim.jpg" \
-  "u/~.~..~..~victim/exif_dot.jpg" \
+  "u/sub/~.~..~victim/exif_climb.jpg" "u/sub/~/exif_dot.jpg" \
   "f/xmp_lens/~.~..~..~victim/xmp_lens.jpg" "l/~/exif_dot.jpg" \
   "m/~/~_~_exif_dotdot.jpg" "m/~hidden/~hidden_~hidden_exif_hidden.jpg"; do
   [ -f "$ROOT/dest/$made" ] || fail "not made: dest/$(printf '%s' "$made" | tr '\\' '|')"
