@@ -68,6 +68,11 @@ std::vector<HierarchyCase> HierarchyCases() {
       {"CaseMattersOnPosix", Posix, L"/P/a", L"/p", L"P/a"},
       {"CaseIgnoredOnWindows", Windows, L"C:\\P\\a", L"c:\\p", L"a"},
       {"OtherDriveSharesNothing", Windows, L"D:\\p\\a", L"C:\\p", L"p\\a"},
+      // Each folder is re-created as one safe name, never as a way up or a hidden folder.
+      {"BackslashesAndDotsOneFolder", Posix, L"/p/..\\..\\x", L"/p", L"~.~..~x"},
+      {"DotDotFolderNoWayUp", Posix, L"/p/a/../b", L"/p", L"a/~/b"},
+      {"HiddenFolder", Posix, L"/p/.trip", L"/p", L"~trip"},
+      {"WindowsColonInName", Windows, L"C:\\p\\a:b", L"C:\\p", L"a~b"},
   };
 }
 

@@ -81,34 +81,6 @@ TEST_P(SafeNameTest, IsOnePortableVisibleName) {
 INSTANTIATE_TEST_SUITE_P(Names, SafeNameTest, ::testing::ValuesIn(NameCases()),
                          [](const auto& i) { return i.param.name; });
 
-struct HierarchyCase {
-  std::string name;
-  PathStyle style;
-  std::wstring imageFolder;
-  std::wstring imagesFolder;
-  std::wstring expected;
-};
-
-std::vector<HierarchyCase> HierarchyCases() {
-  using enum PathStyle;
-  return {
-      {"BackslashesAndDotsOneFolder", Posix, L"/p/..\\..\\x", L"/p", L"~.~..~x"},
-      {"DotDotFolderNoWayUp", Posix, L"/p/a/../b", L"/p", L"a/~/b"},
-      {"HiddenFolder", Posix, L"/p/.trip", L"/p", L"~trip"},
-      {"WindowsColonInName", Windows, L"C:\\p\\a:b", L"C:\\p", L"a~b"},
-  };
-}
-
-class SafeHierarchyTest : public ::testing::TestWithParam<HierarchyCase> {};
-
-TEST_P(SafeHierarchyTest, RecreatesNamesNotWays) {
-  const HierarchyCase& c = GetParam();
-  EXPECT_EQ(HierarchyBelow(c.imageFolder, c.imagesFolder, c.style), c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Folders, SafeHierarchyTest, ::testing::ValuesIn(HierarchyCases()),
-                         [](const auto& i) { return i.param.name; });
-
 // A camera model as a crafted picture may carry it, through the actions' own expansion.
 struct ValueCase {
   std::string name;
