@@ -5,14 +5,9 @@
 # nothing.
 # Usage: emptied_folder_climb_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-climb-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME LUMARKO SAMPLES WORK
-unset LUMARKO_PLUGIN
+. "$(dirname "$0")/cli_case.sh"
+# The run inside the mount namespace is a shell of its own.
+export LUMARKO SAMPLES WORK
 
 cat >"$WORK/delete.yaml" <<'YAML'
 rules:

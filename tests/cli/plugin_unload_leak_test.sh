@@ -5,15 +5,9 @@
 # a leak into a failing exit status with a "LeakSanitizer" report on stderr.
 # Usage: plugin_unload_leak_test.sh <path of lumarko> <samples folder>
 set -u
-LUMARKO=$1
-SAMPLES=$2
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-leak-test-XXXXXX") || exit 1
-trap 'rm -rf "$WORK"' EXIT INT TERM
-LUMARKO_CONFIG_DIR=$WORK/config
-XDG_DATA_HOME=$WORK/data
+. "$(dirname "$0")/cli_case.sh"
 ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=1
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME ASAN_OPTIONS
-unset LUMARKO_PLUGIN
+export ASAN_OPTIONS
 
 mkdir "$WORK/pics"
 cp "$SAMPLES/harbour_2023.jpg" "$WORK/pics/"
@@ -26,7 +20,6 @@ YAML
 
 "$LUMARKO" apply "$WORK/rules.yaml" "$WORK/pics" --mode all >"$WORK/out" 2>"$WORK/err"
 status=$?
-failures=0
 [ "$status" -eq 0 ] || { echo "FAIL: apply: exit status $status, expected 0"; failures=1; }
 if grep -q "LeakSanitizer" "$WORK/err"; then
   echo "FAIL: apply leaks:"; grep -E "SUMMARY|leak of" "$WORK/err"; failures=1
