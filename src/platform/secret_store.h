@@ -1,0 +1,23 @@
+// Sealing secrets for the current user: what is sealed can be unsealed only by the same user on
+// the same machine. On POSIX it is AES-256-GCM under a random key kept in a file that only the
+// user may read; on Windows the system's data protection.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "com/com.h"
+
+namespace lmk {
+
+/// Seals plain into *sealed (replacing it). The key is made at first use. S_OK;
+/// E_ACCESSDENIED or HRESULT_FROM_WIN32(ERROR_CANTOPEN) when the key cannot be made or read,
+/// with the thread's error description naming the key file.
+[[nodiscard]] HRESULT SealSecret(const std::vector<uint8_t>& plain, std::vector<uint8_t>* sealed);
+
+/// Unseals what SealSecret made. S_OK; HRESULT_FROM_WIN32(ERROR_INVALID_DATA) for data that was
+/// damaged, sealed under another key or is not a sealed secret at all; the key's failures as for
+/// SealSecret.
+[[nodiscard]] HRESULT UnsealSecret(const std::vector<uint8_t>& sealed, std::vector<uint8_t>* plain);
+
+}  // namespace lmk
