@@ -3,6 +3,7 @@
 
 #include "actions/copy_action.h"
 #include "actions/delete_action.h"
+#include "actions/ftp_action.h"
 #include "actions/link_action.h"
 #include "actions/move_action.h"
 #include "actions/rename_action.h"
@@ -13,6 +14,7 @@ void RegisterActions(CElementRegistry& registry) {
   constexpr ElementFamily kFamily = ElementFamily::Action;
   registry.Register<CCopyAction>(kFamily, L"Copy");
   registry.Register<CDeleteAction>(kFamily, L"Delete");
+  registry.Register<CFTPAction>(kFamily, L"FTPUpload");
   registry.Register<CLinkAction>(kFamily, L"Link");
   registry.Register<CMoveAction>(kFamily, L"Move");
   registry.Register<CRenameAction>(kFamily, L"Rename");
