@@ -34,6 +34,7 @@ constexpr std::array kSubcommands = {
     SubcommandEntry{"template", &lmk::cli::SetupTemplate},
     SubcommandEntry{"vars", &lmk::cli::SetupVars},
     SubcommandEntry{"templates", &lmk::cli::SetupTemplates},
+    SubcommandEntry{"ftp", &lmk::cli::SetupFtp},
 };
 
 constexpr const char* kFooter =

@@ -165,9 +165,20 @@ std::wstring FormatFtpAddress(const FtpAddress& address, bool maskPassword) {
 
 std::wstring MaskFtpPassword(std::wstring_view url) {
   FtpAddress address;
-  if (SUCCEEDED(CrackFtpAddress(url, &address))) return FormatFtpAddress(address, true);
-  if (url.find(L'@') == std::wstring_view::npos) return std::wstring(url);
-  return L"(a malformed address)";
+  if (FAILED(CrackFtpAddress(url, &address))) {
+    if (url.find(L'@') == std::wstring_view::npos) return std::wstring(url);
+    return L"(a malformed address)";
+  }
+  if (!address.hasPassword) return std::wstring(url);
+  // The address keeps its own wording (templates unescaped); only the password is replaced.
+  const size_t start = url.find(L"://") + 3;
+  const size_t end = url.find(L'/', start);
+  const size_t at = url.substr(0, end).rfind(L'@');
+  const size_t colon = url.find(L':', start);
+  std::wstring masked(url.substr(0, colon + 1));
+  masked += L"XXXX";
+  masked += url.substr(at);
+  return masked;
 }
 
 std::string EscapeUrlPath(std::wstring_view path) { return Escape(path, "/!$&'()*+,;=:@"); }

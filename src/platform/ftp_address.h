@@ -41,8 +41,8 @@ inline constexpr size_t kFtpMaxAddress = 2084;
 /// scheme's default, and the password as "XXXX" when maskPassword is set.
 std::wstring FormatFtpAddress(const FtpAddress& address, bool maskPassword);
 
-/// url with its password masked for display; url itself when it cannot be taken apart and holds
-/// no "@", else "(a malformed address)" so that a password can never leak through it.
+/// url as written with its password replaced by "XXXX"; url itself when it cannot be taken apart
+/// and holds no "@", else "(a malformed address)" so that a password can never leak through it.
 std::wstring MaskFtpPassword(std::wstring_view url);
 
 /// The path part escaped for a URL: everything but letters, digits, "-._~/" and a few safe

@@ -105,6 +105,8 @@ size_t KeepReply(char* data, size_t size, size_t count, void* user) {
   return length;
 }
 
+size_t Discard(char* /*data*/, size_t size, size_t count, void* /*user*/) { return size * count; }
+
 int CheckCancelled(void* /*user*/, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
   return RunCancellation::IsRequested() ? 1 : 0;
 }
@@ -206,6 +208,8 @@ class CurlFtpClient final : public FtpClient {
     if (address.hasPassword) curl_easy_setopt(handle, CURLOPT_PASSWORD, password.c_str());
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, transcript->errorBuffer);
+    // What a probe "downloads" (a file's size and date) is not wanted anywhere.
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, Discard);
     curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, KeepReply);
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, transcript);
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);

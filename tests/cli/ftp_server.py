@@ -1,0 +1,52 @@
+"""A local FTP server for the upload cases: serves ROOT on 127.0.0.1 on a free port and writes
+the port to PORT_FILE once it listens. --tls CERT offers explicit TLS (and requires it);
+--drop-after N closes every upload's data connection after N bytes."""
+import argparse
+import logging
+import os
+
+from pyftpdlib.authorizers import DummyAuthorizer
+from pyftpdlib.handlers import DTPHandler, FTPHandler
+from pyftpdlib.servers import ThreadedFTPServer
+
+parser = argparse.ArgumentParser()
+parser.add_argument("root")
+parser.add_argument("port_file")
+parser.add_argument("--user", default="anna")
+parser.add_argument("--password", default="secret")
+parser.add_argument("--tls")
+parser.add_argument("--drop-after", type=int, default=0)
+args = parser.parse_args()
+logging.basicConfig(level=logging.ERROR)
+
+authorizer = DummyAuthorizer()
+authorizer.add_user(args.user, args.password, args.root, perm="elradfmwMT")
+handler = FTPHandler
+if args.tls:
+    from pyftpdlib.handlers import TLS_FTPHandler
+
+    handler = TLS_FTPHandler
+    handler.certfile = args.tls
+    handler.tls_control_required = True
+    handler.tls_data_required = True
+if args.drop_after:
+
+    class DroppingDTPHandler(handler.dtp_handler):
+        received = 0
+
+        def handle_read(self):
+            super().handle_read()
+            self.received = self.get_transmitted_bytes()
+            if self.received >= args.drop_after:
+                self.close()
+                self.cmd_channel.close()
+
+    handler.dtp_handler = DroppingDTPHandler
+handler.authorizer = authorizer
+handler.banner = "ready"
+server = ThreadedFTPServer(("127.0.0.1", 0), handler)
+server.max_cons = 64
+with open(args.port_file + ".tmp", "w") as out:
+    out.write(str(server.address[1]))
+os.rename(args.port_file + ".tmp", args.port_file)
+server.serve_forever()
