@@ -32,17 +32,15 @@ if args.tls:
 if args.drop_after:
 
     class DroppingDTPHandler(handler.dtp_handler):
-        received = 0
-
-        def handle_read(self):
-            super().handle_read()
-            self.received = self.get_transmitted_bytes()
-            if self.received >= args.drop_after:
-                self.close()
+        def handle_read_event(self):
+            handler.dtp_handler.handle_read(self)
+            if self.connected and self.tot_bytes_received >= args.drop_after:
                 self.cmd_channel.close()
 
     handler.dtp_handler = DroppingDTPHandler
 handler.authorizer = authorizer
+# A refused login is answered at once, not after the usual pause against password guessing.
+handler.auth_failed_timeout = 0
 handler.banner = "ready"
 server = ThreadedFTPServer(("127.0.0.1", 0), handler)
 server.max_cons = 64
