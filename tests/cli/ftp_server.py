@@ -1,6 +1,5 @@
-"""A local FTP server for the upload cases: serves ROOT on 127.0.0.1 on a free port and writes
-the port to PORT_FILE once it listens. --tls CERT offers explicit TLS (and requires it);
---drop-after N closes every upload's data connection after N bytes."""
+"""Serves ROOT on 127.0.0.1 on a free port, written to PORT_FILE once it listens. --tls CERT
+requires explicit TLS; --drop-after N drops the session after N bytes of an upload."""
 import argparse
 import logging
 import os

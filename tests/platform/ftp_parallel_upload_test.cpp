@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,43 +27,29 @@ std::string ReadAll(const fs::path& path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// The test's FTP server (tests/cli/ftp_server.py), killed with the fixture.
-class LocalFtpServer {
- public:
-  explicit LocalFtpServer(const fs::path& root) {
-    const std::string script = std::string(LMK_TEST_DATA_DIR) + "/../cli/ftp_server.py";
-    const std::string portFile = (root.parent_path() / "port").string();
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      ::execl("/usr/bin/python3", "python3", script.c_str(), root.c_str(), portFile.c_str(),
-              "--password", "p@ss", static_cast<char*>(nullptr));
-      ::_exit(127);
-    }
-    for (int n = 0; n < 100 && !fs::exists(portFile); ++n) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    if (fs::exists(portFile)) port_ = static_cast<unsigned>(std::stoul(ReadAll(portFile)));
-  }
-  ~LocalFtpServer() {
-    if (pid_ > 0) {
-      ::kill(pid_, SIGTERM);
-      ::waitpid(pid_, nullptr, 0);
-    }
-  }
-  unsigned port() const { return port_; }
-
- private:
-  pid_t pid_ = -1;
-  unsigned port_ = 0;
-};
-
 TEST(FtpParallelUpload, EveryFileArrivesOnceIntact) {
   if (::access("/usr/bin/python3", X_OK) != 0) GTEST_SKIP() << "no /usr/bin/python3";
   test::ScopedTempDir dir;
   fs::create_directories(dir / "root");
   fs::create_directories(dir / "local");
-  const LocalFtpServer server(dir / "root");
-  if (server.port() == 0) GTEST_SKIP() << "the FTP server did not start (python3-pyftpdlib?)";
+  // The command-line cases' server, killed when the test ends.
+  const std::string script = std::string(LMK_TEST_DATA_DIR) + "/../cli/ftp_server.py";
+  const pid_t server = ::fork();
+  if (server == 0) {
+    ::execl("/usr/bin/python3", "python3", script.c_str(), (dir / "root").c_str(),
+            (dir / "port").c_str(), "--password", "p@ss", static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
+  const std::shared_ptr<void> stop(nullptr, [server](void*) {
+    ::kill(server, SIGTERM);
+    ::waitpid(server, nullptr, 0);
+  });
+  for (int n = 0; n < 100 && !fs::exists(dir / "port"); ++n) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  if (!fs::exists(dir / "port"))
+    GTEST_SKIP() << "the FTP server did not start (python3-pyftpdlib?)";
+  const auto port = static_cast<unsigned>(std::stoul(ReadAll(dir / "port")));
 
   constexpr int kThreads = 8;
   constexpr int kFiles = 200;
@@ -75,13 +62,14 @@ TEST(FtpParallelUpload, EveryFileArrivesOnceIntact) {
   for (int t = 0; t < kThreads; ++t) {
     workers.emplace_back([&, t] {
       for (int n = t; n < kFiles; n += kThreads) {
-        FtpAddress target;
-        target.host = L"127.0.0.1";
-        target.port = server.port();
-        target.user = L"anna";
-        target.password = L"p@ss";
-        target.hasPassword = true;
-        target.path = L"/up/" + std::to_wstring(n % 5) + L"/" + std::to_wstring(n) + L".jpg";
+        const FtpAddress target{
+            FtpScheme::kFtp,
+            L"127.0.0.1",
+            port,
+            L"anna",
+            L"p@ss",
+            true,
+            L"/up/" + std::to_wstring(n % 5) + L"/" + std::to_wstring(n) + L".jpg"};
         const fs::path local = dir / "local" / (std::to_string(n) + ".jpg");
         std::wstring error;
         if (FAILED(ThreadFtpClient().Upload(target, local.wstring(), true, true, &error))) {
