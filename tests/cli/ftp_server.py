@@ -22,9 +22,16 @@ authorizer = DummyAuthorizer()
 authorizer.add_user(args.user, args.password, args.root, perm="elradfmwMT")
 handler = FTPHandler
 if args.tls:
-    from pyftpdlib.handlers import TLS_FTPHandler
+    from pyftpdlib.handlers import TLS_DTPHandler, TLS_FTPHandler
+
+    class HandshakingDTPHandler(TLS_DTPHandler):
+        # pyftpdlib closes a data connection that is read before its transfer command as idle,
+        # which cuts off a TLS handshake begun right after connecting.
+        def readable(self):
+            return self._ssl_accepting or super().readable()
 
     handler = TLS_FTPHandler
+    handler.dtp_handler = HandshakingDTPHandler
     handler.certfile = args.tls
     handler.tls_control_required = True
     handler.tls_data_required = True
