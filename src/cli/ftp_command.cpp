@@ -41,7 +41,7 @@ bool LooksLikeFtpAddress(std::wstring_view text) {
   FtpAddress address;
   const HRESULT hr = CrackFtpAddress(text, &address);
   if (SUCCEEDED(hr)) return true;
-  if (hr == HRESULT_FROM_WIN32(ERROR_INTERNET_UNRECOGNIZED_SCHEME)) return false;
+  if (hr == HRESULT_FROM_WIN32(internet_error::kUnrecognizedScheme)) return false;
   const size_t start = text.find(L"://") + 3;
   const size_t end = text.find(L'/', start);
   return (end == std::wstring_view::npos ? text.size() : end) > start;

@@ -10,7 +10,7 @@
 namespace lmk {
 namespace {
 
-constexpr HRESULT kInvalidUrl = HRESULT_FROM_WIN32(ERROR_INTERNET_INVALID_URL);
+constexpr HRESULT kInvalidUrl = HRESULT_FROM_WIN32(internet_error::kInvalidUrl);
 
 bool StartsWithNoCase(std::wstring_view text, std::wstring_view prefix) {
   if (text.size() < prefix.size()) return false;
@@ -92,7 +92,7 @@ HRESULT CrackFtpAddress(std::wstring_view url, FtpAddress* out) {
       at = SchemePrefix(scheme).size();
     }
   }
-  if (at == 0) return HRESULT_FROM_WIN32(ERROR_INTERNET_UNRECOGNIZED_SCHEME);
+  if (at == 0) return HRESULT_FROM_WIN32(internet_error::kUnrecognizedScheme);
   address.port = DefaultPort(address.scheme);
 
   const std::wstring_view rest = url.substr(at);

@@ -19,7 +19,7 @@ class FtpClient {
 
   /// Connects and logs in (passive mode when asked), then leaves. S_OK; otherwise
   /// HRESULT_FROM_WIN32 of an internet error code (platform/internet_error.h) with *error set to
-  /// its name, or to the server's last reply for ERROR_INTERNET_EXTENDED_ERROR.
+  /// its name, or to the server's last reply for internet_error::kExtendedError.
   [[nodiscard]] virtual HRESULT TestConnection(const FtpAddress& address, bool passive,
                                                std::wstring* error) = 0;
 

@@ -9,22 +9,27 @@
 
 namespace lmk {
 
-inline constexpr DWORD ERROR_INTERNET_TIMEOUT = 12002;
-inline constexpr DWORD ERROR_INTERNET_EXTENDED_ERROR = 12003;
-inline constexpr DWORD ERROR_INTERNET_INTERNAL_ERROR = 12004;
-inline constexpr DWORD ERROR_INTERNET_INVALID_URL = 12005;
-inline constexpr DWORD ERROR_INTERNET_UNRECOGNIZED_SCHEME = 12006;
-inline constexpr DWORD ERROR_INTERNET_NAME_NOT_RESOLVED = 12007;
-inline constexpr DWORD ERROR_INTERNET_LOGIN_FAILURE = 12015;
-inline constexpr DWORD ERROR_INTERNET_OPERATION_CANCELLED = 12017;
-inline constexpr DWORD ERROR_INTERNET_CANNOT_CONNECT = 12029;
-inline constexpr DWORD ERROR_INTERNET_CONNECTION_ABORTED = 12030;
-inline constexpr DWORD ERROR_INTERNET_CONNECTION_RESET = 12031;
-inline constexpr DWORD ERROR_INTERNET_INVALID_CA = 12045;
-inline constexpr DWORD ERROR_INTERNET_SEC_CERT_ERRORS = 12055;
-inline constexpr DWORD ERROR_FTP_DROPPED = 12111;
-inline constexpr DWORD ERROR_FTP_NO_PASSIVE_MODE = 12112;
-inline constexpr DWORD ERROR_INTERNET_SECURITY_CHANNEL_ERROR = 12157;
+/// The codes this program produces, named without the prefix so that they cannot collide with
+/// the Windows SDK's macros of the same values.
+namespace internet_error {
+inline constexpr DWORD kTimeout = 12002;
+inline constexpr DWORD kExtendedError = 12003;
+inline constexpr DWORD kInternalError = 12004;
+inline constexpr DWORD kInvalidUrl = 12005;
+inline constexpr DWORD kUnrecognizedScheme = 12006;
+inline constexpr DWORD kNameNotResolved = 12007;
+inline constexpr DWORD kLoginFailure = 12015;
+inline constexpr DWORD kOperationCancelled = 12017;
+inline constexpr DWORD kCannotConnect = 12029;
+inline constexpr DWORD kConnectionAborted = 12030;
+inline constexpr DWORD kConnectionReset = 12031;
+inline constexpr DWORD kInvalidCa = 12045;
+inline constexpr DWORD kSecCertErrors = 12055;
+inline constexpr DWORD kFtpDropped = 12111;
+inline constexpr DWORD kFtpNoPassiveMode = 12112;
+inline constexpr DWORD kSecurityChannelError = 12157;
+
+}  // namespace internet_error
 
 /// The symbolic name of an internet error code ("ERROR_INTERNET_TIMEOUT"); "error <code>" for a
 /// code the table does not hold.

@@ -11,7 +11,7 @@
 namespace lmk {
 namespace {
 
-constexpr HRESULT kInvalid = HRESULT_FROM_WIN32(ERROR_INTERNET_INVALID_URL);
+constexpr HRESULT kInvalid = HRESULT_FROM_WIN32(internet_error::kInvalidUrl);
 
 struct CrackCase {
   std::string name;
@@ -52,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"PortTooLarge", L"ftp://h:65536/", kInvalid},
         {"NoHost", L"ftp://u:p@/a", kInvalid},
         {"LongPassword", L"ftp://u:" + std::wstring(129, L'p') + L"@h/", kInvalid},
-        {"OtherScheme", L"http://h/", HRESULT_FROM_WIN32(ERROR_INTERNET_UNRECOGNIZED_SCHEME)},
+        {"OtherScheme", L"http://h/", HRESULT_FROM_WIN32(internet_error::kUnrecognizedScheme)},
     }),
     [](const auto& info) { return info.param.name; });
 

@@ -36,37 +36,37 @@ long TimeoutSeconds() {
 DWORD InternetErrorFromCurl(CURLcode code) {
   switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
-      return ERROR_INTERNET_NAME_NOT_RESOLVED;
+      return internet_error::kNameNotResolved;
     case CURLE_COULDNT_CONNECT:
-      return ERROR_INTERNET_CANNOT_CONNECT;
+      return internet_error::kCannotConnect;
     case CURLE_OPERATION_TIMEDOUT:
     case CURLE_FTP_ACCEPT_TIMEOUT:
-      return ERROR_INTERNET_TIMEOUT;
+      return internet_error::kTimeout;
     case CURLE_LOGIN_DENIED:
-      return ERROR_INTERNET_LOGIN_FAILURE;
+      return internet_error::kLoginFailure;
     case CURLE_URL_MALFORMAT:
-      return ERROR_INTERNET_INVALID_URL;
+      return internet_error::kInvalidUrl;
     case CURLE_UNSUPPORTED_PROTOCOL:
-      return ERROR_INTERNET_UNRECOGNIZED_SCHEME;
+      return internet_error::kUnrecognizedScheme;
     case CURLE_SSL_CONNECT_ERROR:
     case CURLE_USE_SSL_FAILED:
     case CURLE_SSL_CERTPROBLEM:
     case CURLE_SSL_CIPHER:
-      return ERROR_INTERNET_SECURITY_CHANNEL_ERROR;
+      return internet_error::kSecurityChannelError;
     case CURLE_PEER_FAILED_VERIFICATION:
     case CURLE_SSL_CACERT_BADFILE:
-      return ERROR_INTERNET_INVALID_CA;
+      return internet_error::kInvalidCa;
     case CURLE_FTP_WEIRD_PASV_REPLY:
     case CURLE_FTP_WEIRD_227_FORMAT:
     case CURLE_FTP_CANT_GET_HOST:
-      return ERROR_FTP_NO_PASSIVE_MODE;
+      return internet_error::kFtpNoPassiveMode;
     case CURLE_ABORTED_BY_CALLBACK:
-      return ERROR_INTERNET_OPERATION_CANCELLED;
+      return internet_error::kOperationCancelled;
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_PARTIAL_FILE:
     case CURLE_GOT_NOTHING:
-      return ERROR_FTP_DROPPED;
+      return internet_error::kFtpDropped;
     case CURLE_REMOTE_ACCESS_DENIED:
     case CURLE_UPLOAD_FAILED:
     case CURLE_QUOTE_ERROR:
@@ -77,9 +77,9 @@ DWORD InternetErrorFromCurl(CURLcode code) {
     case CURLE_FTP_PORT_FAILED:
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_SSH:
-      return ERROR_INTERNET_EXTENDED_ERROR;
+      return internet_error::kExtendedError;
     default:
-      return ERROR_INTERNET_INTERNAL_ERROR;
+      return internet_error::kInternalError;
   }
 }
 
@@ -184,8 +184,8 @@ class CurlFtpClient final : public FtpClient {
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
     if (!handle_) handle_.reset(curl_easy_init());
     if (!handle_) {
-      *error = InternetErrorName(ERROR_INTERNET_INTERNAL_ERROR);
-      return HRESULT_FROM_WIN32(ERROR_INTERNET_INTERNAL_ERROR);
+      *error = InternetErrorName(internet_error::kInternalError);
+      return HRESULT_FROM_WIN32(internet_error::kInternalError);
     }
     CURL* handle = handle_.get();
     // The reset keeps the handle's open connections, so the next file to the same server goes
@@ -244,7 +244,7 @@ class CurlFtpClient final : public FtpClient {
   static HRESULT Finish(CURLcode code, const Transcript& transcript, std::wstring* error) {
     if (code == CURLE_OK) return S_OK;
     const DWORD internet = InternetErrorFromCurl(code);
-    if (internet == ERROR_INTERNET_EXTENDED_ERROR) {
+    if (internet == internet_error::kExtendedError) {
       const std::string& text =
           transcript.lastReply.empty() ? std::string(transcript.errorBuffer) : transcript.lastReply;
       *error = text.empty() ? InternetErrorName(internet) : FromUtf8(text);
