@@ -47,12 +47,15 @@ HRESULT ExpandDestination(IDictionary& record, std::wstring_view destination, st
   return S_OK;
 }
 
-// A name appended to an address is escaped where the address would be decoded.
-std::wstring EscapePercent(std::wstring_view name) {
+// A name appended to an address is escaped where the address would be decoded or split: a
+// POSIX file name may hold a backslash, which must not become a folder on the server.
+std::wstring EscapeName(std::wstring_view name) {
   std::wstring out;
   for (const wchar_t c : name) {
     if (c == L'%') {
       out += L"%25";
+    } else if (c == L'\\') {
+      out += L"%5C";
     } else {
       out += c;
     }
@@ -120,10 +123,10 @@ HRESULT CFTPAction::RemoteAddress(std::wstring_view destination, std::wstring_vi
   std::wstring joined(destination);
   if (preserveHierarchy) {
     joined += L'/';
-    joined += EscapePercent(HierarchyBelow(FolderOf(source, kStyle), imagesFolder, kStyle));
+    joined += EscapeName(HierarchyBelow(FolderOf(source, kStyle), imagesFolder, kStyle));
   }
   joined += L'/';
-  joined += EscapePercent(NameOf(source, kStyle));
+  joined += EscapeName(NameOf(source, kStyle));
   if (joined.size() >= kFtpMaxAddress) return E_FAIL;
   *url = NormalizeFtpSeparators(joined);
   return S_OK;
@@ -194,7 +197,7 @@ HRESULT CFTPAction::Run(IDictionary& record) const {
   for (const CompanionFile& companion : FindCompanions(source, pathNoExt, Flags())) {
     failure.clear();
     hr = UploadOne(companion.path,
-                   ExtensionChanged(url, EscapePercent(extension), EscapePercent(companion.suffix)),
+                   ExtensionChanged(url, EscapeName(extension), EscapeName(companion.suffix)),
                    &failure);
     if (FAILED(hr)) {
       // The image is on the server; the policy decides whether a missing companion matters.

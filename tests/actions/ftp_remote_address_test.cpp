@@ -43,6 +43,7 @@ INSTANTIATE_TEST_SUITE_P(
         {"OutsideLessTheRoot", L"ftp://h/up", L"/q/r/a.jpg", L"/p", true, L"ftp://h/up/q/r/a.jpg"},
         {"NoImagesFolder", L"ftp://h", L"/q/a.jpg", L"", true, L"ftp://h/q/a.jpg"},
         {"PercentInName", L"ftp://h/up", L"/p/100%.jpg", L"/p", false, L"ftp://h/up/100%25.jpg"},
+        {"BackslashInName", L"ftp://h/up", L"/p/a\\b.jpg", L"/p", false, L"ftp://h/up/a%5Cb.jpg"},
         {"BackslashesInTemplate", L"ftp://h\\up\\\\x", L"/p/a.jpg", L"/p", false,
          L"ftp://h/up/x/a.jpg"},
         {"TooLong", L"ftp://h/" + std::wstring(2080, L'x'), L"/p/a.jpg", L"/p", false, L""},
