@@ -7,6 +7,8 @@ PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-
             g++-mingw-w64-x86-64-posix mingw-w64-tools libboost-regex-dev \
             libcurl4-openssl-dev python3-pyftpdlib openssl
 COVERAGE_PACKAGES := gcovr
+# The native tools that bench/compare_native.sh measures lumarko against; not needed to test.
+BENCH_PACKAGES := jhead exiv2
 JOBS ?= $(shell nproc)
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 BUILD_TEST := build/test
@@ -70,7 +72,8 @@ coverage:
 	  --gcov-ignore-parse-errors --print-summary \
 	  --txt $(BUILD_COVERAGE)/coverage.txt $(BUILD_COVERAGE)
 
-bench: deps
+bench:
+	@$(MAKE) --no-print-directory deps EXTRA_PACKAGES="$(BENCH_PACKAGES)"
 	cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DLMK_BUILD_TESTS=OFF -DLMK_BUILD_BENCH=ON
 	cmake --build build/bench -j $(JOBS)
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,8 @@ DriveKind GetDriveKind(std::wstring_view volumeKey);
 /// 1, USB 2, network 2, every other kind 1.
 unsigned VolumeSlotCount(DriveKind kind);
 
+class VolumeGate;
+
 /// One slot of a volume lock, held until destroyed (or Release). Move-only. The slot is a lock
 /// on a file, so the system frees it when the holding process ends in any way, even killed.
 class VolumeLockGuard {
@@ -53,8 +56,11 @@ class VolumeLockGuard {
   void Release() noexcept;
 
  private:
+  friend class VolumeGate;
   friend HRESULT AcquireVolumeLock(std::wstring_view, unsigned, std::chrono::milliseconds,
                                    VolumeLockGuard*);
+  // The process's side of the lock: threads of one process wait for each other there.
+  std::shared_ptr<VolumeGate> gate_;
   int handle_ = -1;
   unsigned slot_ = 0;
 };

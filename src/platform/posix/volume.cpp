@@ -3,6 +3,7 @@
 #include "platform/volume.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -10,7 +11,9 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -19,6 +22,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -278,14 +282,155 @@ unsigned VolumeSlotCount(DriveKind kind) {
   return 1;
 }
 
+// The slots of one lock as this process sees them. Threads of the process wait for each other
+// here and are woken when a slot is freed, instead of polling the slot files; the files' locks
+// keep other processes out. The files stay open while any thread holds or waits for a slot, so
+// that a run of copies costs two flock calls each rather than an open, a flock and a close (and
+// a sleep whenever two workers met); when the last thread leaves they are closed, so that a lock
+// folder removed meanwhile is made again.
+class VolumeGate {
+ public:
+  VolumeGate(std::string folder, std::wstring key)
+      : folder_(std::move(folder)), key_(std::move(key)) {}
+
+  HRESULT Acquire(unsigned slots, std::chrono::milliseconds timeout, VolumeLockGuard* guard,
+                  const std::shared_ptr<VolumeGate>& self) {
+    std::unique_lock lock(mutex_);
+    if (taken_.size() < slots) {
+      taken_.resize(slots, false);
+      files_.resize(slots, -1);
+    }
+    ++users_;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    std::chrono::milliseconds pause{1};
+    for (;;) {
+      bool heldElsewhere = false;
+      for (unsigned slot = 0; slot < slots; ++slot) {
+        if (taken_[slot]) continue;
+        const HRESULT opened = OpenSlot(slot);
+        if (FAILED(opened)) return Leave(opened);
+        if (::flock(files_[slot], LOCK_EX | LOCK_NB) == 0) {
+          taken_[slot] = true;
+          guard->gate_ = self;
+          guard->handle_ = files_[slot];
+          guard->slot_ = slot;
+          return S_OK;
+        }
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+          return Leave(HresultFromErrno(errno, L"Cannot lock the volume"));
+        }
+        heldElsewhere = true;
+      }
+      const auto now = std::chrono::steady_clock::now();
+      if (timeout >= std::chrono::milliseconds::zero() && now >= deadline) {
+        return Leave(HRESULT_FROM_WIN32(ERROR_TIMEOUT));
+      }
+      if (RunCancellation::IsRequested()) return Leave(E_ABORT);
+      // A slot freed in this process wakes the waiter at once; one held by another process is
+      // polled. Either way the wait is short enough to see a cancelled run.
+      std::chrono::milliseconds wait = heldElsewhere ? pause : std::chrono::milliseconds{16};
+      if (timeout >= std::chrono::milliseconds::zero()) {
+        wait =
+            std::min(wait, std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now) +
+                               std::chrono::milliseconds{1});
+      }
+      freed_.wait_for(lock, wait);
+      if (heldElsewhere) pause = std::min(pause * 2, std::chrono::milliseconds{16});
+    }
+  }
+
+  void Free(unsigned slot) noexcept {
+    {
+      std::lock_guard lock(mutex_);
+      taken_[slot] = false;
+      // Unlocked rather than only closed: a child forked meanwhile shares the open file, and
+      // closing our descriptor alone would leave the slot locked for as long as the child lives.
+      ::flock(files_[slot], LOCK_UN);
+      if (--users_ == 0) {
+        CloseFiles();
+        return;
+      }
+    }
+    // Woken after the lock is let go, so that the waiter does not at once wait for it again.
+    freed_.notify_one();
+  }
+
+ private:
+  HRESULT Leave(HRESULT result) {
+    if (--users_ == 0) CloseFiles();
+    return result;
+  }
+
+  void CloseFiles() noexcept {
+    for (int& file : files_) {
+      if (file >= 0) ::close(std::exchange(file, -1));
+    }
+  }
+
+  HRESULT OpenSlot(unsigned slot) {
+    if (files_[slot] >= 0) return S_OK;
+    std::string path = folder_ + "/" + SlotFileName(key_, slot);
+    UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!file.valid() && errno == ENOENT) {
+      // The folder went away since it was checked (a cleaned temp folder): check it anew.
+      ForgetCheckedLockFolder();
+      LMK_RETURN_IF_FAILED(LockFolder(&folder_));
+      path = folder_ + "/" + SlotFileName(key_, slot);
+      file = UniqueFd(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    }
+    if (!file.valid()) {
+      return HresultFromErrno(errno, L"Cannot open the lock file '" + FromUtf8(path) + L"'");
+    }
+    files_[slot] = file.Release();
+    return S_OK;
+  }
+
+  std::mutex mutex_;
+  std::condition_variable freed_;
+  std::string folder_;
+  const std::wstring key_;
+  // Per slot: whether a thread of this process holds it, and its open file (-1: closed).
+  std::vector<bool> taken_;
+  std::vector<int> files_;
+  // Threads holding or waiting for a slot.
+  unsigned users_ = 0;
+};
+
+namespace {
+
+// Counts the forks this process came out of as the child. A child inherits its parent's gates
+// with their threads' slots marked taken, which no thread of the child will ever free: it starts
+// with gates of its own.
+std::atomic<unsigned> g_forkGeneration{0};
+
+// One gate per lock folder and key, for the life of the process.
+std::shared_ptr<VolumeGate> GateOf(const std::string& folder, std::wstring_view key) {
+  static std::once_flag watchForks;
+  std::call_once(watchForks,
+                 [] { ::pthread_atfork(nullptr, nullptr, [] { g_forkGeneration.fetch_add(1); }); });
+  static std::mutex mutex;
+  static std::map<std::tuple<unsigned, std::string, std::wstring>, std::shared_ptr<VolumeGate>>
+      gates;
+  const unsigned generation = g_forkGeneration.load();
+  std::lock_guard lock(mutex);
+  std::shared_ptr<VolumeGate>& gate = gates[{generation, folder, std::wstring(key)}];
+  if (!gate) gate = std::make_shared<VolumeGate>(folder, std::wstring(key));
+  return gate;
+}
+
+}  // namespace
+
 VolumeLockGuard::~VolumeLockGuard() { Release(); }
 
 VolumeLockGuard::VolumeLockGuard(VolumeLockGuard&& other) noexcept
-    : handle_(std::exchange(other.handle_, -1)), slot_(other.slot_) {}
+    : gate_(std::move(other.gate_)),
+      handle_(std::exchange(other.handle_, -1)),
+      slot_(other.slot_) {}
 
 VolumeLockGuard& VolumeLockGuard::operator=(VolumeLockGuard&& other) noexcept {
   if (this != &other) {
     Release();
+    gate_ = std::move(other.gate_);
     handle_ = std::exchange(other.handle_, -1);
     slot_ = other.slot_;
   }
@@ -293,8 +438,10 @@ VolumeLockGuard& VolumeLockGuard::operator=(VolumeLockGuard&& other) noexcept {
 }
 
 void VolumeLockGuard::Release() noexcept {
-  // Closing the only descriptor of the open file drops its flock.
-  if (handle_ >= 0) ::close(std::exchange(handle_, -1));
+  if (handle_ < 0) return;
+  handle_ = -1;
+  const std::shared_ptr<VolumeGate> gate = std::move(gate_);
+  if (gate) gate->Free(slot_);
 }
 
 HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
@@ -304,46 +451,8 @@ HRESULT AcquireVolumeLock(std::wstring_view volumeKey, unsigned slots,
   if (slots == 0) slots = 1;
   std::string folder;
   LMK_RETURN_IF_FAILED(LockFolder(&folder));
-  std::vector<UniqueFd> files;
-  files.reserve(slots);
-  for (unsigned slot = 0; slot < slots; ++slot) {
-    const std::string path = folder + "/" + SlotFileName(volumeKey, slot);
-    UniqueFd file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!file.valid() && errno == ENOENT && slot == 0) {
-      // The folder went away since it was checked (a cleaned temp folder): check it anew.
-      ForgetCheckedLockFolder();
-      LMK_RETURN_IF_FAILED(LockFolder(&folder));
-      file = UniqueFd(::open((folder + "/" + SlotFileName(volumeKey, slot)).c_str(),
-                             O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    }
-    if (!file.valid()) {
-      return HresultFromErrno(errno, L"Cannot open the lock file '" + FromUtf8(path) + L"'");
-    }
-    files.push_back(std::move(file));
-  }
-  // Polled rather than a blocking flock, also without a limit: a cancelled run must not sit
-  // behind another process's long transfer.
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  std::chrono::milliseconds pause{1};
-  for (;;) {
-    for (unsigned slot = 0; slot < slots; ++slot) {
-      if (::flock(files[slot].get(), LOCK_EX | LOCK_NB) == 0) {
-        guard->slot_ = slot;
-        guard->handle_ = files[slot].Release();
-        return S_OK;
-      }
-      if (errno != EWOULDBLOCK && errno != EINTR) {
-        return HresultFromErrno(errno, L"Cannot lock the volume");
-      }
-    }
-    if (timeout >= std::chrono::milliseconds::zero() &&
-        std::chrono::steady_clock::now() >= deadline) {
-      return HRESULT_FROM_WIN32(ERROR_TIMEOUT);
-    }
-    if (RunCancellation::IsRequested()) return E_ABORT;
-    std::this_thread::sleep_for(pause);
-    pause = std::min(pause * 2, std::chrono::milliseconds{16});
-  }
+  const std::shared_ptr<VolumeGate> gate = GateOf(folder, volumeKey);
+  return gate->Acquire(slots, timeout, guard, gate);
 }
 
 }  // namespace lmk
