@@ -103,10 +103,18 @@ int Save(VipsImage* image, VipsTarget* target, const ExportSettings& settings) {
   const gboolean strip = settings.metadata == ExportMetadata::kStrip;
   const int q = settings.quality;
   switch (settings.format) {
-    case ExportFormat::kJpeg:
+    case ExportFormat::kJpeg: {
+      // Progressive and optimised coding hold every coefficient of the picture in memory
+      // (2 bytes a sample): fine for a copy of screen size, not for a full-size 100-megapixel
+      // one, which is written in one plain pass instead.
+      constexpr guint64 kBufferedPixels = 16'000'000;
+      const gboolean small = static_cast<guint64>(vips_image_get_width(image)) *
+                                 static_cast<guint64>(vips_image_get_height(image)) <=
+                             kBufferedPixels;
       return vips_jpegsave_target(image, target, "Q", q, "interlace",
-                                  static_cast<gboolean>(settings.progressive), "optimize_coding",
-                                  TRUE, "strip", strip, nullptr);
+                                  static_cast<gboolean>(settings.progressive && small),
+                                  "optimize_coding", small, "strip", strip, nullptr);
+    }
     case ExportFormat::kPng:
       return vips_pngsave_target(image, target, "strip", strip, nullptr);
     case ExportFormat::kTiff:
