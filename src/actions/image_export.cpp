@@ -76,6 +76,22 @@ bool Step(int status, Image& image, VipsImage** result) {
   return true;
 }
 
+// A light sharpening for screens, as a radius-0.5 unsharp mask gives: a 3x3 integer kernel on
+// the 8-bit pixels. A sharpening in Lab costs five times as much and doubled the time of a copy.
+bool Sharpen(Image& image, VipsImage** result) {
+  static constexpr double kKernel[] = {0, -1, 0, -1, 12, -1, 0, -1, 0};
+  const Image mask(vips_image_new_matrix_from_array(3, 3, kKernel, 9));
+  if (!mask) return false;
+  vips_image_set_double(mask.get(), "scale", 8);
+  if (vips_image_get_format(image.get()) != VIPS_FORMAT_UCHAR &&
+      !Step(vips_cast_uchar(image.get(), result, nullptr), image, result)) {
+    return false;
+  }
+  return Step(
+      vips_conv(image.get(), result, mask.get(), "precision", VIPS_PRECISION_INTEGER, nullptr),
+      image, result);
+}
+
 // Whether a metadata field survives ExportMetadata::kCopyrightOnly: the EXIF block itself (the
 // library writes only the tags that still have fields) and its copyright and artist.
 bool KeptForCopyright(std::string_view name) {
@@ -231,8 +247,7 @@ HRESULT ExportImage(std::wstring_view source, int descriptor, const ExportSettin
     return Fail(HRESULT_FROM_WIN32(ERROR_INVALID_DATA),
                 L"its colours cannot be converted to sRGB (" + TakeLibraryError() + L")", failure);
   }
-  if (settings.sharpen &&
-      !Step(vips_sharpen(image.get(), &result, "sigma", 0.5, nullptr), image, &result)) {
+  if (settings.sharpen && !Sharpen(image, &result)) {
     return Fail(HRESULT_FROM_WIN32(ERROR_INVALID_DATA),
                 L"it cannot be sharpened (" + TakeLibraryError() + L")", failure);
   }
