@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "batch/attachment_mail.h"
 #include "batch/run_globals.h"
 #include "com/bstr.h"
 #include "com/com_error.h"
@@ -459,9 +460,10 @@ HRESULT CBatchRunner::ApplyRules(IDictionary* record, std::wstring_view fileName
   return S_OK;
 }
 
-void CBatchRunner::HandOffAttachments(IDictionary* /*attachments*/) const {
-  // The mail hand-off arrives with the e-mail action; the collected files stay in the
-  // dictionary until then and nothing is sent.
+void CBatchRunner::HandOffAttachments(IDictionary* attachments) const {
+  if (attachments == nullptr) return;
+  const std::wstring failure = StartAttachmentMail(CollectAttachments(*attachments));
+  if (!failure.empty()) ShowInternalError(failure);
 }
 
 }  // namespace lmk

@@ -149,8 +149,8 @@ class CBatchRunner {
   void ShowInternalError(std::wstring_view text) const;
   unsigned WorkerCount() const;
   void EndOfRun(RunState& state, bool aborted);
-  /// The hand-off of collected e-mail attachments to the mail sender; a later feature, so for
-  /// now the collected files stay in the dictionary and nothing is sent.
+  /// Hands the files that actions collected for e-mail to the mail program, waiting for the
+  /// send's thread at most one second.
   void HandOffAttachments(IDictionary* attachments) const;
 
   std::unique_ptr<EventLogWriter> log_;

@@ -62,6 +62,19 @@ struct CopyLock {
                                  CopyDurability durability = CopyDurability::kFlushToDevice,
                                  const CopyLock* lock = nullptr);
 
+/// Writes the new file `target` through `fill`, which receives a descriptor open for reading,
+/// writing and seeking on a file in the target's folder that has no name yet (or a hidden
+/// temporary name); it writes the whole content and returns S_OK or its failure. The file is
+/// flushed to the device and only then given the target name, so no partial file ever stands
+/// under it: never over an existing file unless `replace`, even one that another process makes
+/// meanwhile. `fill` may be called a second time, from the start, on a fresh file. Returns
+/// S_OK; `fill`'s failure (nothing is left behind); HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
+/// ERROR_PATH_NOT_FOUND for a missing folder; E_ACCESSDENIED for a folder or read-only file
+/// under the name or a refusal; ERROR_DISK_FULL. A description naming the file is set on
+/// failures of its own.
+[[nodiscard]] HRESULT WriteNewFile(std::wstring_view target, bool replace,
+                                   const std::function<HRESULT(int descriptor)>& fill);
+
 /// Puts every copy made with CopyDurability::kFlushLater since the last call on its device, one
 /// flush per file system. S_OK, or the first failure with a description naming the folder.
 [[nodiscard]] HRESULT FlushDeferredCopies();

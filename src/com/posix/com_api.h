@@ -24,6 +24,8 @@ LPVOID CoTaskMemAlloc(SIZE_T size);
 LPVOID CoTaskMemRealloc(LPVOID block, SIZE_T size);
 void CoTaskMemFree(LPVOID block);
 
+/// A new random GUID (version 4, from the system's random source). S_OK; E_INVALIDARG for null.
+HRESULT CoCreateGuid(GUID* guid);
 /// Writes "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" (upper case); returns the characters written
 /// including the NUL (39), or 0 when `max_chars` is too small.
 int StringFromGUID2(REFGUID guid, LPOLESTR text, int max_chars);

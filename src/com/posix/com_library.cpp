@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <random>
 
 #include "com/posix/com_api.h"
 
@@ -18,6 +19,24 @@ LPVOID CoTaskMemRealloc(LPVOID block, SIZE_T size) {
 }
 
 void CoTaskMemFree(LPVOID block) { std::free(block); }
+
+HRESULT CoCreateGuid(GUID* guid) {
+  if (guid == nullptr) return E_INVALIDARG;
+  thread_local std::random_device source;
+  const auto word = [] { return static_cast<DWORD>(source()); };
+  guid->Data1 = word();
+  const DWORD middle = word();
+  guid->Data2 = static_cast<WORD>(middle);
+  guid->Data3 = static_cast<WORD>(((middle >> 16) & 0x0FFF) | 0x4000);
+  const DWORD low = word();
+  const DWORD high = word();
+  for (int i = 0; i < 4; ++i) {
+    guid->Data4[i] = static_cast<BYTE>(low >> (8 * i));
+    guid->Data4[4 + i] = static_cast<BYTE>(high >> (8 * i));
+  }
+  guid->Data4[0] = static_cast<BYTE>((guid->Data4[0] & 0x3F) | 0x80);
+  return S_OK;
+}
 
 int StringFromGUID2(REFGUID guid, LPOLESTR text, int max_chars) {
   constexpr int kChars = 39;  // 38 characters and the NUL

@@ -409,11 +409,12 @@ class TemporaryCopy {
 
   // Creates the empty copy in `folder`; `unnamed` allows a file without a name, for a copy that
   // will not replace a file. Returns 0 or an errno (ENOENT: the folder is missing).
-  int Open(const std::string& folder, bool unnamed) {
+  // `access` is O_WRONLY, or O_RDWR for writers that read back what they wrote.
+  int Open(const std::string& folder, bool unnamed, int access = O_WRONLY) {
     folder_ = folder;
 #ifdef O_TMPFILE
     if (unnamed && CanLinkUnnamedFiles()) {
-      out_ = UniqueFd(::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+      out_ = UniqueFd(::open(folder.c_str(), O_TMPFILE | access | O_CLOEXEC, 0600));
       if (out_.valid()) return 0;
       // File systems without unnamed files say so in one of three ways.
       if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return errno;
@@ -421,7 +422,7 @@ class TemporaryCopy {
 #endif
     for (int attempt = 0; attempt < 16; ++attempt) {
       std::string name = TemporaryName();
-      out_ = UniqueFd(::open(Inside(name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+      out_ = UniqueFd(::open(Inside(name).c_str(), access | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
       if (out_.valid()) {
         name_ = std::move(name);
         return 0;
@@ -444,6 +445,16 @@ class TemporaryCopy {
     if (::futimens(out_.get(), times) != 0) return errno;
     if (flush && ::fsync(out_.get()) != 0) return errno;
     // An unnamed file lives only as long as its descriptor: it stays open until it is named.
+    return name_.empty() ? 0 : out_.Close();
+  }
+
+  // The open file, for a writer that fills it itself.
+  int descriptor() const noexcept { return out_.get(); }
+
+  // Ends what a writer filled through descriptor(): permissions `mode`, flushed to the device.
+  // Returns 0 or an errno.
+  int Seal(mode_t mode) {
+    if (::fchmod(out_.get(), mode) != 0 || ::fsync(out_.get()) != 0) return errno;
     return name_.empty() ? 0 : out_.Close();
   }
 
@@ -727,6 +738,70 @@ HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool fail
       {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice,
        durability == CopyDurability::kFlushLater, lock},
       &info);
+}
+
+HRESULT WriteNewFile(std::wstring_view target, bool replace,
+                     const std::function<HRESULT(int descriptor)>& fill) {
+  if (target.empty() || !fill) return E_INVALIDARG;
+  const std::string native = ToUtf8(target);
+  const std::wstring context = L"Cannot write " + Quoted(target);
+  struct stat targetInfo {};
+  if (::stat(native.c_str(), &targetInfo) == 0) {
+    if (S_ISDIR(targetInfo.st_mode)) {
+      return Fail(E_ACCESSDENIED, context + L": a folder of that name exists.");
+    }
+    if (!replace)
+      return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+    if (IsReadOnly(targetInfo)) {
+      return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
+    }
+  }
+  // New files get the permissions the user's umask gives, as any program's new file; it is
+  // read once, since reading it means setting it for an instant.
+  static const mode_t kMode = [] {
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return static_cast<mode_t>(0666 & ~mask);
+  }();
+  const SplitPath parts = Split(native);
+  RemoveStaleTemporaries(parts.folder);
+  // Makes, fills and names the file: 0, or an errno; *failed carries the writer's own failure.
+  const auto write = [&](bool unnamed, bool* namingRefused, HRESULT* failed) {
+    TemporaryCopy file;
+    int error = file.Open(parts.folder, unnamed, O_RDWR);
+    if (error == ENOENT && RemadeMissingFolder(native))
+      error = file.Open(parts.folder, unnamed, O_RDWR);
+    if (error == ENOENT) error = ENOTDIR;
+    if (error != 0) return error;
+    if (*failed = fill(file.descriptor()); FAILED(*failed)) return EIO;
+    if ((error = file.Seal(kMode)) != 0) return error;
+    if (const DWORD fault = InjectedFault(FileStep::kPublish, target); fault != 0) {
+      *failed = InjectedFailure(fault, L"Cannot write", target);
+      return EIO;
+    }
+    error = file.Publish(parts.name, replace);
+    *namingRefused = error != 0 && error != EEXIST && file.unnamed();
+    return error;
+  };
+  HRESULT failed = S_OK;
+  bool namingRefused = false;
+  int error = write(!g_unnamedRefused.load(std::memory_order_relaxed), &namingRefused, &failed);
+  if (namingRefused) {
+    // A file without a name that cannot be given one (no usable /proc): written again under a
+    // temporary name, from the start.
+    g_unnamedRefused.store(true, std::memory_order_relaxed);
+    failed = S_OK;
+    error = write(false, &namingRefused, &failed);
+  }
+  if (FAILED(failed)) return failed;
+  if (error == EEXIST) {
+    return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+  }
+  if (error == ENOTDIR)
+    return HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(target));
+  if (error != 0) return HresultFromErrno(error, context);
+  NoteFileAdded(target);
+  return S_OK;
 }
 
 HRESULT FlushDeferredCopies() {
