@@ -4,16 +4,16 @@
 
 #include <cstddef>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "actions/action_registration.h"
 #include "actions/copy_action.h"
-#include "actions/delete_action.h"
-#include "actions/link_action.h"
 #include "actions/move_action.h"
 #include "actions/rename_action.h"
 #include "actions/renaming_template_store.h"
+#include "platform/case_table.h"
 #include "platform/text_encoding.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_stream_reader.h"
@@ -23,19 +23,23 @@
 namespace lmk {
 namespace {
 
-NamedParam Param(std::wstring name, std::wstring text) {
-  NamedParam param;
-  param.name = std::move(name);
-  param.value.text = std::move(text);
-  return param;
-}
-
-NamedParam ListParam(std::wstring name, std::vector<std::wstring> items) {
-  NamedParam param;
-  param.name = std::move(name);
-  param.value.isList = true;
-  param.value.items = std::move(items);
-  return param;
+// "NAME=VALUE;NAME=[a,b]" as named parameters.
+std::vector<NamedParam> Params(const std::string& text) {
+  std::vector<NamedParam> params;
+  std::istringstream pairs(text);
+  for (std::string pair; std::getline(pairs, pair, ';');) {
+    NamedParam& param = params.emplace_back();
+    const auto equals = pair.find('=');
+    param.name = test::Wide(pair.substr(0, equals));
+    const std::string value = pair.substr(equals + 1);
+    param.value.isList = value.starts_with('[');
+    if (!param.value.isList) param.value.text = test::Wide(value);
+    std::istringstream items(param.value.isList ? value.substr(1, value.size() - 2) : "");
+    for (std::string item; std::getline(items, item, ',');) {
+      param.value.items.push_back(test::Wide(item));
+    }
+  }
+  return params;
 }
 
 void Load(CRuleElement& element, std::vector<NamedParam> params) {
@@ -44,56 +48,38 @@ void Load(CRuleElement& element, std::vector<NamedParam> params) {
   archive.Finish();
 }
 
-TEST(TransferParametersTest, LoadFromNamedParameters) {
-  CCopyAction copy;
-  Load(copy, {Param(L"destination", L"Best/{DateTaken:Year}"), Param(L"overwrite", L"true"),
-              Param(L"verify", L"true"), Param(L"preserve-hierarchy", L"true"),
-              Param(L"rename", L"{FileName}_x"), ListParam(L"companions", {L"wav"}),
-              Param(L"on-failure", L"skip-rules")});
-  EXPECT_EQ(copy.Destination(), L"Best/{DateTaken:Year}");
-  EXPECT_EQ(copy.RenameTemplate(), L"{FileName}_x");
-  EXPECT_EQ(copy.Flags(), kTransferOverwrite | kTransferVerify | kTransferPreserveHierarchy |
-                              kCompanionWav | 0x2000000u);
-  EXPECT_EQ(copy.Description(),
-            L"Copy the image to \"Best/{DateTaken:Year}\", renamed using \"{FileName}_x\", "
-            L"preserving the folder hierarchy, overwriting existing files, with its WAV sidecar, "
-            L"checking the copy's integrity.");
+CElementRegistry& Registry() {
+  static CElementRegistry registry = [] {
+    CElementRegistry r(CElementRegistry::Product());
+    RegisterActions(r);
+    return r;
+  }();
+  return registry;
 }
 
-TEST(TransferParametersTest, LinkHasNoVerify) {
-  CLinkAction link;
-  EXPECT_THROW(Load(link, {Param(L"verify", L"true")}), CRuleSetError);
+class ActionParametersTest : public ::testing::TestWithParam<test::CaseRow> {};
+
+// Fields: key, parameters, "refused" or the flags, the sentence.
+TEST_P(ActionParametersTest, LoadAndSaveBack) {
+  const test::CaseRow& c = GetParam();
+  const auto element = Registry().Create(test::Wide(c[0]));
+  ASSERT_TRUE(element && element->IsKey(test::Wide(c[0])));
+  if (c[2] == "refused") {
+    EXPECT_THROW(Load(*element, Params(c[1])), CRuleSetError);
+    return;
+  }
+  Load(*element, Params(c[1]));
+  if (!c[2].empty()) EXPECT_EQ(element->Flags(), std::stoul(c[2], nullptr, 16));
+  if (c.fields.size() > 3) EXPECT_EQ(element->Description(), test::Wide(c[3]));
+  const auto again = Registry().Create(test::Wide(c[0]));
+  Load(*again, element->NamedParameters());
+  EXPECT_EQ(again->Flags(), element->Flags());
+  EXPECT_EQ(again->Description(), element->Description());
 }
 
-TEST(TransferParametersTest, UnknownCompanionWordIsRefused) {
-  CMoveAction move;
-  EXPECT_THROW(Load(move, {ListParam(L"companions", {L"jpg"})}), CRuleSetError);
-}
-
-// Saving the named parameters and loading them into a new element gives the same element.
-template <class T>
-void ExpectNamedRoundTrip(T& original) {
-  T copy;
-  Load(copy, original.NamedParameters());
-  EXPECT_EQ(copy.Flags(), original.Flags());
-  EXPECT_EQ(copy.Description(), original.Description());
-}
-
-TEST(ActionParametersTest, NamedRoundTrip) {
-  CMoveAction move;
-  move.SetDestination(L"...\\Keep");
-  move.SetRenameTemplate(L"Dated");
-  move.SetOption(kTransferOverwrite, true);
-  ExpectNamedRoundTrip(move);
-  CRenameAction rename;
-  rename.SetTemplate(L"{Upper{FileName}}");
-  rename.SetOption(kCompanionWav, false);
-  ExpectNamedRoundTrip(rename);
-  CDeleteAction remove;
-  remove.SetOption(kDeleteToTrash, false);
-  remove.SetOption(kDeleteEmptyFolders, true);
-  ExpectNamedRoundTrip(remove);
-}
+INSTANTIATE_TEST_SUITE_P(Forms, ActionParametersTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/action_parameters.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(ActionParametersTest, BinaryRoundTripWithVersionByte) {
   CCopyAction original;
@@ -160,17 +146,6 @@ TEST(RenameValidityTest, NeedsATemplate) {
   EXPECT_EQ(reason.rfind(L"template: the renaming template is missing", 0), 0u);
   rename.SetTemplate(L"{FileName}");
   EXPECT_TRUE(rename.IsValid(&reason));
-}
-
-TEST(ActionRegistrationTest, CreatesEveryFileAction) {
-  CElementRegistry registry(CElementRegistry::Product());
-  RegisterActions(registry);
-  for (const wchar_t* key :
-       {L"Action.Copy", L"Action.Move", L"Action.Link", L"Action.Rename", L"Action.Delete"}) {
-    const std::shared_ptr<CRuleElement> element = registry.Create(key);
-    ASSERT_NE(element, nullptr);
-    EXPECT_TRUE(element->IsKey(key));
-  }
 }
 
 class TemplateStoreTest : public ::testing::Test {

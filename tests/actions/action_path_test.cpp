@@ -1,89 +1,45 @@
-// Path rules of the file actions, with the POSIX and Windows expectations side by side.
+// Path rules of the file actions, with the POSIX and Windows expectations side by side (the tables
+// are tests/data/cases/destination_folders.tsv and hierarchy_below.tsv).
 #include "actions/action_path.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+
+#include "platform/case_table.h"
 
 namespace lmk {
 namespace {
 
-struct ResolveCase {
-  std::string name;
-  PathStyle style;
-  std::wstring destination;
-  std::wstring imageFolder;
-  std::wstring imagesFolder;
-  std::wstring expected;
-};
+using test::Wide;
 
-std::vector<ResolveCase> ResolveCases() {
-  using enum PathStyle;
-  return {
-      {"DotsBackslashBesideImage", Posix, L"...\\Best", L"/p/2024/trip", L"/p",
-       L"/p/2024/trip/Best"},
-      {"DotsSlashBesideImage", Posix, L".../Best/x", L"/p/a", L"/p", L"/p/a/Best/x"},
-      {"DotsAloneIsImageFolder", Posix, L"...", L"/p/a", L"/p", L"/p/a"},
-      {"RelativeToImagesFolder", Posix, L"Sorted/2024/03", L"/p/a", L"/p", L"/p/Sorted/2024/03"},
-      {"BackslashesSeparateOnPosix", Posix, L"Sorted\\2024\\03", L"/p/a", L"/p/",
-       L"/p/Sorted/2024/03"},
-      {"RelativeWithoutImagesFolder", Posix, L"Out", L"/p/a", L"", L"/p/a/Out"},
-      {"AbsoluteStands", Posix, L"/mnt/backup//2024/", L"/p/a", L"/p", L"/mnt/backup/2024"},
-      {"RootStands", Posix, L"/", L"/p/a", L"/p", L"/"},
-      {"WindowsDots", Windows, L"...\\Best", L"C:\\p\\a", L"C:\\p", L"C:\\p\\a\\Best"},
-      {"WindowsRelative", Windows, L"Best/2024", L"C:\\p\\a", L"C:\\p", L"C:\\p\\Best\\2024"},
-      {"WindowsDrive", Windows, L"D:/Backup\\2024\\", L"C:\\p\\a", L"C:\\p", L"D:\\Backup\\2024"},
-      {"WindowsNetwork", Windows, L"\\\\nas\\share\\x", L"C:\\p\\a", L"C:\\p",
-       L"\\\\nas\\share\\x"},
-  };
+PathStyle StyleOf(const std::string& name) {
+  return name == "windows" ? PathStyle::Windows : PathStyle::Posix;
 }
 
-class ResolveDestinationTest : public ::testing::TestWithParam<ResolveCase> {};
+class ResolveDestinationTest : public ::testing::TestWithParam<test::CaseRow> {};
 
+// Fields: style, destination, image's folder, images folder, resolved.
 TEST_P(ResolveDestinationTest, Resolves) {
-  const ResolveCase& c = GetParam();
-  EXPECT_EQ(ResolveDestinationFolder(c.destination, c.imageFolder, c.imagesFolder, c.style),
-            c.expected);
+  const test::CaseRow& c = GetParam();
+  EXPECT_EQ(ResolveDestinationFolder(Wide(c[1]), Wide(c[2]), Wide(c[3]), StyleOf(c[0])),
+            Wide(c[4]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, ResolveDestinationTest, ::testing::ValuesIn(ResolveCases()),
+INSTANTIATE_TEST_SUITE_P(Forms, ResolveDestinationTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/destination_folders.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-struct HierarchyCase {
-  std::string name;
-  PathStyle style;
-  std::wstring imageFolder;
-  std::wstring imagesFolder;
-  std::wstring expected;
-};
+class HierarchyBelowTest : public ::testing::TestWithParam<test::CaseRow> {};
 
-std::vector<HierarchyCase> HierarchyCases() {
-  using enum PathStyle;
-  return {
-      {"InImagesFolder", Posix, L"/p", L"/p", L""},
-      {"TwoLevelsBelow", Posix, L"/p/2024/trip", L"/p", L"2024/trip"},
-      {"TrailingSeparator", Posix, L"/p/a/", L"/p/", L"a"},
-      {"NamesNotCharacters", Posix, L"/photos2/a", L"/photos", L"photos2/a"},
-      {"CaseMattersOnPosix", Posix, L"/P/a", L"/p", L"P/a"},
-      {"CaseIgnoredOnWindows", Windows, L"C:\\P\\a", L"c:\\p", L"a"},
-      {"OtherDriveSharesNothing", Windows, L"D:\\p\\a", L"C:\\p", L"p\\a"},
-      // Each folder is re-created as one safe name, never as a way up or a hidden folder.
-      {"BackslashesAndDotsOneFolder", Posix, L"/p/..\\..\\x", L"/p", L"~.~..~x"},
-      {"DotDotFolderNoWayUp", Posix, L"/p/a/../b", L"/p", L"a/~/b"},
-      {"HiddenFolder", Posix, L"/p/.trip", L"/p", L"~trip"},
-      {"WindowsColonInName", Windows, L"C:\\p\\a:b", L"C:\\p", L"a~b"},
-  };
-}
-
-class HierarchyBelowTest : public ::testing::TestWithParam<HierarchyCase> {};
-
+// Fields: style, image's folder, images folder, the part below.
 TEST_P(HierarchyBelowTest, KeepsThePartBelowTheSharedPrefix) {
-  const HierarchyCase& c = GetParam();
-  EXPECT_EQ(HierarchyBelow(c.imageFolder, c.imagesFolder, c.style), c.expected);
+  const test::CaseRow& c = GetParam();
+  EXPECT_EQ(HierarchyBelow(Wide(c[1]), Wide(c[2]), StyleOf(c[0])), Wide(c[3]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Folders, HierarchyBelowTest, ::testing::ValuesIn(HierarchyCases()),
+INSTANTIATE_TEST_SUITE_P(Folders, HierarchyBelowTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/hierarchy_below.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 TEST(ActionPathTest, PartsOfAPath) {

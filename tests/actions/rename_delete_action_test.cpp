@@ -9,6 +9,7 @@
 #include "actions/action_fixture.h"
 #include "actions/delete_action.h"
 #include "actions/rename_action.h"
+#include "platform/case_table.h"
 #include "platform/file_operations.h"
 
 namespace lmk {
@@ -22,60 +23,43 @@ using test::WriteFile;
 
 constexpr SharingRetry kQuickRetry{15, std::chrono::milliseconds(1)};
 
-struct RenameCase {
-  std::string name;
-  std::wstring file;
-  std::wstring templ;
-  std::wstring expected;  // empty: the file keeps its name
-  HRESULT result = S_OK;
-  unsigned short frame = 0;
-};
-
-std::vector<RenameCase> RenameCases() {
-  return {
-      {"LowerKeepsExtension", L"IMG_1.JPG", L"{Lower{FileName}}", L"img_1.JPG"},
-      {"SeparatorsBecomeTilde", L"a.jpg", L"x/y\\z", L"x~y~z.jpg"},
-      {"WhiteSpaceTrimmed", L"b.jpg", L"  spaced name  ", L"spaced name.jpg"},
-      {"DateTemplate", L"c.nef", L"{DateTaken:19}_{FileName}", L"2024-03-07_c.nef"},
-      {"EmptyExpansionLeavesFile", L"d.jpg", L"{CameraModel}", L"", S_FALSE},
-      {"LaterFrameLeftAlone", L"e.tif", L"new", L"", S_FALSE, 2},
-      {"NonAscii", L"f.jpg", L"\u00e9t\u00e9 {FileName}", L"\u00e9t\u00e9 f.jpg"},
-  };
-}
-
-class RenameTest : public ::testing::TestWithParam<RenameCase> {
+class RenameTest : public ::testing::TestWithParam<test::CaseRow> {
  protected:
   test::ScopedTempDir dir_;
   MemoryLog log_;
 };
 
+// Fields: file, template, new name, frame.
 TEST_P(RenameTest, RenamesInPlace) {
-  const RenameCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
-  const std::wstring old = root + L"/" + c.file;
+  const test::CaseRow& c = GetParam();
+  const std::wstring root = WideOf(dir_.path()), templ = test::Wide(c[1]);
+  const std::wstring old = root + L"/" + test::Wide(c[0]);
   WriteFile(test::PathOf(old), "img");
   ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
   CRenameAction rename;
-  rename.SetTemplate(c.templ);
-  ComPtr<IDictionary> record = MakeImageRecord(old, root, c.frame, host.Get());
+  rename.SetTemplate(templ);
+  ComPtr<IDictionary> record =
+      MakeImageRecord(old, root, static_cast<unsigned short>(std::stoi(c[3])), host.Get());
 
-  EXPECT_EQ(rename.Execute(record.Get()), c.result) << ToUtf8(TakeErrorDescription());
-  if (c.expected.empty()) {
+  EXPECT_EQ(rename.Execute(record.Get()), c[2].empty() ? S_FALSE : S_OK)
+      << ToUtf8(TakeErrorDescription());
+  if (c[2].empty()) {
     EXPECT_EQ(ReadFile(test::PathOf(old)), "img");
     EXPECT_TRUE(host->renamed.empty());
     return;
   }
-  const std::wstring renamed = root + L"/" + c.expected;
+  const std::wstring renamed = root + L"/" + test::Wide(c[2]);
   EXPECT_EQ(ReadFile(test::PathOf(renamed)), "img");
   EXPECT_FALSE(std::filesystem::exists(test::PathOf(old)));
   EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), renamed);
   ASSERT_EQ(host->renamed.size(), 1u);
   EXPECT_EQ(host->renamed[0].to, renamed);
   EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{L"Renaming \"" + old + L"\" to \"" + renamed +
-                                                    L"\" using template \"" + c.templ + L"\"."});
+                                                    L"\" using template \"" + templ + L"\"."});
 }
 
-INSTANTIATE_TEST_SUITE_P(Templates, RenameTest, ::testing::ValuesIn(RenameCases()),
+INSTANTIATE_TEST_SUITE_P(Templates, RenameTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/renames.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 class RenameFilesTest : public ::testing::Test {

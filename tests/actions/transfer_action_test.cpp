@@ -14,6 +14,7 @@
 #include "actions/link_action.h"
 #include "actions/move_action.h"
 #include "actions/renaming_template_store.h"
+#include "platform/case_table.h"
 #include "platform/file_operations.h"
 
 namespace lmk {
@@ -40,74 +41,49 @@ std::unique_ptr<CTransferAction> MakeAction(Kind kind) {
   return nullptr;
 }
 
-struct TransferCase {
-  std::string name;
-  Kind kind;
-  std::wstring destination;
-  std::wstring rename;
-  std::wstring image;     // relative to the images folder
-  std::wstring expected;  // relative to the images folder
-  std::wstring logLine;   // with <root> for the images folder
-  DWORD options = 0;
-};
-
-std::vector<TransferCase> TransferCases() {
-  return {
-      {"CopyByDate", Kind::Copy, L"Sorted/{DateTaken:Year}/{DateTaken:Month0}", L"", L"a/IMG_1.JPG",
-       L"Sorted/2024/03/IMG_1.JPG",
-       L"Copying \"<root>/a/IMG_1.JPG\" to \"<root>/Sorted/2024/03\"."},
-      {"MoveBesideImage", Kind::Move, L"...\\Best", L"", L"a/b/x.jpg", L"a/b/Best/x.jpg",
-       L"Moving \"<root>/a/b/x.jpg\" to \"<root>/a/b/Best\"."},
-      {"LinkRenamed", Kind::Link, L"Links", L"{DateTaken:6}_{FileName}", L"p.jpg",
-       L"Links/20240307_p.jpg",
-       L"Linking to \"<root>/p.jpg\" from \"<root>/Links\", link renamed using "
-       L"\"{DateTaken:6}_{FileName}\"."},
-      {"MoveRenamedInvalidCharacters", Kind::Move, L"out", L"{FileName}/x\\y", L"n.jpg",
-       L"out/n~x~y.jpg",
-       L"Moving \"<root>/n.jpg\" to \"<root>/out\", renamed using \"{FileName}/x\\y\"."},
-      {"CopyPreservesHierarchy", Kind::Copy, L"Backup", L"", L"2024/trip/day1/d.jpg",
-       L"Backup/2024/trip/day1/d.jpg",
-       L"Copying \"<root>/2024/trip/day1/d.jpg\" to \"<root>/Backup/2024/trip/day1\".",
-       kTransferPreserveHierarchy},
-      {"SpacesAndNonAscii", Kind::Move, L"Été 2024/{FileName}", L"", L"my photo \u65e5.jpg",
-       L"Été 2024/my photo \u65e5/my photo \u65e5.jpg",
-       L"Moving \"<root>/my photo \u65e5.jpg\" to \"<root>/Été 2024/my photo \u65e5\"."},
-      {"EmptyRenameKeepsName", Kind::Copy, L"c", L"{CameraModel}", L"k.jpg", L"c/k.jpg",
-       L"Copying \"<root>/k.jpg\" to \"<root>/c\", renamed using \"{CameraModel}\"."},
-  };
+Kind KindOf(const std::string& name) {
+  return name == "copy" ? Kind::Copy : name == "move" ? Kind::Move : Kind::Link;
 }
 
-class TransferTest : public ::testing::TestWithParam<TransferCase> {
+// A row's text with <root> replaced by root.
+std::wstring Rooted(const std::string& text, const std::wstring& root) {
+  std::wstring line = test::Wide(text);
+  for (std::size_t at; (at = line.find(L"<root>")) != std::wstring::npos;)
+    line.replace(at, 6, root);
+  return line;
+}
+
+class TransferTest : public ::testing::TestWithParam<test::CaseRow> {
  protected:
   test::ScopedTempDir dir_;
   MemoryLog log_;
 };
 
+// Fields: action, destination, rename template, image, where it lands, log line, options.
 TEST_P(TransferTest, PutsTheImageWhereTheTemplatesSay) {
-  const TransferCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
+  const Kind kind = KindOf(c[0]);
   const std::wstring root = WideOf(dir_.path());
-  const std::wstring image = root + L"/" + c.image;
+  const std::wstring image = root + L"/" + test::Wide(c[3]);
   WriteFile(PathOf(image), "pixels");
-  auto action = MakeAction(c.kind);
-  action->SetDestination(c.destination);
-  action->SetRenameTemplate(c.rename);
-  action->SetFlags(action->Flags() | c.options);
+  auto action = MakeAction(kind);
+  action->SetDestination(test::Wide(c[1]));
+  action->SetRenameTemplate(test::Wide(c[2]));
+  if (c[6] == "hierarchy") action->SetOption(kTransferPreserveHierarchy, true);
   ComPtr<IDictionary> record = MakeImageRecord(image, root);
 
   ASSERT_EQ(action->Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
 
-  const std::wstring target = root + L"/" + c.expected;
+  const std::wstring target = root + L"/" + test::Wide(c[4]);
   EXPECT_EQ(ReadFile(PathOf(target)), "pixels");
-  EXPECT_EQ(std::filesystem::exists(PathOf(image)), c.kind != Kind::Move);
-  std::wstring line = c.logLine;
-  for (std::size_t at; (at = line.find(L"<root>")) != std::wstring::npos;)
-    line.replace(at, 6, root);
-  EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{line});
+  EXPECT_EQ(std::filesystem::exists(PathOf(image)), kind != Kind::Move);
+  EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{Rooted(c[5], root)});
   // Only a move changes where the rule's later actions find the file.
-  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), c.kind == Kind::Move ? target : image);
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), kind == Kind::Move ? target : image);
 }
 
-INSTANTIATE_TEST_SUITE_P(Actions, TransferTest, ::testing::ValuesIn(TransferCases()),
+INSTANTIATE_TEST_SUITE_P(Actions, TransferTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_actions.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 struct RefusalCase {
@@ -160,61 +136,33 @@ TEST_P(ExistingTargetTest, OverwritesOnlyWhenAsked) {
 INSTANTIATE_TEST_SUITE_P(Actions, ExistingTargetTest, ::testing::ValuesIn(RefusalCases()),
                          [](const auto& i) { return i.param.name; });
 
-struct FailureCase {
-  std::string name;
-  Kind kind;
-  bool sourceMissing;
-  bool destinationIsFile;
-  std::wstring expectedStart;  // with <root>
-};
-
-std::vector<FailureCase> FailureCases() {
-  return {
-      {"MoveMissingSource", Kind::Move, true, false,
-       L"Cannot move '<root>/img.jpg' to '<root>/out/img.jpg'. The system cannot find the file "
-       L"specified. (0x80070002)"},
-      {"CopyMissingSource", Kind::Copy, true, false,
-       L"Cannot copy '<root>/img.jpg' to '<root>/out/img.jpg'. The system cannot find the file "
-       L"specified. (0x80070002)"},
-      {"LinkMissingSource", Kind::Link, true, false,
-       L"Cannot link to '<root>/img.jpg' from '<root>/out/img.jpg'. The system cannot find the "
-       L"file specified. (0x80070002)"},
-      {"DestinationIsAFile", Kind::Copy, false, true,
-       L"Cannot create folder '<root>/out'. Cannot create a file when that file already exists. "
-       L"(0x800700B7)"},
-  };
-}
-
-class TransferFailureTest : public ::testing::TestWithParam<FailureCase> {
+class TransferFailureTest : public ::testing::TestWithParam<test::CaseRow> {
  protected:
   test::ScopedTempDir dir_;
   MemoryLog log_;
 };
 
+// Fields: action, what is wrong, the error text.
 TEST_P(TransferFailureTest, ReportsWhatFailed) {
-  const FailureCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
   const std::wstring root = WideOf(dir_.path());
-  if (!c.sourceMissing) WriteFile(dir_ / "img.jpg", "data");
-  if (c.destinationIsFile) WriteFile(dir_ / "out", "a file");
-  auto action = MakeAction(c.kind);
+  const bool sourceMissing = c[1] == "missing-source";
+  if (!sourceMissing) WriteFile(dir_ / "img.jpg", "data");
+  if (!sourceMissing) WriteFile(dir_ / "out", "a file");
+  auto action = MakeAction(KindOf(c[0]));
   action->SetDestination(L"out");
   ComPtr<IDictionary> record = MakeImageRecord(root + L"/img.jpg", root);
 
   EXPECT_TRUE(FAILED(action->Execute(record.Get())));
-  std::wstring expected = c.expectedStart;
-  for (std::size_t at; (at = expected.find(L"<root>")) != std::wstring::npos;) {
-    expected.replace(at, 6, root);
-  }
-  EXPECT_EQ(TakeErrorDescription(), expected);
-  if (!c.sourceMissing) {
+  EXPECT_EQ(TakeErrorDescription(), Rooted(c[2], root));
+  if (!sourceMissing) {
     EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "data");
-  }
-  if (c.destinationIsFile) {
     EXPECT_EQ(ReadFile(dir_ / "out"), "a file");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Actions, TransferFailureTest, ::testing::ValuesIn(FailureCases()),
+INSTANTIATE_TEST_SUITE_P(Actions, TransferFailureTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_failures.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 class TransferFilesTest : public ::testing::Test {

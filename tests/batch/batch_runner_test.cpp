@@ -15,6 +15,7 @@
 
 #include "batch/run_summary.h"
 #include "com/bstr.h"
+#include "platform/case_table.h"
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/processor_info.h"
 #include "platform/usage_counter.h"
@@ -510,38 +511,28 @@ TEST_F(RunnerTest, MinimumRunTimeHoldsTheEnd) {
 
 // ---- Pure rules ---------------------------------------------------------------------------------
 
-struct SummaryCase {
-  const char* name;
-  BatchRunResult result;
-  std::wstring_view text;
-  std::wstring_view counts;
-};
+class Summary : public ::testing::TestWithParam<test::CaseRow> {};
 
-class Summary : public ::testing::TestWithParam<SummaryCase> {};
-
+// Fields: aborted, mode, processed, skipped, fatal errors, errors, warnings, sentence, counts.
 TEST_P(Summary, PicksTheSentence) {
-  const RunSummary summary = SummarizeRun(GetParam().result);
-  EXPECT_EQ(summary.text, GetParam().text);
-  EXPECT_EQ(summary.counts, GetParam().counts);
+  const test::CaseRow& c = GetParam();
+  const auto n = [&](std::size_t i) { return std::stol(c[i]); };
+  const BatchRunResult result{
+      c[0] == "yes", static_cast<DWORD>(n(1)), n(2), n(3), n(4), n(5), n(6), {}};
+  const std::map<std::string, std::wstring_view> sentences = {
+      {"success", summary_text::kSuccess},
+      {"current-success", summary_text::kCurrentImageSuccess},
+      {"errors", summary_text::kErrors},
+      {"warnings", summary_text::kWarnings},
+      {"fatal", summary_text::kFatal}};
+  const RunSummary summary = SummarizeRun(result);
+  EXPECT_EQ(summary.text, sentences.at(c[7]));
+  EXPECT_EQ(summary.counts, test::Wide(c[8]));
 }
 
-using namespace summary_text;  // NOLINT(google-build-using-namespace)
-
-INSTANTIATE_TEST_SUITE_P(
-    Runner, Summary,
-    ::testing::ValuesIn(std::vector<SummaryCase>{
-        {"Clean", {false, 2, 5, 0, 0, 0, 0, {}}, kSuccess, L"0 errors\n0 warnings"},
-        {"CleanCurrent",
-         {false, 1, 1, 0, 0, 0, 0, {}},
-         kCurrentImageSuccess,
-         L"0 errors\n0 warnings"},
-        {"ErrorsBeforeWarnings", {false, 2, 5, 0, 0, 1, 3, {}}, kErrors, L"1 error\n3 warnings"},
-        {"Warnings", {false, 3, 5, 0, 0, 0, 1, {}}, kWarnings, L"0 errors\n1 warning"},
-        {"CurrentWithWarnings", {false, 1, 1, 0, 0, 0, 2, {}}, kWarnings, L"0 errors\n2 warnings"},
-        {"AbortedEvenWhenClean", {true, 2, 1, 0, 0, 0, 0, {}}, kFatal, L"0 errors\n0 warnings"},
-        {"FatalCountsAsError", {true, 2, 1, 0, 1, 0, 0, {}}, kFatal, L"1 error\n0 warnings"},
-    }),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Runner, Summary,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/run_summaries.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 struct WorkerCase {
   const char* name;

@@ -1,15 +1,17 @@
 // A damaged log reads up to the damage, and the message says what is wrong and at which byte.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "batch/event_log_reader.h"
+#include "platform/case_table.h"
 #include "platform/event_log_writer.h"
 #include "platform/text_encoding.h"
 #include "support/temp_dir.h"
@@ -33,63 +35,41 @@ std::vector<size_t> RecordStarts(const Bytes& b) {
   return starts;
 }
 
-struct DamageCase {
-  const char* name;
-  // Damages a log of five records (start, "one", "two", "three", end); r holds their starts.
-  std::function<void(Bytes& b, const std::vector<size_t>& r)> damage;
-  DWORD result;
-  size_t entries;                // readable events
-  std::wstring problem;          // part of the message
-  std::optional<size_t> record;  // the damaged record's index, for the byte named
-};
+// Does the damage of a row to b, a log whose events start at r (see event_log_damage.tsv).
+void Damage(Bytes& b, const std::vector<size_t>& r, const std::string& how) {
+  std::istringstream words(how);
+  std::string op, at;
+  words >> op;
+  const auto number = [](const std::string& text) { return std::stoul(text, nullptr, 0); };
+  const auto place = [&](const std::string& text) {
+    if (text[0] != 'r') return static_cast<size_t>(number(text));
+    const size_t sign = text.find_first_of("+-");
+    const size_t start = r.at(number(text.substr(1, sign - 1)));
+    if (sign == std::string::npos) return start;
+    const size_t offset = number(text.substr(sign + 1));
+    return text[sign] == '+' ? start + offset : start - offset;
+  };
+  if (op == "fill") {
+    words >> at;
+    std::fill(b.begin(), b.end(), static_cast<uint8_t>(number(at)));
+  } else if (op == "append") {
+    while (words >> at) b.push_back(static_cast<uint8_t>(number(at)));
+  } else if (op != "none") {
+    std::string value;
+    words >> at >> value;
+    if (op == "cut") b.resize(place(at));
+    if (op == "set") b.at(place(at)) = static_cast<uint8_t>(number(value));
+    if (op == "xor") b.at(place(at)) ^= static_cast<uint8_t>(number(value));
+  }
+}
 
-const DamageCase kCases[] = {
-    {"Intact", [](Bytes&, auto&) {}, ERROR_SUCCESS, 5, L"", std::nullopt},
-    {"CutInsideFirstHeader", [](Bytes& b, auto& r) { b.resize(r[0] + 10); }, ERROR_SUCCESS, 0,
-     L"is cut short at byte", 0},
-    {"CutInsideSecondText", [](Bytes& b, auto& r) { b.resize(r[2] - 3); }, ERROR_SUCCESS, 1,
-     L"the file ends inside an event", 1},
-    {"CutBeforeLastTimeStamp", [](Bytes& b, auto& r) { b.resize(r[4] + 66); }, ERROR_SUCCESS, 4,
-     L"the file ends inside an event", 4},
-    {"OneByteOfTail", [](Bytes& b, auto&) { b.push_back(0x40); }, ERROR_SUCCESS, 5,
-     L"the file ends inside an event", 5},
-    {"RandomTail",
-     [](Bytes& b, auto&) {
-       b.insert(b.end(), {0x13, 0x37, 0xC0, 0xFF, 0xEE, 0x01, 0x99});
-     },
-     ERROR_SUCCESS, 5, L"size field says 14099 bytes (48 or 64 expected)", 5},
-    {"FlippedSizeField", [](Bytes& b, auto& r) { b[r[2]] ^= 0x01; }, ERROR_SUCCESS, 2,
-     L"size field says 65 bytes", 2},
-    {"FlippedLevel", [](Bytes& b, auto& r) { b[r[1] + 5] = 9; }, ERROR_SUCCESS, 1,
-     L"level is 9 (1 to 5 expected)", 1},
-    {"FlippedType", [](Bytes& b, auto& r) { b[r[3] + 4] = 200; }, ERROR_SUCCESS, 3, L"type is 200",
-     3},
-    {"FlippedClassGuid", [](Bytes& b, auto& r) { b[r[3] + 30] ^= 0x80; }, ERROR_SUCCESS, 3,
-     L"foreign class GUID", 3},
-    {"FlippedFlags", [](Bytes& b, auto& r) { b[r[1] + 46] ^= 0x04; }, ERROR_SUCCESS, 1,
-     L"flags 0x160000 do not fit", 1},
-    {"HugeTextLength", [](Bytes& b, auto& r) { b[r[2] + 59] = 0x7F; }, ERROR_SUCCESS, 2,
-     L"text length or place, 2130706", 2},
-    {"TextWithoutZero", [](Bytes& b, auto& r) { b[r[2] - 2] = 'x'; }, ERROR_SUCCESS, 1,
-     L"lacks its terminating zero", 1},
-    {"ZeroLength", [](Bytes& b, auto&) { b.clear(); }, ERROR_INVALID_DATA, 0, L"the file is empty",
-     std::nullopt},
-    {"HeaderCut", [](Bytes& b, auto&) { b.resize(100); }, ERROR_INVALID_DATA, 0,
-     L"the file ends inside its header", std::nullopt},
-    {"HeaderSizeImpossible", [](Bytes& b, auto&) { b[3] = 0x7F; }, ERROR_INVALID_DATA, 0,
-     L"its header announces 21", std::nullopt},
-    {"HeaderMarkFlipped", [](Bytes& b, auto&) { b[24] ^= 0x01; }, ERROR_INVALID_DATA, 0,
-     L"does not carry this program's mark", std::nullopt},
-    {"HeaderNameMoved", [](Bytes& b, auto&) { b[116] ^= 0x02; }, ERROR_INVALID_DATA, 0,
-     L"session or file name is out of place", std::nullopt},
-    {"Garbage", [](Bytes& b, auto&) { std::fill(b.begin(), b.end(), 0x41); }, ERROR_INVALID_DATA, 0,
-     L"its header announces 1094795585 bytes", std::nullopt},
-};
+class DamagedLog : public ::testing::TestWithParam<test::CaseRow> {};
 
-class DamagedLog : public ::testing::TestWithParam<DamageCase> {};
-
+// Fields: damage, ok or invalid, readable events, part of the message, damaged event.
 TEST_P(DamagedLog, ShowsTheReadablePartAndSaysWhatAndWhere) {
-  const DamageCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
+  const size_t entries = std::stoul(c[2]);
+  const std::wstring problem = test::Wide(c[3]);
   test::ScopedTempDir dir;
   const std::filesystem::path file = dir / "log.etl";
   const std::wstring path = FromUtf8(file.string());
@@ -107,32 +87,35 @@ TEST_P(DamagedLog, ShowsTheReadablePartAndSaysWhatAndWhere) {
   }
   const std::vector<size_t> starts = RecordStarts(bytes);
   ASSERT_EQ(starts.size(), 6u) << "the writer's start and end events and three more";
-  c.damage(bytes, starts);
+  Damage(bytes, starts, c[0]);
   std::ofstream(file, std::ios::binary | std::ios::trunc)
       .write(reinterpret_cast<const char*>(bytes.data()),
              static_cast<std::streamsize>(bytes.size()));
 
   EventLogContents contents;
-  ASSERT_EQ(EventLogReader::Read(path, &contents), c.result);
-  EXPECT_EQ(contents.entries.size(), c.entries);
-  if (c.problem.empty()) {
+  ASSERT_EQ(EventLogReader::Read(path, &contents),
+            c[1] == "ok" ? ERROR_SUCCESS : ERROR_INVALID_DATA);
+  EXPECT_EQ(contents.entries.size(), entries);
+  if (problem.empty()) {
     EXPECT_EQ(contents.damage, L"");
     return;
   }
   const std::string message = ToUtf8(contents.damage);
-  EXPECT_NE(contents.damage.find(c.problem), std::wstring::npos) << message;
+  EXPECT_NE(contents.damage.find(problem), std::wstring::npos) << message;
   EXPECT_NE(contents.damage.find(path), std::wstring::npos) << message;
-  if (c.record) {
-    EXPECT_NE(message.find("at byte " + std::to_string(starts[*c.record])), std::string::npos)
+  if (!c[4].empty()) {
+    EXPECT_NE(message.find("at byte " + std::to_string(starts[std::stoul(c[4])])),
+              std::string::npos)
         << message;
-    EXPECT_NE(message.find("The " + std::to_string(c.entries) + " event(s) before it"),
+    EXPECT_NE(message.find("The " + std::to_string(entries) + " event(s) before it"),
               std::string::npos)
         << message;
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Damages, DamagedLog, ::testing::ValuesIn(kCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Damages, DamagedLog,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/event_log_damage.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -9,12 +9,14 @@
 #include <fstream>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "actions/renaming_template_store.h"
 #include "batch/run_request.h"
 #include "com/com_error.h"
+#include "platform/case_table.h"
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/usage_counter.h"
 #include "rules/element_kind.h"
@@ -117,38 +119,24 @@ TEST_F(MainDialogTest, RuleSetAloneIsNoRunRequest) {
   EXPECT_EQ(read.rules.size(), 1u);
 }
 
-struct BadRequestCase {
-  const char* name;
-  std::vector<BYTE> bytes;
-};
-
-class BadRunRequest : public MainDialogTest,
-                      public ::testing::WithParamInterface<BadRequestCase> {};
+class BadRunRequest : public MainDialogTest, public ::testing::WithParamInterface<test::CaseRow> {};
 
 TEST_P(BadRunRequest, IsRefusedWithAReason) {
+  std::vector<BYTE> bytes;
+  for (std::size_t i = 0; i < GetParam()[0].size(); i += 2) {
+    bytes.push_back(static_cast<BYTE>(std::stoul(GetParam()[0].substr(i, 2), nullptr, 16)));
+  }
   ComPtr<IStream> stream = NewStream();
-  ULONG written = 0;
-  ASSERT_EQ(
-      stream->Write(GetParam().bytes.data(), static_cast<ULONG>(GetParam().bytes.size()), &written),
-      S_OK);
+  ASSERT_EQ(stream->Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr), S_OK);
   RunRequest read;
   EXPECT_EQ(ReadRunRequest(stream.Get(), *registry_, &read),
             HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
   EXPECT_FALSE(TakeErrorDescription().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Dialog, BadRunRequest,
-    ::testing::ValuesIn(std::vector<BadRequestCase>{
-        {"Empty", {}},
-        {"CutHeader", {'L', 'M', 'K', 'J', 1, 0, 0}},
-        {"NewerFormat", {'L', 'M', 'K', 'J', 2, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0}},
-        {"UnknownMode", {'L', 'M', 'K', 'J', 1, 0, 0, 0, 4, 0, 0, 0, 0, 0, 0, 0}},
-        {"UnknownFlag", {'L', 'M', 'K', 'J', 1, 0, 0, 0, 2, 0, 0, 0, 8, 0, 0, 0}},
-        {"NoRuleSet", {'L', 'M', 'K', 'J', 1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0}},
-        {"Garbage", {'h', 'e', 'l', 'l', 'o'}},
-    }),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Dialog, BadRunRequest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/run_requests_refused.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 // ---- Apply Rules checks ------------------------------------------------------------------------
 
@@ -331,13 +319,6 @@ TEST_F(MainDialogTest, DamagedInitDataIsReported) {
 
 // ---- Post-run needs ----------------------------------------------------------------------------
 
-struct NeedsCase {
-  const char* name;
-  std::vector<std::wstring_view> kinds;
-  bool reload;
-  bool refresh;
-};
-
 // An action of a product kind that does nothing.
 class ProductKindAction final : public CAction {
  public:
@@ -346,31 +327,24 @@ class ProductKindAction final : public CAction {
   HRESULT Execute(IDictionary*) const override { return S_OK; }
 };
 
-class PostRunNeedsCase : public ::testing::TestWithParam<NeedsCase> {};
+class PostRunNeedsCase : public ::testing::TestWithParam<test::CaseRow> {};
 
+// Fields: the action kinds, reload, refresh.
 TEST_P(PostRunNeedsCase, FollowsTheActionKinds) {
   auto rule = std::make_shared<CRule>(L"rule");
-  for (std::wstring_view kind : GetParam().kinds) {
-    rule->AddAction(std::make_shared<ProductKindAction>(kind));
+  std::istringstream kinds(GetParam()[0]);
+  for (std::string kind; kinds >> kind;) {
+    rule->AddAction(std::make_shared<ProductKindAction>(test::Wide(kind)));
   }
   const std::vector<std::shared_ptr<const CRule>> rules{rule};
   const PostRunNeeds needs = PostRunNeedsOf(rules);
-  EXPECT_EQ(needs.reloadFolder, GetParam().reload);
-  EXPECT_EQ(needs.refreshCurrent, GetParam().refresh);
+  EXPECT_EQ(needs.reloadFolder, GetParam()[1] == "yes");
+  EXPECT_EQ(needs.refreshCurrent, GetParam()[2] == "yes");
 }
 
 INSTANTIATE_TEST_SUITE_P(Dialog, PostRunNeedsCase,
-                         ::testing::ValuesIn(std::vector<NeedsCase>{
-                             {"Nothing", {}, false, false},
-                             {"Copy", {L"Copy", L"FTPUpload"}, false, false},
-                             {"Move", {L"Move"}, true, false},
-                             {"Delete", {L"Delete"}, true, false},
-                             {"Rename", {L"Rename"}, true, false},
-                             {"Link", {L"Link"}, true, false},
-                             {"Rating", {L"SetXMPRating"}, false, true},
-                             {"Both", {L"SetXMPLabel", L"Rename"}, true, true},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/post_run_needs.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 // ---- Process, end to end -----------------------------------------------------------------------
 

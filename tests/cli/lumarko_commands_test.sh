@@ -3,47 +3,21 @@
 # and checks each step's exit code, stdout and stderr.
 # Usage: lumarko_commands_test.sh <path of lumarko>
 set -u
-LUMARKO=$1
 . "$(dirname "$0")/cli_case.sh"
-
-failures=0
-
-# check NAME EXPECTED_CODE STDOUT_PATTERN STDERR_PATTERN -- ARGS...
-# Patterns are extended regular expressions; an empty pattern demands empty output.
-check() {
-  name=$1 code=$2 out_pattern=$3 err_pattern=$4
-  shift 5
-  "$LUMARKO" "$@" >"$WORK/out" 2>"$WORK/err"
-  actual=$?
-  ok=1
-  [ "$actual" -eq "$code" ] || { echo "$name: exit code $actual, expected $code"; ok=0; }
-  for stream in out err; do
-    if [ "$stream" = out ]; then pattern=$out_pattern; else pattern=$err_pattern; fi
-    if [ -z "$pattern" ]; then
-      [ ! -s "$WORK/$stream" ] || { echo "$name: unexpected std$stream:"; cat "$WORK/$stream"; ok=0; }
-    elif ! grep -Eq "$pattern" "$WORK/$stream"; then
-      echo "$name: std$stream does not match /$pattern/:"; cat "$WORK/$stream"; ok=0
-    fi
-  done
-  if [ $ok -eq 1 ]; then echo "ok   $name"; else echo "FAIL $name"; failures=$((failures + 1)); fi
-}
 
 CLSID='\{1F65641A-9167-4B60-9415-BE7A6ED79062\}'
 
-check version          0 '^lumarko [0-9]+\.[0-9]+\.[0-9]+$' '' -- --version
-check help-exit-codes  0 '2  the command line is wrong' '' -- --help
-check nothing-listed   0 '^No plug-ins are registered\.$' '' -- plugins
-check register-user    0 '^Registered .*Lumarko\.Plugin\.FileUtilities\.[a-z]+ for the current user\.$' '' -- register --user
-check listed-for-user  0 "^$CLSID +user +Lumarko\.Plugin\.FileUtilities\.1 +/" '' -- plugins
-check unregister-user  0 '^Unregistered .* for the current user\.$' '' -- unregister --user
-check gone-again       0 '^No plug-ins are registered\.$' '' -- plugins
-check did-you-mean     2 '' "^lumarko: error: unknown command 'regster': did you mean 'register'\?$" -- regster
-check no-subcommand    2 '' '^lumarko: error: invalid command line: ' --
-check missing-plugin   1 '' "^lumarko: error: cannot load $WORK/none\.so: no such file$" -- register --user --plugin "$WORK/none.so"
+check version          0 'lumarko [0-9]+\.[0-9]+\.[0-9]+' '' -- --version
+check help-exit-codes  0 '.*#  2  the command line is wrong#.*' '' -- --help
+check nothing-listed   0 'No plug-ins are registered\.' '' -- plugins
+check register-user    0 'Registered .*Lumarko\.Plugin\.FileUtilities\.[a-z]+ for the current user\.' '' -- register --user
+check listed-for-user  0 ".*#$CLSID +user +Lumarko\.Plugin\.FileUtilities\.1 +/.*" '' -- plugins
+check unregister-user  0 'Unregistered .* for the current user\.' '' -- unregister --user
+check gone-again       0 'No plug-ins are registered\.' '' -- plugins
+check did-you-mean     2 '' "lumarko: error: unknown command 'regster': did you mean 'register'\?" -- regster
+check no-subcommand    2 '' 'lumarko: error: invalid command line: .*' --
+check missing-plugin   1 '' "lumarko: error: cannot load $WORK/none\.so: no such file" -- register --user --plugin "$WORK/none.so"
 echo 'not a library' >"$WORK/fake.so"
-check not-a-library    1 '' "^lumarko: error: cannot load $WORK/fake\.so: " -- register --user --plugin "$WORK/fake.so"
+check not-a-library    1 '' "lumarko: error: cannot load $WORK/fake\.so: .*" -- register --user --plugin "$WORK/fake.so"
 
-if [ $failures -ne 0 ]; then
-  echo "$failures case(s) failed"
-  exit 1
-fi
+finish

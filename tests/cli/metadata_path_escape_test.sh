@@ -123,8 +123,4 @@ count=$(grep -c "is too long" "$S/events")
 snapshot >"$S/after"
 cmp -s "$S/before" "$S/after" || { fail "long value: files outside changed"; diff "$S/before" "$S/after"; }
 
-if [ "$failures" -ne 0 ]; then
-  echo "$failures check(s) failed"
-  exit 1
-fi
-echo "all checks passed"
+finish

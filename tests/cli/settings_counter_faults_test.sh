@@ -6,20 +6,11 @@
 # Usage: settings_counter_faults_test.sh <path of lumarko> <samples folder>
 # (it runs itself as "... inner <work folder>" in a private mount namespace for one case)
 set -u
-LUMARKO=$1
-SAMPLES=$2
-if [ "${3:-}" = inner ]; then
-  WORK=$4
-else
-  WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-counter-faults-XXXXXX") || exit 1
-  trap 'rm -rf "$WORK"' EXIT INT TERM
-  chmod 755 "$WORK"  # the read-only case runs as another user
-fi
-unset LUMARKO_PLUGIN LUMARKO_SETTINGS_WAIT
+. "$(dirname "$0")/cli_case.sh"
+if [ "${3:-}" = inner ]; then rm -rf "$WORK"; trap - EXIT INT TERM; WORK=$4; fi
+chmod 755 "$WORK"  # the read-only case runs as another user
+unset LUMARKO_SETTINGS_WAIT
 PICTURES="street_2023.jpg night_2024.jpg harbour_2023.jpg"
-
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 
 # Runs lumarko as the case's user with the case's settings, output in $DIR/out and $DIR/err.
 lmk() {
@@ -182,8 +173,4 @@ lmk events --filter errors
 errors=$(grep -Ec "AutoIncrementValue.*settings database $DB is damaged" "$DIR/out")
 [ "$errors" -eq 3 ] || { fail "copy: $errors errors naming the database, expected 3"; sed 's/^/  /' "$DIR/out"; }
 
-if [ "$failures" -ne 0 ]; then
-  echo "$failures check(s) failed"
-  exit 1
-fi
-echo "all checks passed"
+finish

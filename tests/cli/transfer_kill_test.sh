@@ -7,42 +7,18 @@
 # Runs as root in a private mount namespace on two memory file systems; skipped otherwise.
 # Usage: transfer_kill_test.sh <path of lumarko> <samples folder> [kills per case]
 set -u
-LUMARKO=$1
-SAMPLES=$2
 KILLS=${3:-20}
-SKIP=77
-
-if [ "$(id -u)" -ne 0 ]; then
-  echo "SKIP: needs root to mount two memory file systems in a private mount namespace"
-  exit $SKIP
-fi
+[ "$(id -u)" -eq 0 ] || { echo "SKIP: needs root to mount two memory file systems"; exit 77; }
 if [ -z "${LMK_PRIVATE_MOUNTS:-}" ]; then
-  if ! unshare -m true 2>/dev/null; then
-    echo "SKIP: root cannot make a private mount namespace here (unshare -m refused)"
-    exit $SKIP
-  fi
+  unshare -m true 2>/dev/null || { echo "SKIP: root cannot make a private mount namespace"; exit 77; }
   LMK_PRIVATE_MOUNTS=1 exec unshare -m --propagation private sh "$0" "$@"
 fi
-
-WORK=$(mktemp -d "${TMPDIR:-/tmp}/lmk-kill-test-XXXXXX") || exit 1
-cleanup() {
-  umount "$WORK/a/ro-src" 2>/dev/null
-  umount "$WORK/a" "$WORK/b" 2>/dev/null
-  rm -rf "$WORK"
-}
-trap cleanup EXIT INT TERM
-export LUMARKO_CONFIG_DIR XDG_DATA_HOME
-unset LUMARKO_PLUGIN
-mkdir "$WORK/a" "$WORK/b"
-mount -t tmpfs -o size=512m lmk-a "$WORK/a" && mount -t tmpfs -o size=512m lmk-b "$WORK/b" || {
-  echo "SKIP: cannot mount memory file systems"
-  exit $SKIP
-}
-A=$WORK/a
-B=$WORK/b
-
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+. "$(dirname "$0")/cli_case.sh"
+trap 'umount "$WORK/a/ro-src" "$WORK/a" "$WORK/b" 2>/dev/null; rm -rf "$WORK"' EXIT INT TERM
+A=$WORK/a B=$WORK/b
+mkdir "$A" "$B"
+mount -t tmpfs -o size=512m lmk-a "$A" && mount -t tmpfs -o size=512m lmk-b "$B" ||
+  { echo "SKIP: cannot mount memory file systems"; exit 77; }
 # Each case runs in its own subshell with its own settings, event log and scratch folder S.
 own_state() {  # own_state NAME
   S=$WORK/$1
@@ -218,5 +194,4 @@ cmp -s "$B/pair-out/street_2023.jpg" "$SAMPLES/street_2023.jpg" || fail "pair: t
 cmp -s "$A/pair-src/night_2024.jpg" "$SAMPLES/night_2024.jpg" || fail "pair: the other picture moved"
 cmp -s "$B/pair-out/night_2024.jpg" "$SAMPLES/street_2023.jpg" || fail "pair: the other target changed"
 
-[ "$failures" -eq 0 ] || { echo "$failures failure(s)"; exit 1; }
-echo "all transfer kill checks passed"
+finish

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -86,6 +87,19 @@ class ScopedTimeZone {
 /// Central European time by a fixed rule (+1 in winter, +2 from the last Sunday of March to the
 /// last Sunday of October), the same in every year, without the system's zone files.
 inline constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+/// The answer a case table names ("S_OK", "E_FAIL", "DISP_E_OVERFLOW").
+inline HRESULT Result(const std::string& name) {
+  static const std::map<std::string, HRESULT> results = {
+      {"S_OK", S_OK},
+      {"S_FALSE", S_FALSE},
+      {"E_FAIL", E_FAIL},
+      {"E_UNEXPECTED", E_UNEXPECTED},
+      {"E_INVALIDARG", E_INVALIDARG},
+      {"DISP_E_OVERFLOW", DISP_E_OVERFLOW},
+      {"DISP_E_TYPEMISMATCH", DISP_E_TYPEMISMATCH}};
+  return results.at(name);
+}
 
 /// The name lambda of the case tables.
 inline constexpr auto kCaseName = [](const auto& i) { return std::string(i.param.name); };

@@ -1,119 +1,22 @@
 // Every condition class in both rule-set forms: the binary element stream (version byte and
-// fields) and the named parameters of the YAML files; and the registration of the classes.
+// fields) and the named parameters of the YAML files (the configured conditions are
+// tests/data/cases/configured_conditions.tsv); and the registration of the classes.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "condition_fixture.h"
-#include "conditions/aperture_condition.h"
-#include "conditions/audio_annotation_condition.h"
-#include "conditions/bookmarked_condition.h"
-#include "conditions/bw_preview_condition.h"
-#include "conditions/camera_make_match_condition.h"
-#include "conditions/camera_model_match_condition.h"
-#include "conditions/camera_serial_number_condition.h"
-#include "conditions/camera_serial_number_match_condition.h"
 #include "conditions/condition_registration.h"
-#include "conditions/copied_condition.h"
-#include "conditions/date_taken_condition.h"
-#include "conditions/file_date_condition.h"
-#include "conditions/file_name_condition.h"
 #include "conditions/file_size_condition.h"
-#include "conditions/file_type_condition.h"
-#include "conditions/focal_length_condition.h"
-#include "conditions/image_dimension_condition.h"
-#include "conditions/image_megapixels_condition.h"
-#include "conditions/iso_speed_condition.h"
-#include "conditions/label_condition.h"
-#include "conditions/marked_for_deletion_condition.h"
-#include "conditions/marked_for_publishing_condition.h"
-#include "conditions/portrait_condition.h"
-#include "conditions/rating_condition.h"
-#include "conditions/shutter_speed_condition.h"
-#include "conditions/sibling_condition.h"
-#include "conditions/sidecar_condition.h"
-#include "conditions/time_taken_condition.h"
-#include "conditions/time_taken_time_span_condition.h"
-#include "conditions/urgency_condition.h"
+#include "platform/case_table.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_yaml.h"
+#include "rules/rule_stream_reader.h"
+#include "rules/rule_stream_writer.h"
 
 namespace lmk {
 namespace {
-
-using test::Ticks;
-using test::TimeOfDay;
-
-/// A condition with every parameter away from its default, as the rule editor would leave it.
-struct ConfiguredCase {
-  const char* name;
-  std::function<std::unique_ptr<CCondition>()> make;
-};
-
-template <class T, class F>
-auto Configured(F configure) {
-  return test::Make<CCondition, T>(configure);
-}
-template <class T>
-auto Flag() {
-  return Configured<T>([](T& c) { c.SetSense(false); });
-}
-template <class T>
-auto Packed(CompareOp op, DWORD operand) {
-  return Configured<T>([=](T& c) { c.SetComparison(op, operand); });
-}
-template <class T>
-auto Pattern(const wchar_t* pattern, bool regex) {
-  return Configured<T>([=](T& c) { c.SetPattern(pattern, regex); });
-}
-
-const ConfiguredCase kConfigured[] = {
-    {"Copied", Flag<CCopiedCondition>()},
-    {"Bookmarked", Flag<CBookmarkedCondition>()},
-    {"MarkedForDeletion", Flag<CMarkedForDeletionCondition>()},
-    {"MarkedForPublishing", Flag<CMarkedForPublishingCondition>()},
-    {"BWPreview", Flag<CBWPreviewCondition>()},
-    {"Portrait", Flag<CPortraitCondition>()},
-    {"AudioAnnotation", Flag<CAudioAnnotationCondition>()},
-    {"Sidecar", Flag<CSidecarCondition>()},
-    {"CameraSerialNumber", Flag<CCameraSerialNumberCondition>()},
-    {"Rating", Packed<CRatingCondition>(CompareOp::NotSet, 0)},
-    {"Label", Packed<CLabelCondition>(CompareOp::NotEqual, 3)},
-    {"Urgency", Packed<CUrgencyCondition>(CompareOp::Less, 5)},
-    {"ISOSpeed", Packed<CISOSpeedCondition>(CompareOp::Greater, 3200)},
-    {"ImageDimension", Packed<CImageDimensionCondition>(CompareOp::LessOrEqual, 1024)},
-    {"FocalLength", Packed<CFocalLengthCondition>(CompareOp::Equal, 35)},
-    {"ImageMegapixels", Packed<CImageMegapixelsCondition>(CompareOp::Less, 114)},
-    {"Aperture", Packed<CApertureCondition>(CompareOp::Less, 22)},
-    {"ShutterSpeed", Packed<CShutterSpeedCondition>(CompareOp::GreaterOrEqual, 19)},
-    {"FileSize", Configured<CFileSizeCondition>(
-                     [](auto& c) { c.Set(PackComparison(CompareOp::Less, 3), 3ull << 29); })},
-    {"FileType",
-     Configured<CFileTypeCondition>([](auto& c) { c.Set(kFileTypeCustom, L"cr2|n?f"); })},
-    {"Sibling", Configured<CSiblingCondition>(
-                    [](auto& c) { c.Set(false, kFileTypeCustom, L"arw|\u00e9t\u00e9"); })},
-    {"FileName", Pattern<CFileNameCondition>(L"img_[0-9]+|\"quoted\": #x", true)},
-    {"CameraMakeMatch", Pattern<CCameraMakeMatchCondition>(L"acme*", false)},
-    {"CameraModelMatch", Pattern<CCameraModelMatchCondition>(L" x-t?", false)},
-    {"CameraSerialNumberMatch", Pattern<CCameraSerialNumberMatchCondition>(L"^0+1$", true)},
-    {"FileDate", Configured<CFileDateCondition>([](auto& c) {
-       c.Set(CFileDateCondition::kAccessed, kDateBefore, Ticks(2023, 12, 31, 18, 45, 10), true);
-     })},
-    {"DateTaken", Configured<CDateTakenCondition>([](auto& c) {
-       c.Set(kDateOn, Ticks(2024, 2, 29), false);
-       c.SetFlags(kUseGpsTimeFlag | kLastWriteFallbackFlag);
-     })},
-    {"TimeTaken", Configured<CTimeTakenCondition>([](auto& c) {
-       c.Set(kDateOnOrAfter, TimeOfDay(7, 15, 30));
-       c.SetFlags(kLastWriteFallbackFlag);
-     })},
-    {"TimeTakenTimeSpan", Configured<CTimeTakenTimeSpanCondition>([](auto& c) {
-       c.Set(TimeOfDay(20, 0), TimeOfDay(4, 30), CTimeTakenTimeSpanCondition::kOutside);
-       c.SetFlags(kUseGpsTimeFlag | kExceptionFlag);
-     })},
-};
 
 std::vector<std::byte> SaveBytes(const CRuleElement& element) {
   CRuleStreamWriter writer;
@@ -130,10 +33,21 @@ CElementRegistry& Registry() {
   return registry;
 }
 
-class ConditionPersistenceTest : public ::testing::TestWithParam<ConfiguredCase> {};
+/// The condition of a row of configured_conditions.tsv, read as a rule-set file reads it.
+std::shared_ptr<const CCondition> Configured(const test::CaseRow& row) {
+  const std::string element = test::Unescape(row[0]);
+  const bool exception = element.starts_with("Exception.");
+  const auto rules = ParseRuleSetYaml("rules:\n  - name: r\n    " +
+                                          std::string(exception ? "exceptions" : "conditions") +
+                                          ":\n      - " + element + "\n",
+                                      L"configured.yaml", Registry());
+  return exception ? rules.at(0)->Exceptions().at(0) : rules.at(0)->Conditions().at(0);
+}
+
+class ConditionPersistenceTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(ConditionPersistenceTest, BinaryStreamRoundTrip) {
-  const auto original = GetParam().make();
+  const auto original = Configured(GetParam());
   std::vector<std::byte> bytes = SaveBytes(*original);
   ASSERT_GE(bytes.size(), 5u);
   // The flags word, then the version byte.
@@ -151,7 +65,7 @@ TEST_P(ConditionPersistenceTest, BinaryStreamRoundTrip) {
 }
 
 TEST_P(ConditionPersistenceTest, NamedParametersRoundTrip) {
-  const auto original = GetParam().make();
+  const auto original = Configured(GetParam());
   const auto copy = Registry().Create(original->Key());
   ASSERT_TRUE(copy);
   CParamArchive archive = CParamArchive::ForLoad(original->NamedParameters());
@@ -162,7 +76,7 @@ TEST_P(ConditionPersistenceTest, NamedParametersRoundTrip) {
 }
 
 TEST_P(ConditionPersistenceTest, ConfiguredConditionIsValidAndDescribed) {
-  const auto condition = GetParam().make();
+  const auto condition = Configured(GetParam());
   std::wstring why;
   EXPECT_TRUE(condition->IsValid(&why)) << std::string(why.begin(), why.end());
   EXPECT_TRUE(
@@ -171,8 +85,9 @@ TEST_P(ConditionPersistenceTest, ConfiguredConditionIsValidAndDescribed) {
   EXPECT_EQ(condition->DescribeParameters().size(), condition->NamedParameters().size());
 }
 
-INSTANTIATE_TEST_SUITE_P(Classes, ConditionPersistenceTest, ::testing::ValuesIn(kConfigured),
-                         test::kCaseName);
+INSTANTIATE_TEST_SUITE_P(
+    Classes, ConditionPersistenceTest,
+    ::testing::ValuesIn(test::ReadCaseTable("cases/configured_conditions.tsv")), test::kCaseName);
 
 TEST(FileSizePersistenceTest, VersionOneStreamIsRefusedWithAMessage) {
   CRuleStreamWriter writer;

@@ -8,11 +8,13 @@
 #include <vector>
 
 #include "condition_fixture.h"
+#include "conditions/condition_registration.h"
 #include "conditions/gps_altitude_condition.h"
 #include "conditions/gps_direction_condition.h"
 #include "conditions/gps_metadata_condition.h"
 #include "conditions/gps_position_condition.h"
 #include "conditions/gps_speed_condition.h"
+#include "platform/case_table.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
@@ -26,18 +28,6 @@ std::vector<std::uint8_t> Saved(const CRuleElement& element) {
   std::vector<std::uint8_t> out;
   for (std::byte b : writer.bytes()) out.push_back(static_cast<std::uint8_t>(b));
   return out;
-}
-
-std::vector<NamedParam> Params(
-    std::initializer_list<std::pair<const wchar_t*, const wchar_t*>> list) {
-  std::vector<NamedParam> params;
-  for (const auto& [name, text] : list) {
-    NamedParam p;
-    p.name = name;
-    p.value.text = text;
-    params.push_back(p);
-  }
-  return params;
 }
 
 void LoadNamed(CRuleElement& element, std::vector<NamedParam> params) {
@@ -134,150 +124,82 @@ TEST(GpsStream, RefusesANewerVersion) {
   EXPECT_THROW(speed.Load(reader), CRuleSetError);
 }
 
-// ---- named parameters ----
+// ---- named parameters, from tests/data/cases/gps_named_parameters.tsv ----
 
-struct NamedCase {
-  const char* name;
-  Factory make;
-  std::vector<NamedParam> input;
-  const wchar_t* saved;  // nullptr: loading must be refused
-};
-
-std::vector<NamedCase> NamedCases() {
-  return {
-      {"AltitudeFeet", Make<CGpsAltitudeCondition>(),
-       Params({{L"operator", L"<="}, {L"altitude", L"300 ft"}}), L"operator=<=;altitude=300 ft;"},
-      {"AltitudeWords", Make<CGpsAltitudeCondition>(),
-       Params({{L"operator", L"greater than"}, {L"altitude", L"1500m"}}),
-       L"operator=>;altitude=1500 m;"},
-      {"AltitudeFractionRefused", Make<CGpsAltitudeCondition>(),
-       Params({{L"operator", L"="}, {L"altitude", L"10.5 m"}}), nullptr},
-      {"AltitudeNegativeRefused", Make<CGpsAltitudeCondition>(),
-       Params({{L"operator", L"="}, {L"altitude", L"-10 m"}}), nullptr},
-      {"AltitudeUnknownUnitRefused", Make<CGpsAltitudeCondition>(),
-       Params({{L"operator", L"="}, {L"altitude", L"10 furlongs"}}), nullptr},
-      {"AltitudeNotSetRefused", Make<CGpsAltitudeCondition>(),
-       Params({{L"operator", L"not set"}, {L"altitude", L"10 m"}}), nullptr},
-      {"SpeedKnots", Make<CGpsSpeedCondition>(),
-       Params({{L"operator", L"<>"}, {L"speed", L"12 kn"}}), L"operator=<>;speed=12 kn;"},
-      {"SpeedUnknownParameterRefused", Make<CGpsSpeedCondition>(),
-       Params({{L"operator", L"="}, {L"velocity", L"12 kn"}}), nullptr},
-      {"DirectionMagnetic", Make<CGpsDirectionCondition>(),
-       Params({{L"direction", L"270"}, {L"tolerance", L"15"}, {L"reference", L"magnetic"}}),
-       L"direction=270;tolerance=15;reference=magnetic north;"},
-      {"DirectionToleranceTooWideRefused", Make<CGpsDirectionCondition>(),
-       Params({{L"tolerance", L"181"}}), nullptr},
-      {"PositionMiles", Make<CGpsPositionCondition>(),
-       Params({{L"place", L"48.8584, 2.2945"},
-               {L"distance", L"3 mi"},
-               {L"range", L"farther than"},
-               {L"pointing", L"towards location"},
-               {L"tolerance", L"20"}}),
-       L"place=48.8584, 2.2945;distance=3 mi;range=farther than;pointing=towards "
-       L"location;tolerance=20;"},
-      {"PositionNauticalMiles", Make<CGpsPositionCondition>(),
-       Params({{L"place", L"-33.8568, 151.2153"}, {L"distance", L"2 nmi"}}),
-       L"place=-33.8568, 151.2153;distance=2 naut. mi;range=within;pointing=any "
-       L"direction;tolerance=10;"},
-      {"PositionLatitudeBeyondPoleRefused", Make<CGpsPositionCondition>(),
-       Params({{L"place", L"91, 2"}}), nullptr},
-      {"MetadataFields", Make<CGpsMetadataCondition>(),
-       Params({{L"has", L"false"}, {L"fields", L"altitude, direction"}}),
-       L"has=false;fields=altitude|direction|;"},
-      {"MetadataUnknownFieldRefused", Make<CGpsMetadataCondition>(),
-       Params({{L"fields", L"colour"}}), nullptr},
-  };
+CElementRegistry& Registry() {
+  static CElementRegistry registry = [] {
+    CElementRegistry r(CElementRegistry::Product());
+    RegisterConditions(r);
+    return r;
+  }();
+  return registry;
 }
 
-class NamedParameterTest : public testing::TestWithParam<NamedCase> {};
+std::vector<NamedParam> Params(const std::string& text) {
+  std::vector<NamedParam> params;
+  for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
+    end = text.find(';', start);
+    const std::string pair = text.substr(start, end - start);
+    const auto equals = pair.find('=');
+    NamedParam& param = params.emplace_back();
+    param.name = test::Wide(pair.substr(0, equals));
+    param.value.text = test::Wide(pair.substr(equals + 1));
+  }
+  return params;
+}
 
+class NamedParameterTest : public testing::TestWithParam<test::CaseRow> {};
+
+// Fields: element key, parameters, what is saved back or "refused", the sentence if any.
 TEST_P(NamedParameterTest, LoadsAndSaves) {
-  const NamedCase& c = GetParam();
-  const std::unique_ptr<CRuleElement> element = c.make();
-  if (c.saved == nullptr) {
-    EXPECT_THROW(LoadNamed(*element, c.input), CRuleSetError);
+  const test::CaseRow& c = GetParam();
+  const auto element = Registry().Create(test::Wide(c[0]));
+  if (c[2] == "refused") {
+    EXPECT_THROW(LoadNamed(*element, Params(c[1])), CRuleSetError);
     return;
   }
-  LoadNamed(*element, c.input);
-  EXPECT_EQ(NamedText(*element), c.saved);
+  LoadNamed(*element, Params(c[1]));
+  EXPECT_EQ(NamedText(*element), test::Wide(c[2]));
   std::wstring reason;
   EXPECT_TRUE(element->IsValid(&reason)) << std::string(reason.begin(), reason.end());
+  if (c.fields.size() > 3) EXPECT_EQ(element->Description(), test::Wide(c[3]));
   // What was saved loads into a fresh element that saves the same.
-  const std::unique_ptr<CRuleElement> again = c.make();
+  const auto again = Registry().Create(test::Wide(c[0]));
   LoadNamed(*again, element->NamedParameters());
-  EXPECT_EQ(NamedText(*again), c.saved);
+  EXPECT_EQ(NamedText(*again), test::Wide(c[2]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, NamedParameterTest, testing::ValuesIn(NamedCases()),
-                         test::kCaseName);
+INSTANTIATE_TEST_SUITE_P(Forms, NamedParameterTest,
+                         testing::ValuesIn(test::ReadCaseTable("cases/gps_named_parameters.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
-// ---- validity and sentences ----
+// ---- validity of what rule-set files cannot write ----
 
 struct SentenceCase {
   const char* name;
   Factory make;
-  bool valid;
-  const wchar_t* sentence;
 };
 
 std::vector<SentenceCase> SentenceCases() {
   using P = CGpsPositionCondition;
   return {
-      {"NewAltitudeHasNoOperator", Make<CGpsAltitudeCondition>(), false, nullptr},
-      {"Altitude", Make<CGpsAltitudeCondition>([](auto& c) {
-         c.Set(0x30000064, CGpsAltitudeCondition::kMetres);
-       }),
-       true, L"When GPS altitude is less than 100 m"},
-      {"SpeedException", Make<CGpsSpeedCondition>([](auto& c) {
-         c.Set(0x1000003C, CGpsSpeedCondition::kMilesPerHour);
-         c.SetException(true);
-       }),
-       true, L"Except when GPS speed is equal to 60 mph"},
-      {"SpeedUnknownUnitInvalid",
-       [] {
-         auto c = std::make_unique<CGpsSpeedCondition>();
-         c->Set(0x1000003C, 9);
-         return c;
-       },
-       false, nullptr},
-      {"MetadataWithoutFieldsInvalid", Make<CGpsMetadataCondition>(), false, nullptr},
-      {"MetadataHasNot",
-       Make<CGpsMetadataCondition>([](auto& c) { c.Set(false, LMKGPS_ALTITUDE | LMKGPS_SPEED); }),
-       true, L"When the image has no GPS altitude nor speed"},
-      {"Direction", Make<CGpsDirectionCondition>([](auto& c) {
-         c.SetWord(CGpsDirectionCondition::Pack(90, 5, true));
-       }),
-       true, L"When the camera points at 90\u00B0 \u00B15\u00B0 (magnetic north reference)"},
-      {"Position", Make<P>([](auto& c) {
-         c.SetParameters(Place({48.8584, 2.2945}, 500, P::kMetres, false, false, 10));
-       }),
-       true,
-       L"When the picture was taken within 500 m of 48.8584, 2.2945, camera pointing in any "
-       L"direction"},
-      {"DirectionBeyond360Invalid",
-       [] {
-         auto c = std::make_unique<CGpsDirectionCondition>();
-         c->SetWord(CGpsDirectionCondition::Pack(400, 5, false));
-         return c;
-       },
-       false, nullptr},
+      {"NewAltitudeHasNoOperator", Make<CGpsAltitudeCondition>()},
+      {"SpeedUnknownUnitInvalid", Make<CGpsSpeedCondition>([](auto& c) { c.Set(0x1000003C, 9); })},
+      {"MetadataWithoutFieldsInvalid", Make<CGpsMetadataCondition>()},
+      {"DirectionBeyond360Invalid", Make<CGpsDirectionCondition>([](auto& c) {
+         c.SetWord(CGpsDirectionCondition::Pack(400, 5, false));
+       })},
       {"PositionNegativeToleranceInvalid",
-       Make<P>([](auto& c) { c.SetParameters(Place({}, 1, P::kKilometres, false, true, -1)); }),
-       false, nullptr},
+       Make<P>([](auto& c) { c.SetParameters(Place({}, 1, P::kKilometres, false, true, -1)); })},
   };
 }
 
 class SentenceTest : public testing::TestWithParam<SentenceCase> {};
 
-TEST_P(SentenceTest, ValidityAndDescription) {
-  const SentenceCase& c = GetParam();
-  const std::unique_ptr<CRuleElement> element = c.make();
+TEST_P(SentenceTest, IsInvalidWithAReason) {
   std::wstring reason;
-  EXPECT_EQ(element->IsValid(&reason), c.valid);
-  EXPECT_EQ(reason.empty(), c.valid);
-  if (c.sentence != nullptr) {
-    EXPECT_EQ(element->Description(), c.sentence);
-  }
+  EXPECT_FALSE(GetParam().make()->IsValid(&reason));
+  EXPECT_FALSE(reason.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Classes, SentenceTest, testing::ValuesIn(SentenceCases()),

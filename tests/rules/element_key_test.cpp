@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "platform/case_table.h"
 #include "rules/element_kind.h"
 #include "rules/element_registry.h"
 #include "support/fake_elements.h"
@@ -13,52 +14,27 @@ namespace {
 using test::CFakeAction;
 using test::CFakeCondition;
 
-struct KeyCase {
-  const char* name;
-  ElementFamily family;
-  const wchar_t* kind;
-  bool exceptionBit;
-  const wchar_t* key;
-  bool recognised;
-};
-
 constexpr ElementFamily kC = ElementFamily::Condition;
-constexpr ElementFamily kA = ElementFamily::Action;
 
-const KeyCase kKeyCases[] = {
-    {"ConditionExact", kC, L"FileType", false, L"Condition.FileType", true},
-    {"ConditionLowerCase", kC, L"FileType", false, L"condition.filetype", true},
-    {"ConditionUpperCase", kC, L"FileType", false, L"CONDITION.FILETYPE", true},
-    {"ConditionRefusesExceptionKey", kC, L"FileType", false, L"Exception.FileType", false},
-    {"ExceptionBitTakesExceptionKey", kC, L"FileType", true, L"exception.FILETYPE", true},
-    {"ExceptionBitRefusesConditionKey", kC, L"FileType", true, L"Condition.FileType", false},
-    {"PrefixOfKindIsNotTheKey", kC, L"CameraSerialNumberMatch", false,
-     L"Condition.CameraSerialNumber", false},
-    {"TrailingBlankIsNotTheKey", kC, L"FileType", false, L"Condition.FileType ", false},
-    {"DottedKindName", kC, L"Xmp.Rating", true, L"Exception.xmp.rating", true},
-    {"KindWithoutPrefix", kC, L"FileType", false, L"FileType", false},
-    {"ActionKey", kA, L"Copy", false, L"action.copy", true},
-    {"ActionIgnoresExceptionBit", kA, L"Copy", true, L"Action.Copy", true},
-    {"ActionIsNoCondition", kA, L"Script", false, L"Condition.Script", false},
-};
-
-class ElementKeyTest : public ::testing::TestWithParam<KeyCase> {};
+class ElementKeyTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(ElementKeyTest, RecognisesItsWholeKeyWithoutRegardToCase) {
-  const KeyCase& c = GetParam();
-  const ElementKind& kind = ProductKind(c.family, c.kind);
+  const test::CaseRow& c = GetParam();
+  const bool action = c[0].starts_with("action");
+  const ElementKind& kind = ProductKind(action ? ElementFamily::Action : kC, test::Wide(c[1]));
   std::unique_ptr<CRuleElement> element;
-  if (c.family == ElementFamily::Condition) {
-    element = std::make_unique<CFakeCondition>(kind);
-  } else {
+  if (action) {
     element = std::make_unique<CFakeAction>(kind);
+  } else {
+    element = std::make_unique<CFakeCondition>(kind);
   }
-  if (c.exceptionBit) element->SetFlags(element->Flags() | kExceptionFlag);
-  EXPECT_EQ(element->IsKey(c.key), c.recognised);
+  if (c[0].ends_with("exception")) element->SetFlags(element->Flags() | kExceptionFlag);
+  EXPECT_EQ(element->IsKey(test::Wide(c[2])), c[3] == "yes");
 }
 
-INSTANTIATE_TEST_SUITE_P(Keys, ElementKeyTest, ::testing::ValuesIn(kKeyCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Keys, ElementKeyTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/element_keys.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(ElementKeyTest, ExceptionBitIsBit27AndSelectsTheRole) {
   CFakeCondition condition(ProductKind(kC, L"Portrait"));

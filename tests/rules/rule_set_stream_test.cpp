@@ -5,10 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <functional>
+#include <sstream>
 
 #include "com/com_error.h"
 #include "com/com_ptr.h"
+#include "platform/case_table.h"
 #include "rules/rule_engine.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_yaml.h"
@@ -34,8 +35,7 @@ constexpr std::size_t kNameLengthAt = 12;
 constexpr std::size_t kConditionModeAt = 19;
 constexpr std::size_t kConditionCountAt = 21;
 constexpr std::size_t kKeyAt = 25;
-constexpr std::size_t kFlagsAt = kKeyAt + 4 + 2 * 15;  // "Condition.FakeA"
-constexpr std::size_t kVersionAt = kFlagsAt + 4;
+constexpr std::size_t kVersionAt = kKeyAt + 4 + 2 * 15 + 4;  // after "Condition.FakeA", flags
 
 void PutU32(Bytes& bytes, std::size_t at, std::uint32_t value) {
   for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::byte>(value >> (8 * i));
@@ -112,56 +112,37 @@ TEST(RuleSetStreamTest, OlderElementVersionsStillLoad) {
   EXPECT_TRUE(again.enabled);
 }
 
-struct DamageCase {
-  const char* name;
-  std::function<void(Bytes&)> damage;
-  const wchar_t* message;  // a part of the error message
-};
+// "byte AT VALUE", "u32 AT VALUE", "or AT VALUE" or "append VALUE" done to bytes.
+void Damage(Bytes& bytes, const std::string& how) {
+  std::istringstream words(how);
+  std::string op, at, value;
+  words >> op >> at >> value;
+  if (op == "append") return bytes.push_back(static_cast<std::byte>(std::stoul(at, nullptr, 0)));
+  const std::size_t i = std::stoul(at);
+  const auto v = static_cast<std::uint32_t>(std::stoul(value, nullptr, 0));
+  if (op == "u32") return PutU32(bytes, i, v);
+  bytes[i] = static_cast<std::byte>(op == "or" ? std::to_integer<std::uint32_t>(bytes[i]) | v : v);
+}
 
-const DamageCase kDamage[] = {
-    {"NotARuleSet", [](Bytes& b) { b[0] = std::byte{'X'}; }, L"not a rule-set file"},
-    {"NewerFormat", [](Bytes& b) { b[kFormatAt] = std::byte{3}; },
-     L"saved by a newer version (format 3); this version reads up to format 2"},
-    {"HugeRuleCount", [](Bytes& b) { PutU32(b, kRuleCountAt, 0xFFFFFFFF); },
-     L"4294967295 of the number of rules is more than allowed"},
-    {"HugeTextLength", [](Bytes& b) { PutU32(b, kNameLengthAt, 0x7FFFFFFF); },
-     L"a text of 2147483647 characters is longer than allowed"},
-    {"TextLengthBeyondTheEnd", [](Bytes& b) { PutU32(b, kNameLengthAt, 100000); },
-     L"it ends in the middle of a text"},
-    {"UnknownConditionMode", [](Bytes& b) { b[kConditionModeAt] = std::byte{3}; },
-     L"rule 'r' has the mode 3, which is neither 1 nor 2"},
-    {"HugeElementCount", [](Bytes& b) { PutU32(b, kConditionCountAt, 0x10000000); },
-     L"of the number of conditions is more than allowed"},
-    {"UnknownKey", [](Bytes& b) { b[kKeyAt + 4 + 2 * 10] = std::byte{'G'}; },
-     L"Unknown rule element 'Condition.GakeA'"},
-    {"ExceptionBitOnACondition", [](Bytes& b) { b[kFlagsAt + 3] |= std::byte{0x08}; },
-     L"the flags of 'Condition.FakeA' do not agree with its key"},
-    {"VersionZero", [](Bytes& b) { b[kVersionAt] = std::byte{0}; },
-     L"the element 'Condition.FakeA' has the parameter version 0"},
-    {"NewerElementVersion", [](Bytes& b) { b[kVersionAt] = std::byte{9}; },
-     L"was saved by a newer version (parameter version 9, this version reads up to 1)"},
-    {"TrailingBytes", [](Bytes& b) { b.push_back(std::byte{0}); },
-     L"1 byte(s) follow its last rule"},
-};
-
-class DamagedStreamTest : public ::testing::TestWithParam<DamageCase> {};
+class DamagedStreamTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(DamagedStreamTest, IsRefusedWithItsFault) {
   const auto registry = test::MakeFakeRegistry(false);
   Bytes bytes = RuleSetToBytes(SmallRuleSet());
-  GetParam().damage(bytes);
+  Damage(bytes, GetParam()[0]);
   try {
     RuleSetFromBytes(bytes, *registry);
     FAIL() << "accepted";
   } catch (const CRuleSetError& error) {
-    EXPECT_NE(error.message().find(GetParam().message), std::wstring::npos) << error.what();
+    EXPECT_NE(error.message().find(test::Wide(GetParam()[1])), std::wstring::npos) << error.what();
     EXPECT_TRUE(error.hasByteOffset());
     EXPECT_LE(error.byteOffset(), bytes.size());
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Damage, DamagedStreamTest, ::testing::ValuesIn(kDamage),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Damage, DamagedStreamTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/rule_set_damage.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(RuleSetStreamTest, EveryTruncationIsRefused) {
   const auto registry = test::MakeFakeRegistry(false);

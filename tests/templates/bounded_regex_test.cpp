@@ -1,5 +1,6 @@
-// The bounded engine against the standard library's ECMAScript engine, and its give-up on
-// expressions that would back-track without end.
+// The bounded engine against the standard library's ECMAScript engine on the forms of
+// tests/data/cases/bounded_regex_forms.tsv, and its give-up on expressions that would back-track
+// without end.
 #include "templates/bounded_regex.h"
 
 #include <gtest/gtest.h>
@@ -8,61 +9,37 @@
 #include <regex>
 
 #include "com/com_error.h"
+#include "platform/case_table.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
 namespace {
 
-struct SameCase {
-  const char* name;
-  std::wstring pattern;
-  std::wstring text;
-  std::wstring replacement;  // for ReplaceAll
-};
-
-// Forms users write in templates and conditions, where Perl-style engines and ECMAScript
-// disagree easily: anchors, "." at line ends, case, empty matches and the replace format.
-const SameCase kSameCases[] = {
-    {"Groups", LR"((\d+)-(\d+))", L"12-34", L"$2_$1"},
-    {"UnmatchedGroupIsEmpty", L"(a)|(b)", L"b", L"[$1|$2]"},
-    {"IgnoresCase", L"img_(\\d+)", L"IMG_0042", L"$1"},
-    {"DotStopsAtLineEnd", L"a.b", L"a\nb", L"x"},
-    {"DollarOnlyAtTheEnd", L"a$", L"a\na", L"x"},
-    {"CaretOnlyAtTheStart", L".*\n^b", L"a\nb", L"x"},
-    {"DollarDollarAndWholeMatch", L"b+", L"abbc", L"<$$$&>"},
-    {"PrefixAndSuffix", L"b", L"abc", L"[$`|$']"},
-    {"MissingGroupGivesNothing", L"(a)", L"aa", L"$2$9."},
-    {"TwoDigitGroup", L"(a)(b)(c)(d)(e)(f)(g)(h)(i)(j)(k)", L"abcdefghijk", L"$11$10$1"},
-    {"BackslashAndUnknownDollarStayLiteral", L"a", L"a", L"\\n$x$"},
-    {"EmptyMatchesBetweenCharacters", L"x*", L"abc", L"-"},
-    {"BackReferenceInPattern", LR"((\w)\1)", L"aa", L"$1"},
-    {"CharacterClassWithDash", L"[_\\-~]+", L"a_-~b", L" "},
-    {"NoMatch", L"z", L"abc", L"y"},
-};
-
-class SameAsEcmaScript : public ::testing::TestWithParam<SameCase> {};
+class SameAsEcmaScript : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(SameAsEcmaScript, MatchesAndReplacesAlike) {
-  const SameCase& c = GetParam();
-  const std::wregex reference(c.pattern, std::regex::ECMAScript | std::regex::icase);
-  const std::unique_ptr<BoundedRegex> bounded = BoundedRegex::Compile(c.pattern);
+  const std::wstring pattern = test::Wide(GetParam()[0]), text = test::Wide(GetParam()[1]);
+  const std::wstring replacement = test::Wide(GetParam()[2]);
+  const std::wregex reference(pattern, std::regex::ECMAScript | std::regex::icase);
+  const std::unique_ptr<BoundedRegex> bounded = BoundedRegex::Compile(pattern);
   ASSERT_NE(bounded, nullptr);
 
   std::wsmatch match;
-  const bool expected = std::regex_match(c.text, match, reference);
+  const bool expected = std::regex_match(text, match, reference);
   std::vector<std::wstring> groups;
-  EXPECT_EQ(bounded->Match(c.text, &groups), expected);
+  EXPECT_EQ(bounded->Match(text, &groups), expected);
   std::vector<std::wstring> expected_groups;
   if (expected) {
     for (const auto& group : match) expected_groups.push_back(group.matched ? group.str() : L"");
   }
   EXPECT_EQ(groups, expected_groups);
-  EXPECT_EQ(bounded->ReplaceAll(c.text, c.replacement),
-            std::regex_replace(c.text, reference, c.replacement));
+  EXPECT_EQ(bounded->ReplaceAll(text, replacement),
+            std::regex_replace(text, reference, replacement));
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, SameAsEcmaScript, ::testing::ValuesIn(kSameCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Forms, SameAsEcmaScript,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/bounded_regex_forms.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 struct HangCase {
   const char* name;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/case_table.h"
 #include "record_fixture.h"
 #include "settings_fixture.h"
 #include "templates/template_expander.h"
@@ -11,66 +12,40 @@ namespace lmk {
 namespace {
 
 RegValue S(const std::wstring& text) { return RegValue::String(text); }
-RegValue E(const wchar_t* text) { return RegValue::ExpandString(text); }
 
-struct UserCase {
-  const char* name;
-  std::vector<std::pair<std::wstring, RegValue>> variables;
-  std::wstring templ;
-  std::wstring expected;
-};
+// "NAME=TYPE:VALUE" as a variable's name and value.
+std::pair<std::wstring, RegValue> Variable(const std::string& text) {
+  const auto equals = text.find('='), colon = text.find(':', equals);
+  const std::wstring value = test::Wide(text.substr(colon + 1));
+  const char type = text[equals + 1];
+  return {test::Wide(text.substr(0, equals)),
+          type == 'E'   ? RegValue::ExpandString(value)
+          : type == 'D' ? RegValue::Dword(static_cast<DWORD>(std::stoul(text.substr(colon + 1))))
+          : type == 'Q' ? RegValue::Qword(std::stoull(text.substr(colon + 1)))
+                        : S(value)};
+}
 
-class UserDefinedCase : public ::testing::TestWithParam<UserCase> {};
+class UserDefinedCase : public ::testing::TestWithParam<test::CaseRow> {};
 
+// Fields: template, expected text, variables.
 TEST_P(UserDefinedCase, Expands) {
   test::ScopedConfigDir config;
   setenv("LMK_TEST_PLACE", "Paris", 1);
-  for (const auto& [name, value] : GetParam().variables) {
-    ASSERT_EQ(UserVariables::Set(name, value), S_OK) << std::string(name.begin(), name.end());
+  const test::CaseRow& c = GetParam();
+  for (std::size_t i = 2; i < c.fields.size(); ++i) {
+    const auto [name, value] = Variable(c[i]);
+    ASSERT_EQ(UserVariables::Set(name, value), S_OK) << c[i];
   }
   ComPtr<IDictionary> record =
       test::MakeRecord({{L"File.PathNoExt", Variant::String(L"/p/IMG_7")}});
   std::wstring result;
-  ASSERT_EQ(ExpandTemplate(record.Get(), GetParam().templ, &result), S_OK);
-  EXPECT_EQ(result, GetParam().expected);
+  ASSERT_EQ(ExpandTemplate(record.Get(), test::Wide(c[0]), &result), S_OK);
+  EXPECT_EQ(result, test::Wide(c[1]));
 }
 
-const UserCase kUserCases[] = {
-    {"String", {{L"who", S(L"Ann")}}, L"{UserDefined:who}", L"Ann"},
-    {"NameWithoutCase", {{L"Who", S(L"Ann")}}, L"{userdefined:WHO}", L"Ann"},
-    {"Dword", {{L"n", RegValue::Dword(4000000000u)}}, L"{UserDefined:n}", L"4000000000"},
-    {"Qword",
-     {{L"q", RegValue::Qword(18446744073709551615ull)}},
-     L"{UserDefined:q}",
-     L"18446744073709551615"},
-    {"ExpandPercent", {{L"e", E(L"in %LMK_TEST_PLACE%")}}, L"{UserDefined:e}", L"in Paris"},
-    {"ExpandDollarForms",
-     {{L"e", E(L"$LMK_TEST_PLACE/${LMK_TEST_PLACE}")}},
-     L"{UserDefined:e}",
-     L"Paris/Paris"},
-    {"UnsetEnvironmentStays",
-     {{L"e", E(L"%LMK_TEST_NOT_SET%")}},
-     L"{UserDefined:e}",
-     L"%LMK_TEST_NOT_SET%"},
-    {"PlainStringNotExpanded",
-     {{L"s", S(L"%LMK_TEST_PLACE%")}},
-     L"{UserDefined:s}",
-     L"%LMK_TEST_PLACE%"},
-    {"ValueIsTemplate", {{L"t", S(L"{Upper{FileName}}")}}, L"{UserDefined:t}", L"IMG_7"},
-    {"Chain", {{L"a", S(L"<{UserDefined:b}>")}, {L"b", S(L"B")}}, L"{UserDefined:a}", L"<B>"},
-    {"Missing", {}, L"{UserDefined:none}", L"{UserDefined:none}"},
-    {"EmptyStaysAsTyped", {{L"empty", S(L"")}}, L"{UserDefined:empty}", L"{UserDefined:empty}"},
-    // A variable met again inside its own expansion stays as typed; the cycle ends there.
-    {"SelfReference", {{L"a", S(L"x{UserDefined:a}")}}, L"{UserDefined:a}", L"x{UserDefined:a}"},
-    {"MutualReference",
-     {{L"a", S(L"x{UserDefined:b}")}, {L"b", S(L"y{UserDefined:A}")}},
-     L"{UserDefined:a}",
-     L"xy{UserDefined:A}"},
-    {"SameVariableTwiceIsNoCycle", {{L"a", S(L"A")}}, L"{UserDefined:a}{UserDefined:a}", L"AA"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Templates, UserDefinedCase, ::testing::ValuesIn(kUserCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Templates, UserDefinedCase,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/user_variables.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 TEST(UserVariablesTest, LongChainStopsAtDepthLimit) {
   test::ScopedConfigDir config;
