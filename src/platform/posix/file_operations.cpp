@@ -447,6 +447,30 @@ class TemporaryCopy {
     return name_.empty() ? 0 : out_.Close();
   }
 
+  // Fills the copy with `contents`, gives it the owner and permissions in `like` and, when
+  // `lastWrite` is given, that last-write time, then flushes it. Returns 0 or an errno.
+  int FillWith(std::string_view contents, const struct stat* like,
+               const struct timespec* lastWrite) {
+    int error = 0;
+    if (!WriteAll(out_.get(), contents.data(), contents.size(), &error)) return error;
+    if (like != nullptr) {
+      // Only root can give a file away; anyone else keeps their own file and, at worst, their
+      // own group, which is better than refusing the write.
+      (void)::fchown(out_.get(), like->st_uid, like->st_gid);
+      if (::fchmod(out_.get(), like->st_mode & 07777) != 0) return errno;
+    } else {
+      const mode_t mask = ::umask(0);
+      ::umask(mask);
+      if (::fchmod(out_.get(), 0666 & ~mask) != 0) return errno;
+    }
+    if (lastWrite != nullptr) {
+      const struct timespec times[2] = {{0, UTIME_OMIT}, *lastWrite};
+      if (::futimens(out_.get(), times) != 0) return errno;
+    }
+    if (::fsync(out_.get()) != 0) return errno;
+    return name_.empty() ? 0 : out_.Close();
+  }
+
   // Whether the copy was made without a name.
   bool unnamed() const noexcept { return name_.empty() && out_.valid(); }
 
@@ -727,6 +751,46 @@ HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool fail
       {source, target, !failIfExists, L"Cannot copy", durability == CopyDurability::kFlushToDevice,
        durability == CopyDurability::kFlushLater, lock},
       &info);
+}
+
+HRESULT ReplaceFileContents(std::wstring_view path, std::string_view contents,
+                            ReplacedFileTime time) {
+  if (path.empty()) return E_INVALIDARG;
+  const std::string native = ToUtf8(path);
+  const std::wstring context = L"Cannot write " + Quoted(path);
+  struct stat info {};
+  const bool exists = ::stat(native.c_str(), &info) == 0;
+  if (!exists && errno != ENOENT) return HresultFromErrno(errno, context);
+  if (exists && S_ISDIR(info.st_mode)) return Fail(E_ACCESSDENIED, context + L": it is a folder.");
+  if (exists && IsReadOnly(info)) {
+    return Fail(E_ACCESSDENIED, context +
+                                    L": the file is read-only. Make it writable (chmod u+w) "
+                                    L"and run the rules again.");
+  }
+  const SplitPath parts = Split(native);
+  RemoveStaleTemporaries(parts.folder);
+  TemporaryCopy copy;
+  int error = copy.Open(parts.folder, !g_unnamedRefused.load(std::memory_order_relaxed));
+  if (error == EACCES || error == EPERM || error == EROFS) {
+    return Fail(E_ACCESSDENIED, context +
+                                    L": its folder does not allow new files, and the file "
+                                    L"is never rewritten in place. Make the folder "
+                                    L"writable and run the rules again.");
+  }
+  if (error == ENOENT || error == ENOTDIR) error = RefineMissing(ENOENT, native);
+  if (error == 0) {
+    error = copy.FillWith(contents, exists ? &info : nullptr,
+                          exists && time == ReplacedFileTime::kKeep ? &info.st_mtim : nullptr);
+  }
+  if (error != 0) return HresultFromErrno(error, context);
+  if (const DWORD fault = InjectedFault(FileStep::kPublish, path); fault != 0) {
+    return InjectedFailure(fault, L"Cannot write", path);
+  }
+  error = copy.Publish(parts.name, true);
+  if (error == 0) error = SyncFolderOf(native);
+  if (error != 0) return HresultFromErrno(error, context);
+  NoteFileAdded(path);
+  return S_OK;
 }
 
 HRESULT FlushDeferredCopies() {
