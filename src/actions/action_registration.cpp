@@ -3,9 +3,13 @@
 
 #include "actions/copy_action.h"
 #include "actions/delete_action.h"
+#include "actions/file_date_action.h"
+#include "actions/label_action.h"
 #include "actions/link_action.h"
 #include "actions/move_action.h"
+#include "actions/rating_action.h"
 #include "actions/rename_action.h"
+#include "actions/urgency_action.h"
 
 namespace lmk {
 
@@ -16,6 +20,10 @@ void RegisterActions(CElementRegistry& registry) {
   registry.Register<CLinkAction>(kFamily, L"Link");
   registry.Register<CMoveAction>(kFamily, L"Move");
   registry.Register<CRenameAction>(kFamily, L"Rename");
+  registry.Register<CFileDateAction>(kFamily, L"FileDateTime");
+  registry.Register<CLabelAction>(kFamily, L"SetXMPLabel");
+  registry.Register<CRatingAction>(kFamily, L"SetXMPRating");
+  registry.Register<CUrgencyAction>(kFamily, L"SetPhotoshopUrgency");
 }
 
 }  // namespace lmk

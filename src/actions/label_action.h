@@ -1,0 +1,34 @@
+// CLabelAction: "Action.SetXMPLabel" gives the picture a colour label of a labelling convention.
+#pragma once
+
+#include "actions/metadata_action.h"
+
+namespace lmk {
+
+/// Sets the XMP label: 0 (none), 1 to 5 (convention below 1) or 1 to 9 (any other convention),
+/// or one more / one less. The host writes the label's name under the convention.
+class CLabelAction : public CMetadataAction {
+ public:
+  CLabelAction();
+  std::int16_t Convention() const { return convention_; }
+  void SetConvention(std::int16_t convention) { convention_ = convention; }
+
+  bool IsValid(std::wstring* reason) const override;
+  std::wstring Description() const override;
+
+ protected:
+  std::int16_t UpperBound() const override { return convention_ < 1 ? 5 : 9; }
+  HRESULT WriteToHost(ILumarkoHost& host, ULONGLONG cookie, std::int16_t value) const override;
+  /// Also Meta.XMP.LabellingConvention.
+  HRESULT StoreInRecord(IDictionary& record, std::int16_t value) const override;
+  /// Version 1: the value, then the convention.
+  void ExchangeFields(CFieldArchive& archive, BYTE version) override;
+  /// convention: a number (0: five labels, else nine); label: a number, a colour name,
+  /// none, one-more or one-less.
+  void ExchangeParameters(CParamArchive& archive) override;
+
+ private:
+  std::int16_t convention_ = 0;
+};
+
+}  // namespace lmk
