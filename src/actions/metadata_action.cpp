@@ -96,10 +96,12 @@ HRESULT CMetadataAction::Run(IDictionary& record) const {
   LogEvent(kEventLevelInformation, traits_.logText, name, static_cast<int>(value));
 
   if (const HRESULT hr = WriteToHost(*host.Get(), cookie, value); FAILED(hr)) {
-    std::wstring why = TakeErrorDescription();
-    std::wstring text = L"Cannot set the " + std::wstring(traits_.what) + L" of \"" + name +
-                        L"\" to " + std::to_wstring(value) + L".";
-    if (!why.empty()) text += L" " + why;
+    // The host's own description names the file and says what to do; without one, ours.
+    std::wstring text = TakeErrorDescription();
+    if (text.empty()) {
+      text = L"Cannot set the " + std::wstring(traits_.what) + L" of \"" + name + L"\" to " +
+             std::to_wstring(value) + L".";
+    }
     return ReportFailure(E_FAIL, FailureMessage(text, hr));
   }
   LMK_RETURN_IF_FAILED(StoreInRecord(record, value));
