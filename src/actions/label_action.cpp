@@ -1,6 +1,10 @@
 // The "Set XMP Label" action.
 #include "actions/label_action.h"
 
+#include "com/com_error.h"
+#include "com/com_ptr.h"
+#include "com/variant.h"
+
 namespace lmk {
 namespace {
 
@@ -29,7 +33,30 @@ constexpr ParamWord kLabelWords[] = {{L"0", 0},
                                      {L"one-more", 0xFFFE},
                                      {L"one-less", 0xFFFD}};
 
+constexpr std::wstring_view kNotSet = L"not set";
+constexpr std::wstring_view kRelative = L"(relative to current value)";
+
 }  // namespace
+
+HRESULT LabelDialogEntries(ILumarkoHost& host, std::int16_t convention,
+                           std::vector<std::pair<std::int16_t, std::wstring>>* out) {
+  out->clear();
+  ComPtr<IEnumVARIANT> names;
+  LMK_RETURN_IF_FAILED(host.GetLabelNames(0, convention, &names));
+  std::wstring notSet(kNotSet);
+  notSet[0] = L'N';
+  out->emplace_back(0, std::move(notSet));
+  for (std::int16_t label = 1; label <= 9; ++label) {
+    Variant name;
+    ULONG fetched = 0;
+    if (names->Next(1, name.get(), &fetched) != S_OK || fetched != 1) break;
+    LMK_RETURN_IF_FAILED(name.ChangeType(VT_BSTR));
+    out->emplace_back(label, std::to_wstring(label) + L" - " + name.ref().bstrVal);
+  }
+  out->emplace_back(kOneMore, L"+1 " + std::wstring(kRelative));
+  out->emplace_back(kOneLess, L"-1 " + std::wstring(kRelative));
+  return S_OK;
+}
 
 CLabelAction::CLabelAction()
     : CMetadataAction(

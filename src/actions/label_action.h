@@ -1,9 +1,20 @@
 // CLabelAction: "Action.SetXMPLabel" gives the picture a colour label of a labelling convention.
 #pragma once
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "actions/metadata_action.h"
 
 namespace lmk {
+
+/// The entries of the label dialog's list, as (value, text): "Not set" (0), then "1 - <name>"
+/// for each name the host gives for the convention, then the two steps (kOneMore, kOneLess)
+/// "+1 (relative to current value)" and "-1 (relative to current value)". The host's failure
+/// (no such convention) comes back as is.
+[[nodiscard]] HRESULT LabelDialogEntries(ILumarkoHost& host, std::int16_t convention,
+                                         std::vector<std::pair<std::int16_t, std::wstring>>* out);
 
 /// Sets the XMP label: 0 (none), 1 to 5 (convention below 1) or 1 to 9 (any other convention),
 /// or one more / one less. The host writes the label's name under the convention.
