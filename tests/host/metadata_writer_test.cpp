@@ -5,12 +5,16 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
+#include <vector>
 
 #include "com/com_error.h"
 #include "host/exiftool_report.h"
+#include "host/exiv2_metadata_reader.h"
 #include "platform/file_operations.h"
 #include "platform/text_encoding.h"
 #include "support/temp_dir.h"
@@ -128,6 +132,64 @@ INSTANTIATE_TEST_SUITE_P(
          Fault::kFailedRename, nullptr, nullptr, "a.jpg"},
     }),
     [](const auto& info) { return std::string(info.param.name); });
+
+// Eight writers at once over 2,000 writes, half of them into sidecars that a JPEG and a RAW file
+// share: each write lands once, and none undoes another's.
+TEST(MetadataWriterConcurrencyTest, EveryValueLandsOnce) {
+  constexpr int kPictures = 1000;
+  constexpr int kPairs = 500;
+  constexpr int kWriters = 8;
+  test::ScopedTempDir dir;
+  const fs::path sample = fs::path(LMK_SAMPLES_DIR) / "plain_nometa.jpg";
+  const auto name = [&](const char* stem, int i, const char* extension) {
+    return dir / (stem + std::to_string(i) + extension);
+  };
+  for (int i = 0; i < kPictures; ++i) fs::copy_file(sample, name("a", i, ".jpg"));
+  for (int i = 0; i < kPairs; ++i) {
+    fs::copy_file(sample, name("b", i, ".jpg"));
+    fs::copy_file(sample, name("b", i, ".nef"));
+    std::ofstream(name("b", i, ".xmp")) << kSidecar;
+  }
+  std::atomic<int> failed{0};
+  std::vector<std::thread> writers;
+  for (int w = 0; w < kWriters; ++w) {
+    writers.emplace_back([&, w] {
+      for (int i = w; i < kPictures; i += kWriters) {
+        const std::string rating = std::to_string(i % 5 + 1);
+        if (FAILED(CMetadataWriter::Write(FromUtf8(name("a", i, ".jpg").string()), XmpMark::kRating,
+                                          rating))) {
+          ++failed;
+        }
+      }
+      // Writers w and w + 1 take the two files of each pair at the same moment.
+      for (int i = w / 2; i < kPairs; i += kWriters / 2) {
+        const bool raw = w % 2 == 1;
+        const fs::path picture = name("b", i, raw ? ".nef" : ".jpg");
+        if (FAILED(CMetadataWriter::Write(FromUtf8(picture.string()),
+                                          raw ? XmpMark::kUrgency : XmpMark::kLabel,
+                                          raw ? "6" : "Green"))) {
+          ++failed;
+        }
+      }
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_EQ(failed.load(), 0);
+
+  CExiv2MetadataReader reader;
+  int wrong = 0;
+  for (int i = 0; i < kPictures; ++i) {
+    ImageMetadata meta;
+    (void)reader.Read(FromUtf8(name("a", i, ".jpg").string()), &meta);
+    if (meta.xmpRating != i % 5 + 1) ++wrong;
+  }
+  for (int i = 0; i < kPairs; ++i) {
+    ImageMetadata meta;
+    (void)reader.Read(FromUtf8(name("b", i, ".jpg").string()), &meta);
+    if (meta.xmpLabel != 3 || meta.photoshopUrgency != 6 || meta.xmpRating != 1) ++wrong;
+  }
+  EXPECT_EQ(wrong, 0);
+}
 
 }  // namespace
 }  // namespace lmk
