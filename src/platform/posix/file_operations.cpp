@@ -786,8 +786,9 @@ HRESULT ReplaceFileContents(std::wstring_view path, std::string_view contents,
   if (const DWORD fault = InjectedFault(FileStep::kPublish, path); fault != 0) {
     return InjectedFailure(fault, L"Cannot write", path);
   }
+  // The contents are on the device before the rename, so whenever the rename itself reaches it
+  // the name holds a whole file; waiting for the folder too would double the cost of a write.
   error = copy.Publish(parts.name, true);
-  if (error == 0) error = SyncFolderOf(native);
   if (error != 0) return HresultFromErrno(error, context);
   NoteFileAdded(path);
   return S_OK;
