@@ -67,12 +67,12 @@ struct MarkCase {
   Kind kind;
   SHORT setting;
   SHORT current;
-  SHORT convention = 0;
-  USHORT frame = 0;
-  BOOL inPlace = TRUE;
-  bool refuse = false;
-  HRESULT hr = S_OK;
   SHORT written = kNoWrite;  // what the host is asked to write
+  HRESULT hr = S_OK;
+  SHORT convention = 0;
+  BOOL inPlace = TRUE;
+  USHORT frame = 0;
+  bool refuse = false;
 };
 
 std::unique_ptr<CMetadataAction> MakeAction(const MarkCase& c) {
@@ -119,77 +119,26 @@ TEST_P(MetadataActionTest, AsksTheHostAndUpdatesTheRecord) {
             (c.written != kNoWrite ? 1u : 0u) + (stored && !c.inPlace ? 1u : 0u));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, MetadataActionTest,
-    testing::ValuesIn(std::vector<MarkCase>{
-        {.name = "OneMoreOnUnrated",
-         .kind = Kind::kRating,
-         .setting = kOneMore,
-         .current = 0,
-         .written = 1},
-        {.name = "OneMoreOnRejectedSkipsZero",
-         .kind = Kind::kRating,
-         .setting = kOneMore,
-         .current = -1,
-         .written = 1},
-        {.name = "OneMoreOnFiveStars", .kind = Kind::kRating, .setting = kOneMore, .current = 5},
-        {.name = "OneLessOnOneStarRejects",
-         .kind = Kind::kRating,
-         .setting = kOneLess,
-         .current = 1,
-         .written = -1},
-        {.name = "OneLessOnUnrated", .kind = Kind::kRating, .setting = kOneLess, .current = 0},
-        {.name = "SameRatingInPlace", .kind = Kind::kRating, .setting = 3, .current = 3},
-        {.name = "SameRatingRenamingHost",
-         .kind = Kind::kRating,
-         .setting = 3,
-         .current = 3,
-         .inPlace = FALSE,
-         .written = 3},
-        {.name = "LaterFrame",
-         .kind = Kind::kRating,
-         .setting = 4,
-         .current = 0,
-         .frame = 1,
-         .hr = S_FALSE},
-        {.name = "HostRefuses",
-         .kind = Kind::kRating,
-         .setting = 4,
-         .current = 0,
-         .refuse = true,
-         .hr = E_FAIL,
-         .written = 4},
-        {.name = "LabelFiveStopsAtFive", .kind = Kind::kLabel, .setting = kOneMore, .current = 5},
-        {.name = "LabelNineGoesOn",
-         .kind = Kind::kLabel,
-         .setting = kOneMore,
-         .current = 5,
-         .convention = 1,
-         .written = 6},
-        {.name = "LabelNineStopsAtNine",
-         .kind = Kind::kLabel,
-         .setting = kOneMore,
-         .current = 9,
-         .convention = 1},
-        {.name = "SameLabelAlwaysSkipped",
-         .kind = Kind::kLabel,
-         .setting = 2,
-         .current = 2,
-         .inPlace = FALSE},
-        {.name = "LabelSet",
-         .kind = Kind::kLabel,
-         .setting = 4,
-         .current = 0,
-         .convention = 2,
-         .written = 4},
-        {.name = "UrgencyOneLessOnOne",
-         .kind = Kind::kUrgency,
-         .setting = kOneLess,
-         .current = 1,
-         .written = -1},
-        {.name = "UrgencyStopsAtNine", .kind = Kind::kUrgency, .setting = kOneMore, .current = 9},
-    }),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, MetadataActionTest,
+                         testing::ValuesIn(std::vector<MarkCase>{
+                             {"OneMoreOnUnrated", Kind::kRating, kOneMore, 0, 1},
+                             {"OneMoreOnRejectedSkipsZero", Kind::kRating, kOneMore, -1, 1},
+                             {"OneMoreOnFiveStars", Kind::kRating, kOneMore, 5},
+                             {"OneLessOnOneStarRejects", Kind::kRating, kOneLess, 1, -1},
+                             {"OneLessOnUnrated", Kind::kRating, kOneLess, 0},
+                             {"SameRatingInPlace", Kind::kRating, 3, 3},
+                             {"SameRatingRenamingHost", Kind::kRating, 3, 3, 3, S_OK, 0, FALSE},
+                             {"LaterFrame", Kind::kRating, 4, 0, kNoWrite, S_FALSE, 0, TRUE, 1},
+                             {"HostRefuses", Kind::kRating, 4, 0, 4, E_FAIL, 0, TRUE, 0, true},
+                             {"LabelFiveStopsAtFive", Kind::kLabel, kOneMore, 5},
+                             {"LabelNineGoesOn", Kind::kLabel, kOneMore, 5, 6, S_OK, 1},
+                             {"LabelNineStopsAtNine", Kind::kLabel, kOneMore, 9, kNoWrite, S_OK, 1},
+                             {"SameLabelAlwaysSkipped", Kind::kLabel, 2, 2, kNoWrite, S_OK, 0,
+                              FALSE},
+                             {"UrgencyOneLessOnOne", Kind::kUrgency, kOneLess, 1, -1},
+                             {"UrgencyStopsAtNine", Kind::kUrgency, kOneMore, 9},
+                         }),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace lmk::test
