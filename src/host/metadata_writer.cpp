@@ -9,7 +9,6 @@
 #include <exiv2/webpimage.hpp>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <mutex>
 
 #include "com/com_error.h"
@@ -82,10 +81,13 @@ void Apply(Exiv2::XmpData& xmp, XmpMark mark, std::string_view value) {
 }
 
 bool ReadWhole(std::wstring_view path, std::string* bytes) {
-  std::ifstream in(ToUtf8(path), std::ios::binary);
+  std::ifstream in(ToUtf8(path), std::ios::binary | std::ios::ate);
   if (!in) return false;
-  bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return !in.bad();
+  const std::streamoff size = in.tellg();
+  if (size < 0) return false;
+  bytes->resize(static_cast<std::size_t>(size));
+  in.seekg(0);
+  return static_cast<bool>(in.read(bytes->data(), size));
 }
 
 // A failure whose description is text, for a file that was left as it was.
