@@ -24,7 +24,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Fault { kNone, kReadOnlyFile, kReadOnlyFolder, kFailedRename };
+enum class Fault { kNone, kReadOnlyFile, kReadOnlyFolder, kFailedRename, kLinked };
 
 struct WriteCase {
   const char* name;
@@ -52,7 +52,10 @@ TEST_P(MetadataWriterTest, WritesWhereReadersLookOrLeavesEverything) {
   if (c.fault == Fault::kReadOnlyFolder && ::geteuid() == 0) GTEST_SKIP() << "root writes anyway";
   test::ScopedTempDir dir;
   const fs::path picture = dir / c.picture;
-  fs::copy_file(fs::path(LMK_SAMPLES_DIR) / c.sample, picture);
+  // A linked picture: the link stays, the file it points to ("real.jpg") takes the value.
+  fs::copy_file(fs::path(LMK_SAMPLES_DIR) / c.sample,
+                c.fault == Fault::kLinked ? dir / "real.jpg" : picture);
+  if (c.fault == Fault::kLinked) fs::create_symlink("real.jpg", picture);
   fs::path sidecar = picture;
   sidecar.replace_extension(".xmp");
   if (c.sidecar != nullptr) std::ofstream(sidecar) << c.sidecar;
@@ -88,12 +91,15 @@ TEST_P(MetadataWriterTest, WritesWhereReadersLookOrLeavesEverything) {
     return;
   }
   ASSERT_EQ(hr, S_OK) << ToUtf8(why);
+  EXPECT_EQ(fs::is_symlink(picture), c.fault == Fault::kLinked);
   EXPECT_EQ(fs::last_write_time(picture), pictureTime);
   const std::optional<test::ExifToolReport> report = test::RunExifTool(dir / c.readFrom);
   ASSERT_TRUE(report.has_value());
   const auto found = report->find(c.tag);
   EXPECT_EQ(found == report->end() ? "" : found->second, c.expected);
-  if (dir / c.readFrom != picture) EXPECT_EQ(Bytes(picture), before);
+  if (dir / c.readFrom != picture && c.fault != Fault::kLinked) {
+    EXPECT_EQ(Bytes(picture), before);
+  }
 }
 
 constexpr const char* kSidecar =
@@ -116,6 +122,8 @@ INSTANTIATE_TEST_SUITE_P(
          Fault::kNone, "a.xmp", "XMP-xmp:Rating", "4"},
         {"SidecarKeepsItsOtherValues", "street_2023.jpg", "a.jpg", kSidecar, XmpMark::kRating, "4",
          Fault::kNone, "a.xmp", "XMP-xmp:Label", "Blue"},
+        {"LinkStaysALink", "street_2023.jpg", "a.jpg", nullptr, XmpMark::kRating, "5",
+         Fault::kLinked, "real.jpg", "XMP-xmp:Rating", "5"},
         {"RawGetsNewSidecar", "street_2023.jpg", "a.nef", nullptr, XmpMark::kRating, "2",
          Fault::kNone, "a.xmp", "XMP-xmp:Rating", "2"},
         {"DamagedPicture", "truncated.jpg", "a.jpg", nullptr, XmpMark::kRating, "2", Fault::kNone,

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -756,8 +757,16 @@ HRESULT CopyFileTo(std::wstring_view source, std::wstring_view target, bool fail
 HRESULT ReplaceFileContents(std::wstring_view path, std::string_view contents,
                             ReplacedFileTime time) {
   if (path.empty()) return E_INVALIDARG;
-  const std::string native = ToUtf8(path);
+  std::string native = ToUtf8(path);
   const std::wstring context = L"Cannot write " + Quoted(path);
+  // A link stays a link: the file it points to is the one replaced.
+  struct stat link {};
+  if (::lstat(native.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    std::unique_ptr<char, decltype(&std::free)> target(::realpath(native.c_str(), nullptr),
+                                                       &std::free);
+    if (!target) return HresultFromErrno(errno, context);
+    native = target.get();
+  }
   struct stat info {};
   const bool exists = ::stat(native.c_str(), &info) == 0;
   if (!exists && errno != ENOENT) return HresultFromErrno(errno, context);
