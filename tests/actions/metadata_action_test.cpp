@@ -12,19 +12,14 @@
 namespace lmk::test {
 namespace {
 
-/// One image record whose only text is its path, for GetImageByCookie.
+/// The record a renaming host gives after the write.
 class RenamedImage final : public ComObject<RenamedImage, ILumarkoImage> {
  public:
-  explicit RenamedImage(std::wstring path) : path_(std::move(path)) {
-    record_.fullPath = path_.c_str();
-  }
   HRESULT STDMETHODCALLTYPE GetRecord(const LMKIMAGERECORD** ppRecord) override {
+    record_.fullPath = L"/p/renamed.jpg";
     *ppRecord = &record_;
     return S_OK;
   }
-
- private:
-  std::wstring path_;
   LMKIMAGERECORD record_{};
 };
 
@@ -41,20 +36,16 @@ class WritingHost final : public UnansweringHost<WritingHost> {
   }
   HRESULT STDMETHODCALLTYPE SetXmpRating(ULONGLONG, SHORT value) override { return Write(value); }
   HRESULT STDMETHODCALLTYPE SetXmpLabel(ULONGLONG, SHORT value, SHORT conv) override {
-    convention = conv;
-    return Write(value);
+    return Write(value, conv);
   }
-  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG, SHORT value) override {
-    return Write(value);
-  }
+  HRESULT STDMETHODCALLTYPE SetPhotoshopUrgency(ULONGLONG, SHORT v) override { return Write(v); }
   HRESULT STDMETHODCALLTYPE GetImageByCookie(ULONGLONG, ILumarkoImage** ppImage) override {
-    *ppImage = MakeComObject<RenamedImage>(L"/p/renamed.jpg").Detach();
+    *ppImage = MakeComObject<RenamedImage>().Detach();
     return S_OK;
   }
-
- private:
-  HRESULT Write(SHORT value) {
+  HRESULT Write(SHORT value, SHORT conv = -100) {
     written = value;
+    convention = conv;
     return refuse ? E_ACCESSDENIED : S_OK;
   }
 };

@@ -40,8 +40,7 @@ struct WriteCase {
 };
 
 std::string Bytes(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
 }
 
 class MetadataWriterTest : public testing::TestWithParam<WriteCase> {};
