@@ -5,10 +5,14 @@
 #include "actions/copy_action.h"
 #include "actions/delete_action.h"
 #include "actions/ftp_action.h"
+#include "actions/file_date_action.h"
+#include "actions/label_action.h"
 #include "actions/link_action.h"
 #include "actions/move_action.h"
+#include "actions/rating_action.h"
 #include "actions/rename_action.h"
 #include "actions/save_for_web_action.h"
+#include "actions/urgency_action.h"
 
 namespace lmk {
 
@@ -22,6 +26,10 @@ void RegisterActions(CElementRegistry& registry) {
   registry.Register<CMoveAction>(kFamily, L"Move");
   registry.Register<CRenameAction>(kFamily, L"Rename");
   registry.Register<CSaveForWebAction>(kFamily, L"SaveForWeb");
+  registry.Register<CFileDateAction>(kFamily, L"FileDateTime");
+  registry.Register<CLabelAction>(kFamily, L"SetXMPLabel");
+  registry.Register<CRatingAction>(kFamily, L"SetXMPRating");
+  registry.Register<CUrgencyAction>(kFamily, L"SetPhotoshopUrgency");
 }
 
 }  // namespace lmk

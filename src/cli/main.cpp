@@ -33,6 +33,7 @@ constexpr std::array kSubcommands = {
     SubcommandEntry{"place", &lmk::cli::SetupPlace},
     SubcommandEntry{"template", &lmk::cli::SetupTemplate},
     SubcommandEntry{"vars", &lmk::cli::SetupVars},
+    SubcommandEntry{"labels", &lmk::cli::SetupLabels},
     SubcommandEntry{"templates", &lmk::cli::SetupTemplates},
     SubcommandEntry{"ftp", &lmk::cli::SetupFtp},
 };

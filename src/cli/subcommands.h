@@ -15,6 +15,7 @@ Runner SetupRecord(CLI::App& app);
 Runner SetupRules(CLI::App& app);
 Runner SetupTemplate(CLI::App& app);
 Runner SetupVars(CLI::App& app);
+Runner SetupLabels(CLI::App& app);
 Runner SetupTemplates(CLI::App& app);
 Runner SetupFtp(CLI::App& app);
 

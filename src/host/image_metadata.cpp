@@ -29,6 +29,11 @@ constexpr std::array<LabelName, 5> kLabelNames = {{
     {5, L"Purple", L"To Do"},
 }};
 
+// Labels 1 to 5 keep their colour names under both conventions, so a label reads back the same
+// whichever convention wrote it.
+constexpr std::array<std::wstring_view, 9> kNineLabels = {
+    L"Red", L"Yellow", L"Green", L"Blue", L"Purple", L"Cyan", L"Gray", L"Black", L"White"};
+
 bool EqualsNoCase(std::wstring_view a, std::wstring_view b) {
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i) {
@@ -79,8 +84,18 @@ int16_t LabelFromText(std::wstring_view text, int16_t* convention) {
       return name.number;
     }
   }
+  for (std::size_t i = kLabelNames.size(); i < kNineLabels.size(); ++i) {
+    if (EqualsNoCase(text, kNineLabels[i])) {
+      conv = kLabelConventionColors;
+      return static_cast<int16_t>(i + 1);
+    }
+  }
   conv = kLabelConventionOther;
   return 0;
+}
+
+std::span<const std::wstring_view> ConventionLabelNames(int16_t convention) {
+  return std::span<const std::wstring_view>(kNineLabels).first(convention < 1 ? 5 : 9);
 }
 
 std::wstring_view LabelText(int16_t label, int16_t convention) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -63,7 +64,12 @@ enum LabelConvention : int16_t {
   kLabelConventionOther = 3,
 };
 
-/// Maps an xmp:Label text to its number (0..5) and stores its convention.
+/// The label names the host offers and writes under a labelling convention, label 1 first:
+/// the five colours below 1, nine colours (the five, then "Cyan", "Gray", "Black", "White")
+/// for any other convention.
+std::span<const std::wstring_view> ConventionLabelNames(int16_t convention);
+
+/// Maps an xmp:Label text to its number (0..9) and stores its convention.
 int16_t LabelFromText(std::wstring_view text, int16_t* convention);
 
 /// The xmp:Label text for a label number under a convention (colour names unless the

@@ -10,6 +10,7 @@
 #include "com/bstr_out.h"
 #include "com/com_error.h"
 #include "com/time_convert.h"
+#include "host/label_name_enum.h"
 #include "host/wic_pixel_format.h"
 #include "lumarko_version.h"
 #include "platform/event_log_writer.h"
@@ -460,40 +461,71 @@ HRESULT STDMETHODCALLTYPE CStandaloneHost::GetImageByCookie(ULONGLONG cookie,
 
 HRESULT STDMETHODCALLTYPE CStandaloneHost::IsRatingInPlace(BOOL* pfInPlace) {
   if (pfInPlace == nullptr) return E_INVALIDARG;
+  // A write replaces the file (or its sidecar) under the same name.
   *pfInPlace = TRUE;
   return S_OK;
 }
 
-HRESULT CStandaloneHost::NotWritten(ULONGLONG cookie) const {
-  if (FindEntry(cookie, nullptr) < 0) return E_INVALIDARG;
-  SetErrorDescription(
-      L"The lumarko command does not write ratings, labels or urgencies into pictures yet.");
-  return E_NOTIMPL;
+HRESULT CStandaloneHost::WriteMark(ULONGLONG cookie, XmpMark mark, std::string_view value) {
+  std::wstring path;
+  {
+    std::shared_lock guard(lock_);
+    if (cookie == 0 || cookie > entries_.size() || entries_[cookie - 1].deleted) {
+      return E_INVALIDARG;
+    }
+    path = entries_[cookie - 1].path;
+  }
+  return CMetadataWriter::Write(path, mark, value);
 }
 
-HRESULT STDMETHODCALLTYPE CStandaloneHost::SetXmpRating(ULONGLONG cookie, SHORT /*rating*/) {
-  return NotWritten(cookie);
+HRESULT STDMETHODCALLTYPE CStandaloneHost::SetXmpRating(ULONGLONG cookie, SHORT rating) {
+  if (rating < -1 || rating > 5) {
+    SetErrorDescription(L"A rating runs from -1 (rejected) to 5 stars, not " +
+                        std::to_wstring(rating) + L".");
+    return E_INVALIDARG;
+  }
+  return WriteMark(cookie, XmpMark::kRating, std::to_string(rating));
 }
 
-HRESULT STDMETHODCALLTYPE CStandaloneHost::SetXmpLabel(ULONGLONG cookie, SHORT /*label*/,
-                                                       SHORT /*convention*/) {
-  return NotWritten(cookie);
+HRESULT STDMETHODCALLTYPE CStandaloneHost::SetXmpLabel(ULONGLONG cookie, SHORT label,
+                                                       SHORT convention) {
+  const std::span<const std::wstring_view> names = ConventionLabelNames(convention);
+  if (label > static_cast<SHORT>(names.size())) {
+    SetErrorDescription(L"Label " + std::to_wstring(label) +
+                        L" does not exist: labelling "
+                        L"convention " +
+                        std::to_wstring(convention) + L" has labels 1 to " +
+                        std::to_wstring(names.size()) + L".");
+    return E_INVALIDARG;
+  }
+  // Below label 1 (stepping down from the first label gives -1) the picture has no label.
+  const std::string text = label < 1 ? std::string() : ToUtf8(names[label - 1]);
+  return WriteMark(cookie, XmpMark::kLabel, text);
 }
 
-HRESULT STDMETHODCALLTYPE CStandaloneHost::SetPhotoshopUrgency(ULONGLONG cookie,
-                                                               SHORT /*urgency*/) {
-  return NotWritten(cookie);
+HRESULT STDMETHODCALLTYPE CStandaloneHost::SetPhotoshopUrgency(ULONGLONG cookie, SHORT urgency) {
+  if (urgency > 9) {
+    SetErrorDescription(L"An urgency runs from 0 (none) to 9, not " + std::to_wstring(urgency) +
+                        L".");
+    return E_INVALIDARG;
+  }
+  // Below 0 (stepping down from 1 gives -1) means none, which is written rather than removed:
+  // an older IPTC urgency of the picture would otherwise come back.
+  return WriteMark(cookie, XmpMark::kUrgency, std::to_string(urgency < 0 ? 0 : urgency));
 }
 
 HRESULT STDMETHODCALLTYPE CStandaloneHost::GetLabelNames(DWORD /*flags*/, SHORT convention,
                                                          IEnumVARIANT** ppNames) {
   if (ppNames == nullptr) return E_INVALIDARG;
   *ppNames = nullptr;
-  if (convention != kLabelConventionColors && convention != kLabelConventionWorkflow) {
-    return E_INVALIDARG;
+  try {
+    std::vector<std::wstring> names;
+    for (std::wstring_view name : ConventionLabelNames(convention)) names.emplace_back(name);
+    ComPtr<CLabelNameEnum> list = MakeComObject<CLabelNameEnum>(std::move(names));
+    return list->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(ppNames));
+  } catch (...) {
+    return HresultFromCurrentException();
   }
-  SetErrorDescription(L"The lumarko command does not list label names yet.");
-  return E_NOTIMPL;
 }
 
 long CStandaloneHost::FindEntry(ULONGLONG cookie, LPCWSTR path) const {

@@ -16,6 +16,7 @@
 #include "com/com_object.h"
 #include "com/com_ptr.h"
 #include "host/exiv2_metadata_reader.h"
+#include "host/metadata_writer.h"
 #include "host_api/lumarko_host.h"
 #include "shell/image_record.h"
 
@@ -81,7 +82,8 @@ class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
   HRESULT Deliver(ULONG index, ILumarkoImage** ppImage) const;
   /// The index of the entry that cookie or (when cookie is 0) path names; -1 when none.
   long FindEntry(ULONGLONG cookie, LPCWSTR path) const;
-  HRESULT NotWritten(ULONGLONG cookie) const;
+  /// Writes mark of the file that cookie names (CMetadataWriter::Write).
+  HRESULT WriteMark(ULONGLONG cookie, XmpMark mark, std::string_view value);
 
   mutable std::shared_mutex lock_;  // guards entries_ and current_
   std::vector<Entry> entries_;

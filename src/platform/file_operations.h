@@ -79,6 +79,25 @@ struct CopyLock {
 /// flush per file system. S_OK, or the first failure with a description naming the folder.
 [[nodiscard]] HRESULT FlushDeferredCopies();
 
+/// What ReplaceFileContents gives the new file as its last-write time.
+enum class ReplacedFileTime {
+  kKeep,  ///< the replaced file's (people and rules sort pictures by it)
+  kNow,   ///< the time of the write
+};
+
+/// Gives the file `path` the new `contents` without ever writing it in place: the new file is
+/// written without a name (or under a hidden temporary name) in the same folder, flushed to the
+/// device and renamed over `path`, so that after a crash at any moment `path` holds its old or
+/// its new contents, whole, and no temporary stays behind for long (the next write into the
+/// folder removes those of processes that no longer run). The new file keeps the permissions
+/// (and, where the system allows, the owner) of the old one; a missing `path` is created.
+/// S_OK; E_ACCESSDENIED when `path` is read-only or a folder, or the folder refuses new files;
+/// ERROR_PATH_NOT_FOUND for a missing folder; ERROR_DISK_FULL; any other failure of the system.
+/// On failure `path` is unchanged and a description naming it is set. FileStep::kPublish
+/// can be made to fail for tests.
+[[nodiscard]] HRESULT ReplaceFileContents(std::wstring_view path, std::string_view contents,
+                                          ReplacedFileTime time);
+
 /// Moves (renames) `source` to `target`. On one volume this is one atomic rename. Across
 /// volumes it needs kMoveCopyAllowed (else HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE)): the file
 /// is copied as CopyFileTo copies, always flushed, given its name and only then is the source

@@ -1,4 +1,7 @@
-// Thread error information for POSIX: one error object slot per thread.
+// Thread error information for POSIX: one error object slot per thread, shared by the program
+// and the plug-in it loads (each carries its own copy of this code), as Windows shares it.
+#include <dlfcn.h>
+
 #include <string>
 
 #include "com/bstr.h"
@@ -75,15 +78,13 @@ lmk::ComPtr<IErrorInfo>& ThreadErrorInfo() {
   return info;
 }
 
-}  // namespace
-
-HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) {
+HRESULT OwnSetErrorInfo(ULONG reserved, IErrorInfo* info) {
   if (reserved != 0) return E_INVALIDARG;
   ThreadErrorInfo() = lmk::ComPtr<IErrorInfo>(info);
   return S_OK;
 }
 
-HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) {
+HRESULT OwnGetErrorInfo(ULONG reserved, IErrorInfo** info) {
   if (info == nullptr) return E_INVALIDARG;
   *info = nullptr;
   if (reserved != 0) return E_INVALIDARG;
@@ -91,7 +92,7 @@ HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) {
   return *info != nullptr ? S_OK : S_FALSE;
 }
 
-HRESULT CreateErrorInfo(ICreateErrorInfo** info) {
+HRESULT OwnCreateErrorInfo(ICreateErrorInfo** info) {
   if (info == nullptr) return E_INVALIDARG;
   *info = nullptr;
   try {
@@ -102,3 +103,38 @@ HRESULT CreateErrorInfo(ICreateErrorInfo** info) {
     return lmk::HresultFromCurrentException();
   }
 }
+
+struct ErrorInfoApi {
+  HRESULT (*set)(ULONG, IErrorInfo*);
+  HRESULT (*get)(ULONG, IErrorInfo**);
+  HRESULT (*create)(ICreateErrorInfo**);
+};
+
+}  // namespace
+
+// The program's error calls, found by the plug-in through the dynamic linker: a description
+// the host sets reaches the plug-in on the same thread, and every error object is made by the
+// program's code, so none outlives the code of a plug-in that was unloaded.
+extern "C" __attribute__((visibility("default"))) const void* LmkComErrorInfoApi() {
+  static const ErrorInfoApi api{&OwnSetErrorInfo, &OwnGetErrorInfo, &OwnCreateErrorInfo};
+  return &api;
+}
+
+namespace {
+
+const ErrorInfoApi& Api() {
+  static const ErrorInfoApi* const api = [] {
+    using Accessor = const void* (*)();
+    auto shared = reinterpret_cast<Accessor>(::dlsym(RTLD_DEFAULT, "LmkComErrorInfoApi"));
+    return static_cast<const ErrorInfoApi*>(shared != nullptr ? shared() : LmkComErrorInfoApi());
+  }();
+  return *api;
+}
+
+}  // namespace
+
+HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) { return Api().set(reserved, info); }
+
+HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) { return Api().get(reserved, info); }
+
+HRESULT CreateErrorInfo(ICreateErrorInfo** info) { return Api().create(info); }

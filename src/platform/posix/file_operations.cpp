@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -458,6 +459,30 @@ class TemporaryCopy {
     return name_.empty() ? 0 : out_.Close();
   }
 
+  // Fills the copy with `contents`, gives it the owner and permissions in `like` and, when
+  // `lastWrite` is given, that last-write time, then flushes it. Returns 0 or an errno.
+  int FillWith(std::string_view contents, const struct stat* like,
+               const struct timespec* lastWrite) {
+    int error = 0;
+    if (!WriteAll(out_.get(), contents.data(), contents.size(), &error)) return error;
+    if (like != nullptr) {
+      // Only root can give a file away; anyone else keeps their own file and, at worst, their
+      // own group, which is better than refusing the write.
+      (void)::fchown(out_.get(), like->st_uid, like->st_gid);
+      if (::fchmod(out_.get(), like->st_mode & 07777) != 0) return errno;
+    } else {
+      const mode_t mask = ::umask(0);
+      ::umask(mask);
+      if (::fchmod(out_.get(), 0666 & ~mask) != 0) return errno;
+    }
+    if (lastWrite != nullptr) {
+      const struct timespec times[2] = {{0, UTIME_OMIT}, *lastWrite};
+      if (::futimens(out_.get(), times) != 0) return errno;
+    }
+    if (::fsync(out_.get()) != 0) return errno;
+    return name_.empty() ? 0 : out_.Close();
+  }
+
   // Whether the copy was made without a name.
   bool unnamed() const noexcept { return name_.empty() && out_.valid(); }
 
@@ -801,6 +826,55 @@ HRESULT WriteNewFile(std::wstring_view target, bool replace,
     return HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(target));
   if (error != 0) return HresultFromErrno(error, context);
   NoteFileAdded(target);
+  return S_OK;
+}
+
+HRESULT ReplaceFileContents(std::wstring_view path, std::string_view contents,
+                            ReplacedFileTime time) {
+  if (path.empty()) return E_INVALIDARG;
+  std::string native = ToUtf8(path);
+  const std::wstring context = L"Cannot write " + Quoted(path);
+  // A link stays a link: the file it points to is the one replaced.
+  struct stat link {};
+  if (::lstat(native.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    std::unique_ptr<char, decltype(&std::free)> target(::realpath(native.c_str(), nullptr),
+                                                       &std::free);
+    if (!target) return HresultFromErrno(errno, context);
+    native = target.get();
+  }
+  struct stat info {};
+  const bool exists = ::stat(native.c_str(), &info) == 0;
+  if (!exists && errno != ENOENT) return HresultFromErrno(errno, context);
+  if (exists && S_ISDIR(info.st_mode)) return Fail(E_ACCESSDENIED, context + L": it is a folder.");
+  if (exists && IsReadOnly(info)) {
+    return Fail(E_ACCESSDENIED, context +
+                                    L": the file is read-only. Make it writable (chmod u+w) "
+                                    L"and run the rules again.");
+  }
+  const SplitPath parts = Split(native);
+  RemoveStaleTemporaries(parts.folder);
+  TemporaryCopy copy;
+  int error = copy.Open(parts.folder, !g_unnamedRefused.load(std::memory_order_relaxed));
+  if (error == EACCES || error == EPERM || error == EROFS) {
+    return Fail(E_ACCESSDENIED, context +
+                                    L": its folder does not allow new files, and the file "
+                                    L"is never rewritten in place. Make the folder "
+                                    L"writable and run the rules again.");
+  }
+  if (error == ENOENT || error == ENOTDIR) error = RefineMissing(ENOENT, native);
+  if (error == 0) {
+    error = copy.FillWith(contents, exists ? &info : nullptr,
+                          exists && time == ReplacedFileTime::kKeep ? &info.st_mtim : nullptr);
+  }
+  if (error != 0) return HresultFromErrno(error, context);
+  if (const DWORD fault = InjectedFault(FileStep::kPublish, path); fault != 0) {
+    return InjectedFailure(fault, L"Cannot write", path);
+  }
+  // The contents are on the device before the rename, so whenever the rename itself reaches it
+  // the name holds a whole file; waiting for the folder too would double the cost of a write.
+  error = copy.Publish(parts.name, true);
+  if (error != 0) return HresultFromErrno(error, context);
+  NoteFileAdded(path);
   return S_OK;
 }
 
