@@ -397,15 +397,18 @@ TEST_F(CrossDeviceTest, RefusalsLeaveBothFilesAlone) {
   ExpectSourceAndTarget("old");
 }
 
-// A copy that cannot be put under its name leaves the source whole and nothing at the target.
+// A failure at either step leaves the source whole and nothing at the target: a copy whose
+// source cannot be removed is taken back.
 TEST_F(CrossDeviceTest, InterruptedMoveLeavesTheSourceAndNoPartialTarget) {
-  ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
-    return step == FileStep::kPublish ? ERROR_DISK_FULL : 0;
-  });
-  EXPECT_EQ(MoveFileTo(W(source_), W(target_), kMoveCopyAllowed | kMoveReplaceExisting),
-            HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-  EXPECT_FALSE(TakeErrorDescription().empty());
-  ExpectSourceAndTarget(std::nullopt);
+  for (const FileStep failing : {FileStep::kPublish, FileStep::kRemoveSource}) {
+    ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
+      return step == failing ? ERROR_DISK_FULL : 0;
+    });
+    EXPECT_EQ(MoveFileTo(W(source_), W(target_), kMoveCopyAllowed | kMoveReplaceExisting),
+              HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_FALSE(TakeErrorDescription().empty());
+    ExpectSourceAndTarget(std::nullopt);
+  }
 }
 
 TEST_F(CrossDeviceTest, CopyAcrossDevicesComparesIdentical) {

@@ -97,6 +97,7 @@ TEST_P(MessageFormatTest, Formats) {
     wide[i] = FromUtf8(value);
     texts[i] = value;
     args.push_back(kind == "w:"   ? FormatArg(wide[i])
+                   : kind == "p:" ? FormatArg(wide[i].c_str())
                    : kind == "n:" ? FormatArg(texts[i])
                    : kind == "i:" ? FormatArg(std::stoi(value))
                    : kind == "u:" ? FormatArg(static_cast<uint32_t>(std::stoul(value)))
