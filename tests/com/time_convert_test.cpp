@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "com/com.h"
-#include "com/test_data_rows.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

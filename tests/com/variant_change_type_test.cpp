@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <ostream>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "com/com.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {
@@ -104,15 +102,8 @@ std::vector<ChangeCase> Cases() {
                                                   {"DISP_E_OVERFLOW", DISP_E_OVERFLOW},
                                                   {"DISP_E_TYPEMISMATCH", DISP_E_TYPEMISMATCH},
                                                   {"DISP_E_BADVARTYPE", DISP_E_BADVARTYPE}};
-  std::ifstream in(LMK_TEST_DATA_DIR "/variant_coercions.txt");
-  if (!in) throw std::runtime_error("cannot read " LMK_TEST_DATA_DIR "/variant_coercions.txt");
   std::vector<ChangeCase> cases;
-  for (std::string line; std::getline(in, line);) {
-    if (line.empty() || line[0] == '#') continue;
-    std::vector<std::string> f;
-    std::istringstream fields(line);
-    for (std::string field; std::getline(fields, field, '|');) f.push_back(field);
-    f.resize(6);
+  for (const test::DataRow& f : test::DataRows("variant_coercions.txt", "", 6)) {
     cases.push_back({f[0], ValueOf(f[1]), TypeOf(f[2]), results.at(f[3]),
                      f[4].empty() ? Variant() : ValueOf(f[4]),
                      static_cast<USHORT>(f[5] == "ALPHABOOL" ? VARIANT_ALPHABOOL : 0)});

@@ -1,12 +1,19 @@
-// Tests of the dictionary's methods: HRESULTs, names, bulk reads and writes, merging, sharing.
+// Tests of the dictionary's methods (HRESULTs, names, bulk reads and writes, merging, sharing),
+// of its enumerator, and of many threads using one dictionary at once.
 #include "dictionary/dictionary.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "dictionary/dictionary_enum_variant.h"
 #include "dictionary_test_util.h"
 
 namespace lmk::test {
@@ -62,15 +69,6 @@ const LookupCase kLookupCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryLookupTest, ::testing::ValuesIn(kLookupCases),
                          [](const auto& i) { return std::string(i.param.name); });
-
-TEST(DictionaryTest, NullOutPointersAreInvalid) {
-  ComPtr<IDictionary> dictionary = MakeDictionary();
-  Bstr key(L"a");
-  EXPECT_EQ(dictionary->get_Value(key.get(), nullptr), E_INVALIDARG);
-  EXPECT_EQ(dictionary->get_Count(nullptr), E_INVALIDARG);
-  EXPECT_EQ(dictionary->get__NewEnum(nullptr), E_INVALIDARG);
-  EXPECT_EQ(dictionary->MergeTo(nullptr), E_INVALIDARG);
-}
 
 // --- Writing ----------------------------------------------------------------------------------
 
@@ -309,12 +307,16 @@ TEST(DictionaryTest, TakeMultipleMovesValuesAndStopsWhereAPutWould) {
   EXPECT_EQ(values[4].ref().lVal, 5) << "values after the bad name stay the caller's";
 }
 
-TEST(DictionaryTest, NullArraysAreInvalid) {
+TEST(DictionaryTest, NullPointersAndArraysAreInvalid) {
   ComPtr<IDictionary> dictionary = MakeDictionary();
   std::wstring name = L"a";
   LPOLESTR names[] = {name.data()};
   VARIANT values[1];
   values[0].vt = VT_I4;
+  EXPECT_EQ(dictionary->get_Value(Bstr(L"a").get(), nullptr), E_INVALIDARG);
+  EXPECT_EQ(dictionary->get_Count(nullptr), E_INVALIDARG);
+  EXPECT_EQ(dictionary->get__NewEnum(nullptr), E_INVALIDARG);
+  EXPECT_EQ(dictionary->MergeTo(nullptr), E_INVALIDARG);
   EXPECT_EQ(dictionary->PutMultiple(0, nullptr, nullptr), S_OK);
   EXPECT_EQ(dictionary->PutMultiple(1, names, nullptr), E_INVALIDARG);
   EXPECT_EQ(dictionary->GetMultiple(1, names, nullptr), E_INVALIDARG);
@@ -418,6 +420,242 @@ TEST(DictionaryTest, CreatorRefusesAggregationAndUnknownInterfaces) {
     EXPECT_TRUE(created);
   }
   EXPECT_TRUE(IsEqualGUID(IID_IDictionary, IidOf<IDictionary>()));
+}
+
+ComPtr<IEnumVARIANT> EnumOf(IDictionary* dictionary) {
+  ComPtr<IUnknown> unknown;
+  EXPECT_EQ(dictionary->get__NewEnum(&unknown), S_OK);
+  ComPtr<IEnumVARIANT> enumerator;
+  EXPECT_EQ(unknown.As(&enumerator), S_OK);
+  return enumerator;
+}
+
+// Reads everything left, one Next call of `batch` at a time.
+std::vector<std::wstring> Drain(IEnumVARIANT* enumerator, ULONG batch = 1) {
+  std::vector<std::wstring> names;
+  std::vector<VARIANT> slots(batch);
+  for (;;) {
+    ULONG fetched = 0;
+    const HRESULT hr = enumerator->Next(batch, slots.data(), &fetched);
+    EXPECT_TRUE(hr == S_OK || hr == S_FALSE);
+    for (ULONG i = 0; i < fetched; ++i) {
+      Variant owned;
+      owned.Attach(&slots[i]);
+      EXPECT_EQ(owned.vt(), VT_BSTR);
+      names.emplace_back(owned.ref().bstrVal, SysStringLen(owned.ref().bstrVal));
+    }
+    if (hr != S_OK) return names;
+  }
+}
+
+// True when the names come in the dictionary's comparison order, none twice.
+bool StrictlyOrdered(const std::vector<std::wstring>& names) {
+  for (std::size_t i = 1; i < names.size(); ++i) {
+    if (VarBstrCmp(Bstr(names[i - 1]).get(), Bstr(names[i]).get(), LOCALE_USER_DEFAULT, 0) !=
+        static_cast<HRESULT>(VARCMP_LT)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The enumeration order is the dictionary's comparison, whatever the insertion order.
+TEST(DictionaryEnumTest, OrderIsTheNameOrderNotInsertionOrder) {
+  const std::vector<std::wstring> inserted = {L"b", L"File.Name", L"a", L"B",  L"file.name",
+                                              L"A", L"10",        L"9", L"a.b"};
+  ComPtr<IDictionary> forward = MakeDictionary();
+  ComPtr<IDictionary> backward = MakeDictionary();
+  for (std::size_t i = 0; i < inserted.size(); ++i) {
+    ASSERT_EQ(Put(forward.Get(), inserted[i], Variant::I4(0)), S_OK);
+    ASSERT_EQ(Put(backward.Get(), inserted[inserted.size() - 1 - i], Variant::I4(0)), S_OK);
+  }
+  const std::vector<std::wstring> names = Drain(EnumOf(forward.Get()).Get());
+  ASSERT_EQ(names.size(), inserted.size());
+  EXPECT_EQ(Drain(EnumOf(backward.Get()).Get()), names);
+  EXPECT_TRUE(StrictlyOrdered(names));
+}
+
+struct Step {
+  enum Kind { kNext, kSkip, kReset } kind;
+  ULONG count;
+  HRESULT hr;
+  std::vector<std::wstring> names;  // what kNext returns
+};
+
+struct EnumCase {
+  const char* name;
+  std::vector<Step> steps;
+};
+
+class DictionaryEnumStepsTest : public ::testing::TestWithParam<EnumCase> {};
+
+TEST_P(DictionaryEnumStepsTest, Walk) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  for (const wchar_t* name : {L"e", L"c", L"a", L"d", L"b"}) {
+    ASSERT_EQ(Put(dictionary.Get(), name, Variant::I4(0)), S_OK);
+  }
+  ComPtr<IEnumVARIANT> enumerator = EnumOf(dictionary.Get());
+  int index = 0;
+  for (const Step& step : GetParam().steps) {
+    SCOPED_TRACE("step " + std::to_string(index++));
+    switch (step.kind) {
+      case Step::kNext: {
+        std::vector<VARIANT> slots(step.count + 1);
+        for (VARIANT& slot : slots) slot.vt = VT_I4;  // must be initialised by Next
+        ULONG fetched = 99;
+        EXPECT_EQ(enumerator->Next(step.count, slots.data(), &fetched), step.hr);
+        ASSERT_EQ(fetched, step.names.size());
+        for (ULONG i = 0; i < step.count; ++i) {
+          Variant owned;
+          owned.Attach(&slots[i]);
+          if (i < fetched) {
+            ASSERT_EQ(owned.vt(), VT_BSTR);
+            EXPECT_EQ(std::wstring(owned.ref().bstrVal), step.names[i]);
+          } else {
+            EXPECT_EQ(owned.vt(), VT_EMPTY);
+          }
+        }
+        break;
+      }
+      case Step::kSkip:
+        EXPECT_EQ(enumerator->Skip(step.count), step.hr);
+        break;
+      case Step::kReset:
+        EXPECT_EQ(enumerator->Reset(), step.hr);
+        break;
+    }
+  }
+}
+
+const EnumCase kEnumCases[] = {
+    {"AllAtOnce", {{Step::kNext, 5, S_OK, {L"a", L"b", L"c", L"d", L"e"}}}},
+    {"MoreThanThere", {{Step::kNext, 7, S_FALSE, {L"a", L"b", L"c", L"d", L"e"}}}},
+    {"InPairs",
+     {{Step::kNext, 2, S_OK, {L"a", L"b"}},
+      {Step::kNext, 2, S_OK, {L"c", L"d"}},
+      {Step::kNext, 2, S_FALSE, {L"e"}},
+      {Step::kNext, 2, S_FALSE, {}}}},
+    {"ZeroIsOk", {{Step::kNext, 0, S_OK, {}}, {Step::kNext, 1, S_OK, {L"a"}}}},
+    {"SkipThenNext", {{Step::kSkip, 2, S_OK, {}}, {Step::kNext, 1, S_OK, {L"c"}}}},
+    {"SkipPastTheEnd", {{Step::kSkip, 6, S_FALSE, {}}, {Step::kNext, 1, S_FALSE, {}}}},
+    {"SkipExactlyToTheEnd", {{Step::kSkip, 5, S_OK, {}}, {Step::kNext, 1, S_FALSE, {}}}},
+    {"ResetAfterTheEnd",
+     {{Step::kNext, 9, S_FALSE, {L"a", L"b", L"c", L"d", L"e"}},
+      {Step::kReset, 0, S_OK, {}},
+      {Step::kNext, 1, S_OK, {L"a"}}}},
+    {"ResetMidway",
+     {{Step::kSkip, 3, S_OK, {}},
+      {Step::kReset, 0, S_OK, {}},
+      {Step::kNext, 2, S_OK, {L"a", L"b"}}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Steps, DictionaryEnumStepsTest, ::testing::ValuesIn(kEnumCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(DictionaryEnumTest, CloneContinuesFromTheSamePlaceIndependently) {
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  for (const wchar_t* name : {L"a", L"b", L"c", L"d"}) {
+    ASSERT_EQ(Put(dictionary.Get(), name, Variant::I4(0)), S_OK);
+  }
+  ComPtr<IEnumVARIANT> original = EnumOf(dictionary.Get());
+  EXPECT_EQ(original->Next(1, nullptr, nullptr), E_INVALIDARG);
+  Variant slot;
+  EXPECT_EQ(original->Next(1, &slot, nullptr), S_OK) << "the fetched count is optional";
+  ASSERT_EQ(original->Skip(1), S_OK);
+  ComPtr<IEnumVARIANT> clone;
+  ASSERT_EQ(original->Clone(&clone), S_OK);
+  EXPECT_EQ(Drain(clone.Get()), (std::vector<std::wstring>{L"c", L"d"}));
+  EXPECT_EQ(Drain(original.Get(), 3), (std::vector<std::wstring>{L"c", L"d"}));
+  EXPECT_EQ(original->Clone(nullptr), E_INVALIDARG);
+}
+
+TEST(DictionaryEnumTest, WalksTheLiveDictionaryAndKeepsItAlive) {
+  ComPtr<IEnumVARIANT> enumerator;
+  {
+    ComPtr<IDictionary> dictionary = MakeDictionary();
+    EXPECT_TRUE(Drain(EnumOf(dictionary.Get()).Get(), 4).empty());
+    for (const wchar_t* name : {L"b", L"d"}) {
+      ASSERT_EQ(Put(dictionary.Get(), name, Variant::I4(0)), S_OK);
+    }
+    enumerator = EnumOf(dictionary.Get());
+    Variant first;
+    ASSERT_EQ(enumerator->Next(1, &first, nullptr), S_OK);
+    EXPECT_EQ(std::wstring(first.ref().bstrVal), L"b");
+    // "a" sorts before the position and is not seen; "c" and "e" are ahead.
+    for (const wchar_t* name : {L"a", L"c", L"e"}) {
+      ASSERT_EQ(Put(dictionary.Get(), name, Variant::I4(0)), S_OK);
+    }
+  }
+  EXPECT_EQ(Drain(enumerator.Get()), (std::vector<std::wstring>{L"c", L"d", L"e"}));
+}
+
+constexpr int kThreads = 8;
+constexpr int kPerThread = 150;
+
+std::wstring KeyOf(const wchar_t* family, int thread, int i) {
+  return std::wstring(family) + std::to_wstring(thread) + L"." + std::to_wstring(i);
+}
+
+void Worker(int id, IDictionary* first, IDictionary* second, std::atomic<int>* failures) {
+  IDictionary* mine = id % 2 == 0 ? first : second;
+  for (int i = 0; i < kPerThread; ++i) {
+    const std::wstring key = KeyOf(L"t", id, i);
+    if (Put(mine, key, Variant::String(key)) != S_OK) ++*failures;
+    // A value every thread replaces: readers must never see a freed string.
+    if (Put(first, L"shared", Variant::String(L"v" + std::to_wstring(i))) != S_OK) ++*failures;
+    Variant read;
+    if (Get(mine, key, &read) != S_OK || read.vt() != VT_BSTR || key != read.ref().bstrVal) {
+      ++*failures;
+    }
+    Variant shared;
+    if (Get(first, L"shared", &shared) != S_OK || shared.vt() != VT_BSTR ||
+        shared.ref().bstrVal[0] != L'v') {
+      ++*failures;
+    }
+    if (TestName(mine, key) != S_OK) ++*failures;
+    if (i % 25 == 0 && !StrictlyOrdered(Drain(EnumOf(id % 3 == 0 ? first : second).Get(), 16))) {
+      ++*failures;
+    }
+    if (i % 30 == 0) {
+      // Both directions at once from different threads.
+      const HRESULT hr = id % 2 == 0 ? first->MergeTo(second) : second->MergeTo(first);
+      if (hr != S_OK) ++*failures;
+    }
+  }
+}
+
+TEST(DictionaryConcurrencyTest, NoLostEntriesNoDeadlock) {
+  ComPtr<IDictionary> first = MakeDictionary();
+  ComPtr<IDictionary> second = MakeDictionary();
+  std::atomic<int> failures{0};
+  std::vector<std::future<void>> workers;
+  for (int id = 0; id < kThreads; ++id) {
+    workers.push_back(
+        std::async(std::launch::async, Worker, id, first.Get(), second.Get(), &failures));
+  }
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  for (auto& worker : workers) {
+    if (worker.wait_until(deadline) != std::future_status::ready) {
+      // Threads stuck on each other's locks cannot be joined; report and leave at once.
+      std::fprintf(stderr, "dictionary threads deadlocked\n");
+      std::_Exit(1);
+    }
+  }
+  EXPECT_EQ(failures.load(), 0);
+
+  ASSERT_EQ(first->MergeTo(second.Get()), S_OK);
+  ASSERT_EQ(second->MergeTo(first.Get()), S_OK);
+  const LONG expected = kThreads * kPerThread + 1;  // every thread's keys plus "shared"
+  EXPECT_EQ(CountOf(first.Get()), expected);
+  EXPECT_EQ(CountOf(second.Get()), expected);
+  for (int id = 0; id < kThreads; ++id) {
+    for (int i = 0; i < kPerThread; ++i) {
+      const std::wstring key = KeyOf(L"t", id, i);
+      Variant value;
+      ASSERT_EQ(Get(first.Get(), key, &value), S_OK) << "lost entry";
+      EXPECT_EQ(key, value.ref().bstrVal);
+    }
+  }
 }
 
 }  // namespace

@@ -9,7 +9,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,6 +19,7 @@
 #include "host/exiftool_report.h"
 #include "host/picture_file_head.h"
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 #include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
@@ -57,19 +60,6 @@ std::optional<std::string> Number(double v) {
   return std::string(text);
 }
 
-enum Kind { kText, kNumber };
-
-// One value both tools know: what exiftool calls it (first key present wins, in the same
-// precedence as the reader) and how the reader gives it (nullopt = not found).
-struct Field {
-  const char* name;
-  Kind kind;
-  double tolerance;
-  std::function<std::optional<std::string>(const ExifToolReport&)> expected;
-  std::function<std::optional<std::string>(const ImageMetadata&)> actual;
-};
-
-#define LMK_KEYS(...) [](const ExifToolReport& r) { return First(r, {__VA_ARGS__}); }
 #define LMK_TEXT(member) [](const ImageMetadata& m) { return Text(m.member); }
 #define LMK_IF(present, member) \
   [](const ImageMetadata& m) { return (present) ? Number(m.member) : std::nullopt; }
@@ -113,118 +103,98 @@ std::optional<std::string> IptcDateCreated(const ImageMetadata& m) {
   return text;
 }
 
-const std::vector<Field>& Fields() {
-  static const std::vector<Field> fields = {
-      {"DateTaken", kText, 0,
-       LMK_KEYS("ExifIFD:DateTimeOriginal", "ExifIFD:CreateDate", "IFD0:ModifyDate",
-                "XMP-exif:DateTimeOriginal", "XMP-xmp:CreateDate"),
+// How the reader gives each field of tests/data/cases/exiftool_fields.tsv (nullopt: not found).
+using Actual = std::function<std::optional<std::string>(const ImageMetadata&)>;
+const std::map<std::string, Actual>& Actuals() {
+  static const std::map<std::string, Actual> actuals = {
+      {"DateTaken",
        [](const ImageMetadata& m) {
          return m.dateTaken.present ? std::optional(FormatDate(m.dateTaken)) : std::nullopt;
        }},
-      {"Make", kText, 0, LMK_KEYS("IFD0:Make", "XMP-tiff:Make"), LMK_TEXT(cameraMake)},
-      {"Model", kText, 0, LMK_KEYS("IFD0:Model", "XMP-tiff:Model"), LMK_TEXT(cameraModel)},
-      {"Iso", kNumber, 0,
-       LMK_KEYS("ExifIFD:ISO", "ExifIFD:RecommendedExposureIndex",
-                "ExifIFD:StandardOutputSensitivity", "ExifIFD:ISOSpeed", "XMP-exif:ISO"),
-       LMK_NONZERO(isoSpeed)},
-      {"FNumber", kNumber, 1e-3, LMK_KEYS("ExifIFD:FNumber", "XMP-exif:FNumber"),
-       LMK_NONZERO(fNumber)},
-      {"ExposureTime", kNumber, 1e-6, LMK_KEYS("ExifIFD:ExposureTime"), LMK_NONZERO(exposureTime)},
-      {"FocalLength", kNumber, 1e-3, LMK_KEYS("ExifIFD:FocalLength"), LMK_NONZERO(focalLength)},
-      {"ExposureBias", kNumber, 1e-3, LMK_KEYS("ExifIFD:ExposureCompensation"),
-       LMK_IF(m.hasExposureBias, exposureBias)},
-      {"MaxAperture", kNumber, 1e-3, LMK_KEYS("ExifIFD:MaxApertureValue"),
-       LMK_NONZERO(maxApertureValue)},
-      {"Flash", kNumber, 0, LMK_KEYS("ExifIFD:Flash"), LMK_IF(m.hasFlash, flash)},
-      {"MeteringMode", kNumber, 0, LMK_KEYS("ExifIFD:MeteringMode"), LMK_NONZERO(meteringMode)},
-      {"ExposureProgram", kNumber, 0, LMK_KEYS("ExifIFD:ExposureProgram"),
-       LMK_NONZERO(programMode)},
-      {"Contrast", kNumber, 0, LMK_KEYS("ExifIFD:Contrast"), LMK_IF(m.hasContrast, contrast)},
-      {"Saturation", kNumber, 0, LMK_KEYS("ExifIFD:Saturation"),
-       LMK_IF(m.hasSaturation, saturation)},
-      {"WhiteBalance", kNumber, 0, LMK_KEYS("ExifIFD:WhiteBalance"),
-       LMK_IF(m.hasWhiteBalance, whiteBalance)},
-      {"LightSource", kNumber, 0, LMK_KEYS("ExifIFD:LightSource"), LMK_NONZERO(lightSource)},
-      {"FocalLength35", kNumber, 0, LMK_KEYS("ExifIFD:FocalLengthIn35mmFormat"),
-       LMK_NONZERO(focalLengthIn35mmFilm)},
-      {"Orientation", kNumber, 0, LMK_KEYS("IFD0:Orientation"), LMK_NONZERO(orientation)},
-      {"LensModel", kText, 0, LMK_KEYS("ExifIFD:LensModel"), LMK_TEXT(lensModel)},
-      {"SerialNumber", kText, 0, LMK_KEYS("ExifIFD:SerialNumber"), LMK_TEXT(cameraSerialNumber)},
-      {"ImageUniqueId", kText, 0, LMK_KEYS("ExifIFD:ImageUniqueID"), LMK_TEXT(imageUniqueId)},
-      {"Artist", kText, 0, LMK_KEYS("IFD0:Artist"), LMK_TEXT(artist)},
-      {"Copyright", kText, 0, LMK_KEYS("IFD0:Copyright"), LMK_TEXT(copyright)},
-      {"Comment", kText, 0,
-       LMK_KEYS("ExifIFD:UserComment", "IFD0:ImageDescription", "File:Comment"), LMK_TEXT(comment)},
-      {"Rating", kNumber, 0, LMK_KEYS("XMP-xmp:Rating"), LMK_IF(m.hasRating, xmpRating)},
-      {"Label", kText, 0, LMK_KEYS("XMP-xmp:Label"), LMK_TEXT(xmpLabelText)},
-      {"Urgency", kNumber, 0, LMK_KEYS("XMP-photoshop:Urgency", "IPTC:Urgency"),
-       LMK_IF(m.hasUrgency, photoshopUrgency)},
-      {"GpsLatitude", kNumber, 1e-7, LMK_KEYS("Composite:GPSLatitude", "XMP-exif:GPSLatitude"),
-       LMK_IF(m.gpsFlags & kGpsLatitude, gpsLatitude)},
-      {"GpsLongitude", kNumber, 1e-7, LMK_KEYS("Composite:GPSLongitude", "XMP-exif:GPSLongitude"),
-       LMK_IF(m.gpsFlags & kGpsLongitude, gpsLongitude)},
-      {"GpsAltitude", kNumber, 1e-3, LMK_KEYS("Composite:GPSAltitude"),
-       LMK_IF(m.gpsFlags & kGpsAltitude, gpsAltitude)},
-      {"GpsSpeedKmh", kNumber, 1e-3, GpsSpeedKmh, LMK_IF(m.gpsFlags & kGpsSpeed, gpsSpeed)},
-      {"GpsDirection", kText, 0,
-       [](const ExifToolReport& r) -> std::optional<std::string> {
-         const auto dir = First(r, {"GPS:GPSImgDirection"});
-         if (!dir) return std::nullopt;
-         return *dir + " " + First(r, {"GPS:GPSImgDirectionRef"}).value_or("T");
-       },
+      {"Make", LMK_TEXT(cameraMake)},
+      {"Model", LMK_TEXT(cameraModel)},
+      {"Iso", LMK_NONZERO(isoSpeed)},
+      {"FNumber", LMK_NONZERO(fNumber)},
+      {"ExposureTime", LMK_NONZERO(exposureTime)},
+      {"FocalLength", LMK_NONZERO(focalLength)},
+      {"ExposureBias", LMK_IF(m.hasExposureBias, exposureBias)},
+      {"MaxAperture", LMK_NONZERO(maxApertureValue)},
+      {"Flash", LMK_IF(m.hasFlash, flash)},
+      {"MeteringMode", LMK_NONZERO(meteringMode)},
+      {"ExposureProgram", LMK_NONZERO(programMode)},
+      {"Contrast", LMK_IF(m.hasContrast, contrast)},
+      {"Saturation", LMK_IF(m.hasSaturation, saturation)},
+      {"WhiteBalance", LMK_IF(m.hasWhiteBalance, whiteBalance)},
+      {"LightSource", LMK_NONZERO(lightSource)},
+      {"FocalLength35", LMK_NONZERO(focalLengthIn35mmFilm)},
+      {"Orientation", LMK_NONZERO(orientation)},
+      {"LensModel", LMK_TEXT(lensModel)},
+      {"SerialNumber", LMK_TEXT(cameraSerialNumber)},
+      {"ImageUniqueId", LMK_TEXT(imageUniqueId)},
+      {"Artist", LMK_TEXT(artist)},
+      {"Copyright", LMK_TEXT(copyright)},
+      {"Comment", LMK_TEXT(comment)},
+      {"Rating", LMK_IF(m.hasRating, xmpRating)},
+      {"Label", LMK_TEXT(xmpLabelText)},
+      {"Urgency", LMK_IF(m.hasUrgency, photoshopUrgency)},
+      {"GpsLatitude", LMK_IF(m.gpsFlags & kGpsLatitude, gpsLatitude)},
+      {"GpsLongitude", LMK_IF(m.gpsFlags & kGpsLongitude, gpsLongitude)},
+      {"GpsAltitude", LMK_IF(m.gpsFlags & kGpsAltitude, gpsAltitude)},
+      {"GpsSpeedKmh", LMK_IF(m.gpsFlags & kGpsSpeed, gpsSpeed)},
+      {"GpsDirection",
        [](const ImageMetadata& m) -> std::optional<std::string> {
          if (!(m.gpsFlags & (kGpsDirectionMagnetic | kGpsDirectionTrue))) return std::nullopt;
          return *Number(m.gpsImgDirection) + (m.gpsFlags & kGpsDirectionTrue ? " T" : " M");
        }},
-      {"GpsTimeStamp", kText, 0, LMK_KEYS("Composite:GPSDateTime"),
+      {"GpsTimeStamp",
        [](const ImageMetadata& m) {
          return m.gpsFlags & kGpsTimeStamp ? std::optional(FormatDate(m.gpsTimeStamp) + "Z")
                                            : std::nullopt;
        }},
-      {"GpsMeasurementActive", kNumber, 0,
+      {"GpsMeasurementActive", LMK_NONZERO(gpsMeasurementActive)},
+      {"GpsMapDatum", LMK_TEXT(gpsMapDatum)},
+      {"IptcCity", LMK_TEXT(iptcCity)},
+      {"IptcState", LMK_TEXT(iptcStateProvince)},
+      {"IptcCountry", LMK_TEXT(iptcCountry)},
+      {"IptcCountryCode", LMK_TEXT(iptcCountryCode)},
+      {"IptcLocation", LMK_TEXT(iptcLocation)},
+      {"IptcKeywords", LMK_TEXT(iptcKeywords)},
+      {"IptcCreator", LMK_TEXT(iptcCreator)},
+      {"IptcHeadline", LMK_TEXT(iptcHeadline)},
+      {"IptcDescription", LMK_TEXT(iptcDescription)},
+      {"IptcTitle", LMK_TEXT(iptcTitle)},
+      {"IptcInstructions", LMK_TEXT(iptcInstructions)},
+      {"IptcCredit", LMK_TEXT(iptcProvider)},
+      {"IptcSource", LMK_TEXT(iptcSource)},
+      {"IptcDateCreated", IptcDateCreated},
+      {"NativeWidth", LMK_NONZERO(nativeWidth)},
+      {"NativeHeight", LMK_NONZERO(nativeHeight)},
+      {"DisplayedWidth", LMK_NONZERO(width)},
+      {"BitsPerPixel", LMK_NONZERO(bitsPerPixel)},
+      {"MimeType", LMK_TEXT(mimeType)},
+  };
+  return actuals;
+}
+
+// What exiftool reports for the fields the table marks "computed".
+using Expected = std::function<std::optional<std::string>(const ExifToolReport&)>;
+const std::map<std::string, Expected>& Computed() {
+  static const std::map<std::string, Expected> computed = {
+      {"GpsSpeedKmh", GpsSpeedKmh},
+      {"GpsDirection",
+       [](const ExifToolReport& r) -> std::optional<std::string> {
+         const auto dir = First(r, {"GPS:GPSImgDirection"});
+         if (!dir) return std::nullopt;
+         return *dir + " " + First(r, {"GPS:GPSImgDirectionRef"}).value_or("T");
+       }},
+      {"GpsMeasurementActive",
        [](const ExifToolReport& r) -> std::optional<std::string> {
          if (First(r, {"GPS:GPSStatus"}) == "A") return "1";
          return std::nullopt;
-       },
-       LMK_NONZERO(gpsMeasurementActive)},
-      {"GpsMapDatum", kText, 0, LMK_KEYS("GPS:GPSMapDatum"), LMK_TEXT(gpsMapDatum)},
-      {"IptcCity", kText, 0, LMK_KEYS("XMP-photoshop:City", "IPTC:City"), LMK_TEXT(iptcCity)},
-      {"IptcState", kText, 0, LMK_KEYS("XMP-photoshop:State", "IPTC:Province-State"),
-       LMK_TEXT(iptcStateProvince)},
-      {"IptcCountry", kText, 0,
-       LMK_KEYS("XMP-photoshop:Country", "IPTC:Country-PrimaryLocationName"),
-       LMK_TEXT(iptcCountry)},
-      {"IptcCountryCode", kText, 0,
-       LMK_KEYS("XMP-iptcCore:CountryCode", "IPTC:Country-PrimaryLocationCode"),
-       LMK_TEXT(iptcCountryCode)},
-      {"IptcLocation", kText, 0, LMK_KEYS("XMP-iptcCore:Location", "IPTC:Sub-location"),
-       LMK_TEXT(iptcLocation)},
-      {"IptcKeywords", kText, 0, LMK_KEYS("XMP-dc:Subject", "IPTC:Keywords"),
-       LMK_TEXT(iptcKeywords)},
-      {"IptcCreator", kText, 0, LMK_KEYS("XMP-dc:Creator", "IPTC:By-line"), LMK_TEXT(iptcCreator)},
-      {"IptcHeadline", kText, 0, LMK_KEYS("XMP-photoshop:Headline", "IPTC:Headline"),
-       LMK_TEXT(iptcHeadline)},
-      {"IptcDescription", kText, 0, LMK_KEYS("XMP-dc:Description", "IPTC:Caption-Abstract"),
-       LMK_TEXT(iptcDescription)},
-      {"IptcTitle", kText, 0, LMK_KEYS("XMP-dc:Title", "IPTC:ObjectName"), LMK_TEXT(iptcTitle)},
-      {"IptcInstructions", kText, 0,
-       LMK_KEYS("XMP-photoshop:Instructions", "IPTC:SpecialInstructions"),
-       LMK_TEXT(iptcInstructions)},
-      {"IptcCredit", kText, 0, LMK_KEYS("XMP-photoshop:Credit", "IPTC:Credit"),
-       LMK_TEXT(iptcProvider)},
-      {"IptcSource", kText, 0, LMK_KEYS("XMP-photoshop:Source", "IPTC:Source"),
-       LMK_TEXT(iptcSource)},
-      {"IptcDateCreated", kText, 0,
-       LMK_KEYS("XMP-photoshop:DateCreated", "Composite:DateTimeCreated"), IptcDateCreated},
-      {"NativeWidth", kNumber, 0, LMK_KEYS("File:ImageWidth", "PNG:ImageWidth"),
-       LMK_NONZERO(nativeWidth)},
-      {"NativeHeight", kNumber, 0, LMK_KEYS("File:ImageHeight", "PNG:ImageHeight"),
-       LMK_NONZERO(nativeHeight)},
-      {"DisplayedWidth", kNumber, 0, DisplayedWidth, LMK_NONZERO(width)},
-      {"BitsPerPixel", kNumber, 0, BitsPerPixel, LMK_NONZERO(bitsPerPixel)},
-      {"MimeType", kText, 0, LMK_KEYS("File:MIMEType"), LMK_TEXT(mimeType)},
-  };
-  return fields;
+       }},
+      {"DisplayedWidth", DisplayedWidth},
+      {"BitsPerPixel", BitsPerPixel}};
+  return computed;
 }
 
 // exiftool's report of a picture as our reader should see it: a sidecar's XMP replaces the
@@ -260,17 +230,22 @@ TEST_P(ExifToolComparison, EveryValueBothKnowAgrees) {
   const MetadataReadStatus status = CExiv2MetadataReader().Read(Wide(picture), &m);
   ASSERT_TRUE(status.ok) << Narrow(status.message);
 
-  for (const Field& field : Fields()) {
-    const auto want = field.expected(*expected);
-    const auto got = field.actual(m);
+  for (const test::CaseRow& field : test::ReadCaseTable("cases/exiftool_fields.tsv")) {
+    std::optional<std::string> want;
+    std::istringstream keys(field[2]);
+    for (std::string key; !want && keys >> key;) {
+      want = key == "computed" ? Computed().at(field.name)(*expected)
+                               : First(*expected, {key.c_str()});
+    }
+    const auto got = Actuals().at(field.name)(m);
     ASSERT_EQ(want.has_value(), got.has_value())
         << field.name << ": exiftool " << want.value_or("(none)") << ", reader "
         << got.value_or("(none)");
     if (!want) continue;
-    if (field.kind == kNumber) {
+    if (field[0] == "number") {
       const double w = std::stod(*want);
       const double g = std::stod(*got);
-      EXPECT_NEAR(g, w, std::max(field.tolerance, std::fabs(w) * 1e-6)) << field.name;
+      EXPECT_NEAR(g, w, std::max(std::stod(field[1]), std::fabs(w) * 1e-6)) << field.name;
     } else {
       EXPECT_EQ(*got, *want) << field.name;
     }

@@ -1,9 +1,17 @@
-// The host's list of pictures: which files a scan takes, in which order, and the folder the list
+// The host's list of pictures: which files a scan takes (regular files only: named pipes,
+// sockets and devices would block a run's reads), in which order, and the folder the list
 // stands for.
 #include "host/picture_file_scanner.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <sstream>
 #include <string>
@@ -16,17 +24,51 @@
 namespace lmk {
 namespace {
 
+namespace fs = std::filesystem;
+
 std::vector<std::string> Words(const std::string& text) {
   std::istringstream in(text);
   return {std::istream_iterator<std::string>(in), std::istream_iterator<std::string>()};
 }
 
-// Lists of files are separated by blanks; inputs are relative to the folder, "." is the folder.
+void MakeSocket(const fs::path& path) {
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_GE(fd, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  ASSERT_LT(path.string().size(), sizeof(address.sun_path));
+  std::strcpy(address.sun_path, path.c_str());
+  EXPECT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+  ::close(fd);
+}
+
+// Makes one entry of a tree: "f" a file, "f|" a named pipe, "f=" a socket, "l>t" a link to t.
+void Make(const fs::path& root, std::string entry) {
+  const char kind = entry.back();
+  const std::size_t arrow = entry.find('>');
+  if (kind == '|' || kind == '=') entry.pop_back();
+  const fs::path path = root / entry.substr(0, arrow);
+  fs::create_directories(path.parent_path());
+  if (arrow != std::string::npos) {
+    fs::create_symlink(root / entry.substr(arrow + 1), path);
+  } else if (kind == '|') {
+    EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  } else if (kind == '=') {
+    MakeSocket(path);
+  } else {
+    test::WriteBytes(path, "x");
+  }
+}
+
+// Lists of files are separated by blanks; inputs are relative to the folder, "." is the folder,
+// absolute when they start with '/'. Named pipes, sockets and devices would block a run's reads:
+// those named are left out (and reported), those inside a folder skipped silently.
 struct ScanCase {
   const char* name;
   const char *tree, *inputs;
   bool recursive;
   const char* expected;
+  const char* leftOut = "";
 };
 
 // Every picture extension, any case, raw formats too.
@@ -48,30 +90,46 @@ const ScanCase kScanCases[] = {
     {"DuplicatesListedOnce", "a.jpg b.jpg", ". a.jpg ./a.jpg", false, "a.jpg b.jpg"},
     {"NamedFileTakenWhateverItsExtension", "scan.pdf a.jpg", "scan.pdf", false, "scan.pdf"},
     {"EmptyFolderGivesEmptyList", "", ".", true, ""},
+    {"NamedFifo", "p.jpg|", "p.jpg", false, "", "p.jpg"},
+    {"FifoNamedTwiceIsReportedOnce", "p.jpg| a.jpg", "p.jpg a.jpg p.jpg", false, "a.jpg", "p.jpg"},
+    {"NamedSocket", "s.jpg=", "s.jpg", false, "", "s.jpg"},
+    {"NamedDevice", "", "/dev/zero", false, "", "/dev/zero"},
+    {"LinkToFifo", "p.jpg| link.jpg>p.jpg", "link.jpg", false, "", "link.jpg"},
+    {"FifoInsideAFolderIsSkippedSilently", "d/p.jpg| d/a.jpg", "d", false, "d/a.jpg"},
 };
+
+// The paths below root relative to it, others as they are.
+std::vector<std::string> Shown(const std::vector<std::wstring>& paths, const fs::path& root) {
+  std::vector<std::string> out;
+  for (const std::wstring& path : paths) {
+    std::string text = ToUtf8(path);
+    if (text.starts_with(root.string() + "/")) text.erase(0, root.string().size() + 1);
+    out.push_back(text);
+  }
+  return out;
+}
 
 class PictureScanTest : public ::testing::TestWithParam<ScanCase> {};
 
 TEST_P(PictureScanTest, ListsThePicturesSortedByPath) {
   const ScanCase& c = GetParam();
   test::ScopedTempDir dir;
-  for (const std::string& file : Words(c.tree)) {
-    std::filesystem::create_directories((dir / file).parent_path());
-    test::WriteBytes(dir / file, "x");
-  }
-  std::vector<std::wstring> inputs, files;
+  for (const std::string& entry : Words(c.tree)) Make(dir.path(), entry);
+  std::vector<std::wstring> inputs, files, leftOut;
   for (const std::string& input : Words(c.inputs)) {
-    inputs.push_back(FromUtf8((input == "." ? dir.path() : dir / input).string()));
+    // Devices are shared with every other program on the machine: take them as they are.
+    if (input[0] == '/' && !fs::is_character_file(input)) GTEST_SKIP() << input << " is no device";
+    inputs.push_back(FromUtf8(input == "."      ? dir.path().string()
+                              : input[0] == '/' ? input
+                                                : (dir / input).string()));
   }
   std::wstring error;
   PictureScanOptions options;
   options.recursive = c.recursive;
-  ASSERT_EQ(CPictureFileScanner(options).Scan(inputs, &files, &error), S_OK) << ToUtf8(error);
-  std::vector<std::string> relative;
-  for (const std::wstring& file : files) {
-    relative.push_back(std::filesystem::path(ToUtf8(file)).lexically_relative(dir.path()));
-  }
-  EXPECT_EQ(relative, Words(c.expected));
+  ASSERT_EQ(CPictureFileScanner(options).Scan(inputs, &files, &error, &leftOut), S_OK)
+      << ToUtf8(error);
+  EXPECT_EQ(Shown(files, dir.path()), Words(c.expected));
+  EXPECT_EQ(Shown(leftOut, dir.path()), Words(c.leftOut));
 }
 
 INSTANTIATE_TEST_SUITE_P(Scan, PictureScanTest, ::testing::ValuesIn(kScanCases),

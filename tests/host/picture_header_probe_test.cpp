@@ -1,11 +1,16 @@
-// Pixel size and layout read from crafted picture headers, including damaged ones.
+// Pixel size and layout read from crafted picture headers, including damaged ones; checked dates
+// and the label vocabulary shared by the reader and the label writer.
 #include "host/picture_header_probe.h"
 
 #include <gtest/gtest.h>
 
 #include <exiv2/exiv2.hpp>
+#include <map>
 #include <string>
 #include <vector>
+
+#include "host/image_metadata.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {
@@ -118,6 +123,47 @@ INSTANTIATE_TEST_SUITE_P(
         {"Text", "just some words in a file", false},
     }),
     [](const auto& info) { return info.param.name; });
+
+class Label : public ::testing::TestWithParam<test::CaseRow> {};
+
+TEST_P(Label, TextToNumberAndBack) {
+  const test::CaseRow& c = GetParam();
+  const std::map<std::string, int16_t> conventions = {{"colors", kLabelConventionColors},
+                                                      {"workflow", kLabelConventionWorkflow},
+                                                      {"none", kLabelConventionNone},
+                                                      {"other", kLabelConventionOther}};
+  const auto label = static_cast<int16_t>(std::stoi(c[1]));
+  int16_t convention = -7;
+  EXPECT_EQ(LabelFromText(test::Wide(c[0]), &convention), label);
+  EXPECT_EQ(convention, conventions.at(c[2]));
+  if (label != 0) {
+    // Writing the number back under the same convention gives the canonical spelling.
+    int16_t again = 0;
+    EXPECT_EQ(LabelFromText(LabelText(label, convention), &again), label);
+    EXPECT_EQ(again, conventions.at(c[2]));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, Label,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/label_texts.tsv")),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(LabelTextTest, OutOfRangeNumbersHaveNoText) {
+  EXPECT_TRUE(LabelText(0, kLabelConventionColors).empty());
+  EXPECT_TRUE(LabelText(6, kLabelConventionColors).empty());
+  EXPECT_TRUE(LabelText(-1, kLabelConventionWorkflow).empty());
+  EXPECT_EQ(LabelText(3, kLabelConventionOther), L"Green");
+}
+
+TEST(MetaDateTimeTest, RefusalLeavesTheValueAbsent) {
+  MetaDateTime d;
+  ASSERT_TRUE(d.Set(2024, 2, 29, 23, 59, 59, 999));
+  EXPECT_FALSE(d.Set(2024, 4, 31, 0, 0, 0));
+  EXPECT_FALSE(d.present);
+  EXPECT_EQ(d.year, 0);
+  EXPECT_FALSE(d.Set(2024, 1, 1, 0, 0, 0, 1000));
+  EXPECT_FALSE(d.Set(10000, 1, 1, 0, 0, 0));
+}
 
 }  // namespace
 }  // namespace lmk

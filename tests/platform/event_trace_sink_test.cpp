@@ -79,6 +79,8 @@ struct LayoutCase {
   uint16_t size;
   uint32_t flags;
   uint32_t text_bytes;
+  std::optional<std::wstring> read = std::nullopt;  // when it differs from text: UTF-16 has no
+                                                    // lone surrogates or code points above it
 };
 
 class RecordLayoutTest : public EventTraceSinkTest,
@@ -109,7 +111,7 @@ TEST_P(RecordLayoutTest, HeaderFieldsAtTheirOffsets) {
   ASSERT_EQ(back.records.size(), 1u);
   EXPECT_EQ(back.records[0].level, c.level);
   EXPECT_EQ(back.records[0].type, c.type);
-  EXPECT_EQ(back.records[0].text, c.text);
+  EXPECT_EQ(back.records[0].text, c.read ? c.read : c.text);
   EXPECT_EQ(back.damage.kind, EventTraceDamage::Kind::kNone);
 }
 
@@ -120,6 +122,11 @@ INSTANTIATE_TEST_SUITE_P(Layouts, RecordLayoutTest,
                              {"EmptyTextIsStillText", 3, 9, L"", 64, 0x120000, 2},
                              {"FatalType9", 1, 9, L"x", 64, 0x120000, 4},
                              {"AstralCharacterIsTwoUnits", 5, 1, L"\U0001F4F7", 64, 0x120000, 6},
+                             {"Latin", 4, 0, L"Übersicht é", 64, 0x120000, 24},
+                             {"LoneSurrogate", 4, 0, std::wstring(1, wchar_t(0xD800)) + L"a", 64,
+                              0x120000, 6, L"\uFFFDa"},
+                             {"AboveUnicode", 4, 0, std::wstring(1, wchar_t(0x110000)), 64,
+                              0x120000, 4, L"\uFFFD"},
                          }),
                          [](const auto& i) { return i.param.name; });
 
@@ -332,34 +339,6 @@ TEST_F(EventTraceSinkTest, ReaderStopsWhenTheCallbackSaysSo) {
             ERROR_SUCCESS);
   EXPECT_EQ(seen, 2);
 }
-
-// ---- Text encoding -------------------------------------------------------------------------
-
-struct TextCase {
-  std::string name;
-  std::wstring written;
-  std::wstring read;
-};
-
-class TextRoundTripTest : public ::testing::TestWithParam<TextCase> {};
-
-TEST_P(TextRoundTripTest, ThroughUtf16) {
-  std::vector<uint8_t> record;
-  EventRecordCodec::AppendRecord(4, 0, 1, GetParam().written, &record);
-  std::wstring text;
-  ASSERT_TRUE(EventRecordCodec::DecodeText(std::span(record).subspan(72), &text));
-  EXPECT_EQ(text, GetParam().read);
-}
-
-INSTANTIATE_TEST_SUITE_P(Texts, TextRoundTripTest,
-                         ::testing::ValuesIn(std::vector<TextCase>{
-                             {"Ascii", L"C:\\Pictures\\a.jpg", L"C:\\Pictures\\a.jpg"},
-                             {"Latin", L"Übersicht é", L"Übersicht é"},
-                             {"Astral", L"\U0001F4F7 cam", L"\U0001F4F7 cam"},
-                             {"LoneSurrogate", std::wstring(1, wchar_t(0xD800)) + L"a", L"\uFFFDa"},
-                             {"AboveUnicode", std::wstring(1, wchar_t(0x110000)), L"\uFFFD"},
-                         }),
-                         [](const auto& i) { return i.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -1,5 +1,5 @@
-// Tests of the settings store: registry rules, transactions, damage handling and counters
-// shared by threads and processes.
+// Tests of the settings store: registry rules, transactions, damage handling, counters shared
+// by threads and processes, and the bounded wait for a database another connection holds.
 #include "platform/settings_store.h"
 
 #include <gtest/gtest.h>
@@ -19,11 +19,10 @@
 #include <thread>
 
 #include "com/com_error.h"
-#include "platform/case_table.h"
 #include "platform/posix/sqlite_settings_store.h"
 #include "platform/text_encoding.h"
-#include "support/file_bytes.h"
-#include "support/temp_dir.h"
+#include "platform_test_files.h"
+#include "support/data_table.h"
 
 namespace lmk {
 
@@ -34,10 +33,7 @@ void PrintTo(const RegValue& v, std::ostream* os) {
 
 namespace {
 
-using test::ReadBytes;
-using test::ScopedTempDir;
-using test::WriteBytes;
-namespace fs = std::filesystem;
+using namespace test;
 
 const HRESULT kNotFound = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
 const RegValue kMissing = RegValue::Dword(0xDEAD0000u | ERROR_FILE_NOT_FOUND);
@@ -59,13 +55,8 @@ std::optional<uint32_t> Advance(SettingsStore& store) {
 class SettingsStoreTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (const char* old = std::getenv("LUMARKO_CONFIG_DIR")) saved_ = old;
-    ::setenv("LUMARKO_CONFIG_DIR", dir_.path().c_str(), 1);
+    env_.Set("LUMARKO_CONFIG_DIR", dir_.path().string());
     ASSERT_EQ(S_OK, SettingsStore::Open(SettingsScope::CurrentUser, &store_));
-  }
-  void TearDown() override {
-    store_.reset();
-    saved_ ? ::setenv("LUMARKO_CONFIG_DIR", saved_->c_str(), 1) : ::unsetenv("LUMARKO_CONFIG_DIR");
   }
   // Opening the damaged or unreadable store fails with code and names the file.
   void ExpectOpenFails(HRESULT code, const char* advice = "") {
@@ -101,7 +92,7 @@ class SettingsStoreTest : public ::testing::Test {
   }
 
   ScopedTempDir dir_;
-  std::optional<std::string> saved_;
+  ScopedEnvironment env_;
   std::shared_ptr<SettingsStore> store_;
 };
 
@@ -122,7 +113,7 @@ TEST_P(SettingsNameTest, FoldsAndSplits) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, SettingsNameTest,
-                         ::testing::ValuesIn(test::ReadCaseTable("cases/settings_names.tsv")),
+                         ::testing::ValuesIn(ReadCaseTable("cases/settings_names.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 struct RoundTripCase {
@@ -461,72 +452,116 @@ TEST_F(SettingsStoreTest, ThreadsAndProcessesNeverShareACounterValue) {
   EXPECT_EQ(RegValue::Dword(kTotal), Get(kCounterKey, kCounterName));
 }
 
-struct JournalCase {
+class SqliteCodeTest : public ::testing::TestWithParam<CaseRow> {};
+
+TEST_P(SqliteCodeTest, MapsToHresult) {
+  EXPECT_EQ(static_cast<HRESULT>(std::stoul(GetParam()[1], nullptr, 16)),
+            HresultFromSqlite(std::stoi(GetParam()[0])));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codes, SqliteCodeTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/sqlite_codes.tsv")),
+                         [](const auto& i) { return i.param.name; });
+
+using Journal = SqliteSettingsStore::Journal;
+
+struct WaitCase {
   const char* name;
-  SqliteSettingsStore::Journal journal;
+  Journal journal;
+  const char* wait;  // seconds
+  int hold_ms;
+  HRESULT expected;
+  const char* text;  // in the description of a failure
 };
 
-class SettingsJournalTest : public ::testing::TestWithParam<JournalCase> {};
+class SettingsWait : public ::testing::TestWithParam<WaitCase> {};
 
-// A writer on another connection must wait for a long transaction, not fail.
-TEST_P(SettingsJournalTest, WriterWaitsForAnotherConnectionsTransaction) {
+TEST_P(SettingsWait, WaitsOutShortHoldsAndNamesLongOnes) {
+  const WaitCase& c = GetParam();
   ScopedTempDir dir;
-  std::shared_ptr<SettingsStore> first, second;
-  ASSERT_EQ(S_OK, SqliteSettingsStore::OpenFile(dir / "s.db", GetParam().journal, &first));
-  ASSERT_EQ(S_OK, SqliteSettingsStore::OpenFile(dir / "s.db", GetParam().journal, &second));
-  ASSERT_NE(first.get(), second.get());
-  std::atomic<bool> inside{false};
-  std::jthread holder([&] {
-    EXPECT_EQ(S_OK, first->Transact([&](SettingsStore& tx) {
-      EXPECT_EQ(S_OK, tx.SetValue(L"K", L"first", RegValue::Dword(1)));
-      inside = true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  ScopedEnvironment env;
+  env.Set("LUMARKO_SETTINGS_WAIT", c.wait);
+  std::shared_ptr<SettingsStore> holder, waiter;
+  ASSERT_EQ(S_OK, SqliteSettingsStore::OpenFile(dir / "s.db", c.journal, &holder));
+  ASSERT_EQ(S_OK, SqliteSettingsStore::OpenFile(dir / "s.db", c.journal, &waiter));
+  std::atomic<bool> held{false};
+  std::jthread other([&] {
+    EXPECT_EQ(S_OK, holder->Transact([&](SettingsStore&) {
+      held = true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(c.hold_ms));
       return S_OK;
     }));
   });
-  while (!inside) std::this_thread::yield();
-  EXPECT_EQ(S_OK, second->SetValue(L"K", L"second", RegValue::Dword(2)));
-  holder.join();
-  std::vector<std::pair<std::wstring, RegValue>> values;
-  ASSERT_EQ(S_OK, first->EnumValues(L"K", &values));
-  EXPECT_EQ(2u, values.size());
+  while (!held) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+
+  const auto start = std::chrono::steady_clock::now();
+  TakeErrorDescription();
+  uint32_t handedOut = 99;
+  const HRESULT hr = waiter->Update(L"K", L"Counter", [&](const std::optional<RegValue>& v) {
+    handedOut = v ? static_cast<uint32_t>(v->number) : 0;
+    return RegValue::Dword(handedOut + 1);
+  });
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(hr, c.expected);
+  if (SUCCEEDED(c.expected)) {
+    EXPECT_EQ(handedOut, 0u);
+    EXPECT_GE(waited, std::chrono::milliseconds(c.hold_ms / 2));
+  } else {
+    const std::string description = ToUtf8(TakeErrorDescription());
+    EXPECT_NE(description.find((dir / "s.db").string() + c.text), std::string::npos) << description;
+    // Bounded: given up well before the other connection lets go.
+    EXPECT_LT(waited, std::chrono::milliseconds(c.hold_ms - 500));
+    RegValue stored;
+    other.join();
+    EXPECT_EQ(waiter->GetValue(L"K", L"Counter", &stored),
+              HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Journals, SettingsJournalTest,
-                         ::testing::ValuesIn(std::vector<JournalCase>{
-                             {"Wal", SqliteSettingsStore::Journal::Wal},
-                             {"Rollback", SqliteSettingsStore::Journal::Rollback},
-                         }),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-struct SqliteCodeCase {
-  const char* name;
-  int code;
-  HRESULT hr;
+const WaitCase kWaits[] = {
+    {"ShortHoldWal", Journal::Wal, "3", 400, S_OK, ""},
+    {"ShortHoldRollback", Journal::Rollback, "3", 400, S_OK, ""},
+    {"LongHoldWal", Journal::Wal, "0.25", 1500, HRESULT_FROM_WIN32(ERROR_BUSY),
+     " is busy: another program has held it for 0.25 s"},
+    {"LongHoldRollback", Journal::Rollback, "0.25", 1500, HRESULT_FROM_WIN32(ERROR_BUSY),
+     " is busy: another program has held it for 0.25 s"},
 };
 
-class SqliteCodeTest : public ::testing::TestWithParam<SqliteCodeCase> {};
+INSTANTIATE_TEST_SUITE_P(Settings, SettingsWait, ::testing::ValuesIn(kWaits),
+                         [](const auto& info) { return std::string(info.param.name); });
 
-TEST_P(SqliteCodeTest, MapsToHresult) {
-  EXPECT_EQ(GetParam().hr, HresultFromSqlite(GetParam().code));
+struct FaultCase {
+  const char* name;
+  void (*make)(const std::filesystem::path& file);
+  HRESULT expected;
+  const char* text;
+};
+
+class SettingsFault : public ::testing::TestWithParam<FaultCase> {};
+
+TEST_P(SettingsFault, IsNamedAndLeftInPlace) {
+  const FaultCase& c = GetParam();
+  ScopedTempDir dir;
+  const std::filesystem::path file = dir / "s.db";
+  c.make(file);
+  std::shared_ptr<SettingsStore> store;
+  TakeErrorDescription();
+  EXPECT_EQ(SqliteSettingsStore::OpenFile(file, Journal::Wal, &store), c.expected);
+  const std::string description = ToUtf8(TakeErrorDescription());
+  EXPECT_NE(description.find(file.string() + c.text), std::string::npos) << description;
+  EXPECT_TRUE(std::filesystem::exists(file));
 }
 
-// Result codes as SQLite numbers them (primary | extended << 8).
-INSTANTIATE_TEST_SUITE_P(Codes, SqliteCodeTest,
-                         ::testing::ValuesIn(std::vector<SqliteCodeCase>{
-                             {"Ok", 0, S_OK},
-                             {"Busy", 5, HRESULT_FROM_WIN32(ERROR_BUSY)},
-                             {"BusySnapshot", 5 | (2 << 8), HRESULT_FROM_WIN32(ERROR_BUSY)},
-                             {"ReadOnly", 8, E_ACCESSDENIED},
-                             {"IoErrRead", 10 | (1 << 8), HRESULT_FROM_WIN32(ERROR_CANTREAD)},
-                             {"IoErrFsync", 10 | (4 << 8), HRESULT_FROM_WIN32(ERROR_CANTWRITE)},
-                             {"Corrupt", 11, HRESULT_FROM_WIN32(ERROR_BADDB)},
-                             {"Full", 13, HRESULT_FROM_WIN32(ERROR_DISK_FULL)},
-                             {"CantOpen", 14, HRESULT_FROM_WIN32(ERROR_CANTOPEN)},
-                             {"NotADatabase", 26, HRESULT_FROM_WIN32(ERROR_BADDB)},
-                             {"Unknown", 9999, E_FAIL},
-                         }),
-                         [](const auto& i) { return std::string(i.param.name); });
+const FaultCase kFaults[] = {
+    {"Emptied", [](const std::filesystem::path& f) { std::ofstream{f}; },
+     HRESULT_FROM_WIN32(ERROR_BADDB), " is damaged (the file is empty"},
+    {"FolderInItsPlace",
+     [](const std::filesystem::path& f) { std::filesystem::create_directory(f); },
+     HRESULT_FROM_WIN32(ERROR_CANTOPEN), " is a folder, not a database file"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Settings, SettingsFault, ::testing::ValuesIn(kFaults),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace lmk

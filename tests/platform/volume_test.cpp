@@ -1,4 +1,5 @@
-// Tests of volume keys, drive kinds and the volume lock across threads and processes.
+// Tests of volume keys, drive kinds and the volume lock across threads and processes, and of
+// cancelling a run that waits for it.
 #include "platform/volume.h"
 
 #include <gtest/gtest.h>
@@ -10,15 +11,17 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "platform/case_table.h"
 #include "platform/posix/block_device.h"
+#include "platform/run_cancellation.h"
 #include "platform_test_files.h"
 #include "second_file_system.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {
@@ -191,6 +194,49 @@ TEST_F(VolumeLockTest, AKilledHolderReleasesItsSlot) {
   ::waitpid(child, &status, 0);
   EXPECT_EQ(AcquireVolumeLock(L"dev:8:0", 1, milliseconds(5000), &guard), S_OK);
 }
+
+struct WaitCase {
+  const char* name;
+  unsigned slots;
+  milliseconds timeout;
+};
+
+const WaitCase kCases[] = {
+    {"OneSlotForever", 1, kWaitForever},
+    {"TwoSlotsForever", 2, kWaitForever},
+    {"OneSlotLongLimit", 1, milliseconds(60'000)},
+};
+
+// A cancelled run does not sit behind a volume lock that another holder keeps.
+class CancelledWait : public VolumeLockTest, public ::testing::WithParamInterface<WaitCase> {
+ protected:
+  void SetUp() override {
+    VolumeLockTest::SetUp();
+    RunCancellation::Clear();
+  }
+  void TearDown() override { RunCancellation::Clear(); }
+};
+
+TEST_P(CancelledWait, GivesUpWithinASecond) {
+  const WaitCase& c = GetParam();
+  std::vector<VolumeLockGuard> held(c.slots);
+  for (VolumeLockGuard& guard : held) {
+    ASSERT_EQ(AcquireVolumeLock(L"dev:8:1", c.slots, milliseconds(0), &guard), S_OK);
+  }
+  auto waiter = std::async(std::launch::async, [&] {
+    VolumeLockGuard guard;
+    return AcquireVolumeLock(L"dev:8:1", c.slots, c.timeout, &guard);
+  });
+  EXPECT_EQ(waiter.wait_for(milliseconds(100)), std::future_status::timeout) << "did not wait";
+  const auto cancelled = std::chrono::steady_clock::now();
+  RunCancellation::Request();
+  ASSERT_EQ(waiter.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+  EXPECT_EQ(waiter.get(), E_ABORT);
+  EXPECT_LT(std::chrono::steady_clock::now() - cancelled, std::chrono::seconds(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Waits, CancelledWait, ::testing::ValuesIn(kCases),
+                         [](const auto& i) { return std::string(i.param.name); });
 
 }  // namespace
 }  // namespace lmk

@@ -10,7 +10,7 @@
 #include "shell/lumarko_plugin.h"
 #include "shell/module_exports.h"
 #include "shell/server_classes.h"
-#include "shell_fakes.h"
+#include "support/fake_usage_counter.h"
 
 namespace lmk {
 namespace {
@@ -22,22 +22,28 @@ struct ClassObjectCase {
   const char* name;
   CLSID clsid;
   HRESULT expected;
+  IID made = IID_IUnknown;  // the interface an instance is made for
 };
 
 class ClassObject : public ::testing::TestWithParam<ClassObjectCase> {};
 
-TEST_P(ClassObject, IsHandedOutOnlyForCreatableClasses) {
+TEST_P(ClassObject, IsHandedOutOnlyForCreatableClassesAndMakesThem) {
   ComPtr<IClassFactory> factory;
   EXPECT_EQ(DllGetClassObject(GetParam().clsid, IID_IClassFactory,
                               reinterpret_cast<void**>(factory.GetAddressOf())),
             GetParam().expected);
   EXPECT_EQ(static_cast<bool>(factory), SUCCEEDED(GetParam().expected));
+  if (!factory) return;
+  ComPtr<IUnknown> made;
+  EXPECT_EQ(factory->CreateInstance(nullptr, GetParam().made,
+                                    reinterpret_cast<void**>(made.GetAddressOf())),
+            S_OK);
 }
 
 INSTANTIATE_TEST_SUITE_P(Classes, ClassObject,
                          ::testing::ValuesIn(std::vector<ClassObjectCase>{
-                             {"Plugin", CLSID_FileUtilities, S_OK},
-                             {"Dictionary", CLSID_Dictionary, S_OK},
+                             {"Plugin", CLSID_FileUtilities, S_OK, IID_ILumarkoPlugin},
+                             {"Dictionary", CLSID_Dictionary, S_OK, IID_IDictionary},
                              {"ScriptEngineNotYetBuilt", CLSID_ScriptEngine,
                               CLASS_E_CLASSNOTAVAILABLE},
                              {"Unknown", kUnknownClass, CLASS_E_CLASSNOTAVAILABLE},
@@ -53,19 +59,6 @@ ComPtr<IClassFactory> FactoryOf(REFCLSID clsid) {
   ThrowIfFailed(DllGetClassObject(clsid, IID_IClassFactory,
                                   reinterpret_cast<void**>(factory.GetAddressOf())));
   return factory;
-}
-
-TEST(ClassObjectTest, CreatesEachClassForItsInterface) {
-  ComPtr<ILumarkoPlugin> plugin;
-  EXPECT_EQ(FactoryOf(CLSID_FileUtilities)
-                ->CreateInstance(nullptr, IID_ILumarkoPlugin,
-                                 reinterpret_cast<void**>(plugin.GetAddressOf())),
-            S_OK);
-  ComPtr<IDictionary> dictionary;
-  EXPECT_EQ(FactoryOf(CLSID_Dictionary)
-                ->CreateInstance(nullptr, IID_IDictionary,
-                                 reinterpret_cast<void**>(dictionary.GetAddressOf())),
-            S_OK);
 }
 
 // ---- Aggregation ---------------------------------------------------------------------------

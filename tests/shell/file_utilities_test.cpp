@@ -7,14 +7,17 @@
 
 #include "lumarko_version.h"
 #include "platform/usage_counter.h"
-#include "shell_fakes.h"
+#include "support/fake_usage_counter.h"
+#include "support/unanswering_host.h"
 
 namespace lmk {
 namespace {
 
-using test::FakeHost;
 using test::ScopedUsageCounterClass;
 using test::UsageEvent;
+
+/// A host that answers nothing but its identity.
+class FakeHost final : public test::UnansweringHost<FakeHost> {};
 
 ComPtr<ILumarkoPlugin> NewPlugin() {
   ComPtr<ILumarkoPlugin> plugin;

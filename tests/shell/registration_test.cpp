@@ -8,40 +8,15 @@
 #include <map>
 #include <string>
 
-#include "com/test_data_rows.h"
 #include "platform/module_path.h"
 #include "shell/lumarko_plugin.h"
 #include "shell/module_exports.h"
 #include "shell/server_classes.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
 namespace {
-
-// ---- DllInstall's command line --------------------------------------------------------------
-
-struct CommandLineCase {
-  const char* name;
-  const wchar_t* commandLine;
-  bool perUser;
-};
-
-class InstallCommandLine : public ::testing::TestWithParam<CommandLineCase> {};
-
-TEST_P(InstallCommandLine, SelectsTheScope) {
-  EXPECT_EQ(IsPerUserCommandLine(GetParam().commandLine), GetParam().perUser);
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, InstallCommandLine,
-                         ::testing::ValuesIn(std::vector<CommandLineCase>{
-                             {"Lower", L"user", true},
-                             {"Mixed", L"uSeR", true},
-                             {"LongerWord", L"user2", false},
-                             {"Prefix", L"use", false},
-                             {"LeadingSpace", L" user", false},
-                             {"Null", nullptr, false},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 // ---- The store as a whole ----------------------------------------------------------------
 
@@ -83,8 +58,7 @@ const std::wstring kOtherPlugin = L"{0F0F0F0F-1111-2222-3333-444455556666}";
 class RegistrationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const char* previous = std::getenv("LUMARKO_CONFIG_DIR");
-    if (previous != nullptr) previous_ = previous;
+    if (const char* previous = std::getenv("LUMARKO_CONFIG_DIR")) previous_ = previous;
     ::setenv("LUMARKO_CONFIG_DIR", dir_.path().c_str(), 1);
     ASSERT_EQ(GetModulePath(reinterpret_cast<const void*>(&DllInstall), &module_), S_OK);
     // Entries that are not ours and must survive: an unrelated class and another plug-in in
@@ -106,11 +80,8 @@ class RegistrationTest : public ::testing::Test {
     machineBefore_ = Take(SettingsScope::Machine);
   }
   void TearDown() override {
-    if (previous_.empty()) {
-      ::unsetenv("LUMARKO_CONFIG_DIR");
-    } else {
-      ::setenv("LUMARKO_CONFIG_DIR", previous_.c_str(), 1);
-    }
+    previous_.empty() ? ::unsetenv("LUMARKO_CONFIG_DIR")
+                      : ::setenv("LUMARKO_CONFIG_DIR", previous_.c_str(), 1);
   }
 
   test::ScopedTempDir dir_;
@@ -179,7 +150,10 @@ INSTANTIATE_TEST_SUITE_P(Scopes, RegistrationRoundTrip,
                          ::testing::ValuesIn(std::vector<ScopeCase>{
                              {"MachineWide", L"-", SettingsScope::Machine},
                              {"PerUser", L"USER", SettingsScope::CurrentUser},
-                             {"AnyOtherCommandLineIsMachineWide", L"user2", SettingsScope::Machine},
+                             {"MixedCaseIsPerUser", L"uSeR", SettingsScope::CurrentUser},
+                             {"LongerWordIsMachineWide", L"user2", SettingsScope::Machine},
+                             {"PrefixIsMachineWide", L"use", SettingsScope::Machine},
+                             {"LeadingSpaceIsMachineWide", L" user", SettingsScope::Machine},
                              {"NullCommandLine", nullptr, SettingsScope::Machine},
                          }),
                          [](const auto& info) { return std::string(info.param.name); });

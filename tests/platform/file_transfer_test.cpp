@@ -1,13 +1,13 @@
-// Copying, moving, linking and deleting on real disks: nothing lost, nothing partial.
-#include "platform/file_operations.h"
-
-#include <fcntl.h>
+// Copying, moving, linking, comparing and trashing on real disks, across devices too: nothing
+// lost, nothing partial, and what a killed or refused transfer leaves is cleaned up.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -15,10 +15,17 @@
 #include <vector>
 
 #include "com/com_error.h"
-#include "platform/case_table.h"
+#include "platform/file_compare.h"
 #include "platform/file_facts.h"
+#include "platform/file_operations.h"
 #include "platform/folder_listing.h"
+#include "platform/trash.h"
 #include "platform_test_files.h"
+#include "second_file_system.h"
+#include "support/data_table.h"
+
+// After the COM subset: the C library's LOCK_WRITE macro would clash with its enumerator.
+#include <fcntl.h>
 
 namespace lmk {
 namespace {
@@ -348,6 +355,277 @@ TEST(FileTimesTest, SetTimesAreReadBack) {
   EXPECT_EQ(GetFileSizeOf(path, &size), S_OK);
   EXPECT_EQ(size, 5u);
   EXPECT_EQ(GetFileSizeOf(W(temp.path()), &size), E_ACCESSDENIED);
+}
+
+const HRESULT kOtherDevice = HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE);
+
+class CrossDeviceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!volumes_.available()) GTEST_SKIP() << volumes_.reason();
+    WriteBytes(source_, contents_);
+    const struct timespec times[2] = {{1600000000, 0}, {1500000000, 250000000}};
+    ::utimensat(AT_FDCWD, source_.c_str(), times, 0);
+  }
+  // The source is whole and the target as given; no temporary copy is left.
+  void ExpectSourceAndTarget(const std::optional<std::string>& target) {
+    EXPECT_EQ(ReadText(source_), contents_);
+    EXPECT_EQ(ReadText(target_), target);
+    EXPECT_TRUE(LeftoverTemporaries(volumes_.other()).empty());
+  }
+
+  SecondFileSystem volumes_;
+  const fs::path source_ = volumes_.local() / "pic ä.jpg", target_ = volumes_.other() / "pic ä.jpg";
+  const std::string contents_ = std::string(5 << 20, 'p') + "end";
+};
+
+TEST_F(CrossDeviceTest, MoveCopiesKeepsTheTimeAndRemovesTheSource) {
+  ASSERT_EQ(MoveFileTo(W(source_), W(target_), kMoveCopyAllowed), S_OK);
+  EXPECT_FALSE(fs::exists(source_));
+  EXPECT_EQ(ReadText(target_), contents_);
+  EXPECT_EQ(StatOf(target_).st_mtim.tv_sec, 1500000000);
+  EXPECT_TRUE(LeftoverTemporaries(volumes_.other()).empty());
+}
+
+TEST_F(CrossDeviceTest, RefusalsLeaveBothFilesAlone) {
+  EXPECT_EQ(MoveFileTo(W(source_), W(target_), 0), kOtherDevice);
+  EXPECT_EQ(MakeHardLink(W(target_), W(source_)), kOtherDevice);
+  ExpectSourceAndTarget(std::nullopt);
+  WriteBytes(target_, "old");
+  EXPECT_EQ(MoveFileTo(W(source_), W(target_), kMoveCopyAllowed),
+            HRESULT_FROM_WIN32(ERROR_FILE_EXISTS));
+  ExpectSourceAndTarget("old");
+}
+
+// A failure at either step leaves the source whole and nothing at the target: a copy whose
+// source cannot be removed is taken back.
+TEST_F(CrossDeviceTest, InterruptedMoveLeavesTheSourceAndNoPartialTarget) {
+  for (const FileStep failing : {FileStep::kPublish, FileStep::kRemoveSource}) {
+    ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
+      return step == failing ? ERROR_DISK_FULL : 0;
+    });
+    EXPECT_EQ(MoveFileTo(W(source_), W(target_), kMoveCopyAllowed | kMoveReplaceExisting),
+              HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_FALSE(TakeErrorDescription().empty());
+    ExpectSourceAndTarget(std::nullopt);
+  }
+}
+
+TEST_F(CrossDeviceTest, CopyAcrossDevicesComparesIdentical) {
+  ASSERT_EQ(CopyFileTo(W(source_), W(target_), true), S_OK);
+  FileComparison result = FileComparison::kDifferent;
+  ASSERT_EQ(CompareFiles(W(source_), W(target_), &result), S_OK);
+  EXPECT_EQ(result, FileComparison::kIdentical);
+}
+
+// Field 22 of /proc/self/stat: when this process started.
+unsigned long long OwnStartTime() {
+  const std::string stat = ReadBytes("/proc/self/stat");
+  std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+  std::string field;
+  for (int i = 3; i < 22; ++i) fields >> field;
+  unsigned long long start = 0;
+  fields >> start;
+  return start;
+}
+
+std::string NameOf(long pid, unsigned long long start) {
+  return ".lmk-" + std::to_string(pid) + "-" + std::to_string(start) + "-0badcafe.tmp";
+}
+
+struct LeftoverCase {
+  std::string name;
+  std::string leftover;  // the file found in the target folder
+  bool removed;
+};
+
+std::vector<LeftoverCase> LeftoverCases() {
+  const long self = ::getpid();
+  const unsigned long long start = OwnStartTime();
+  // Above the default process id limit of 4194304 no process runs.
+  return {
+      {"ProcessGone", NameOf(4194309, 12345), true},
+      {"IdTakenByALaterProcess", NameOf(self, start + 1), true},
+      {"WriterStillRuns", NameOf(self, start), false},
+      {"RunningWriterOfUnknownStart", NameOf(self, 0), false},
+      {"NameWithoutOwner", ".lmk-0123456789abcdef.tmp", false},
+      {"UsersOwnHiddenFile", ".lmk-notes.tmp", false},
+      {"OwnerNotANumber", ".lmk-12x-5-ab.tmp", false},
+  };
+}
+
+class LeftoverTemporaryTest : public ::testing::TestWithParam<LeftoverCase> {
+ protected:
+  ScopedTempDir dir_;
+};
+
+TEST_P(LeftoverTemporaryTest, FirstCopyIntoTheFolderRemovesOnlyThoseOfGoneProcesses) {
+  ASSERT_GT(OwnStartTime(), 0u);
+  fs::create_directory(dir_ / "out");
+  const fs::path leftover = dir_ / "out" / GetParam().leftover;
+  WriteBytes(leftover, "partial");
+  WriteBytes(dir_ / "in.jpg", "picture");
+  ASSERT_EQ(CopyFileTo(W(dir_ / "in.jpg"), W(dir_ / "out/in.jpg"), false), S_OK)
+      << ToUtf8(TakeErrorDescription());
+  EXPECT_EQ(fs::exists(leftover), !GetParam().removed);
+  EXPECT_EQ(ReadBytes(dir_ / "out/in.jpg"), "picture");
+}
+
+INSTANTIATE_TEST_SUITE_P(Owners, LeftoverTemporaryTest, ::testing::ValuesIn(LeftoverCases()),
+                         [](const auto& i) { return i.param.name; });
+
+struct TakeBackCase {
+  std::string name;
+  bool targetBefore;  // an older file stands at the target (and is replaced)
+  bool sourceVanishes;
+  bool takenBack;
+  std::string targetAfter;  // empty: no file
+};
+
+// A source that cannot be removed after its copy is made leaves one picture, never two.
+class TakeBackTest : public CrossDeviceTest, public ::testing::WithParamInterface<TakeBackCase> {};
+
+TEST_P(TakeBackTest, SourceThatCannotBeRemovedLeavesOnePicture) {
+  const TakeBackCase& c = GetParam();
+  WriteBytes(source_, "picture");
+  if (c.targetBefore) WriteBytes(target_, "older");
+  ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
+    if (step != FileStep::kRemoveSource) return 0;
+    if (c.sourceVanishes) fs::remove(source_);
+    return ERROR_WRITE_PROTECT;
+  });
+  bool takenBack = !c.takenBack;
+  const DWORD flags = kMoveCopyAllowed | (c.targetBefore ? kMoveReplaceExisting : 0);
+  EXPECT_EQ(MoveFileTo(W(source_), W(target_), flags, &takenBack),
+            HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT));
+  const std::wstring description = TakeErrorDescription();
+  EXPECT_EQ(takenBack, c.takenBack);
+  EXPECT_EQ(description.find(L"taken back") != std::wstring::npos, c.takenBack)
+      << ToUtf8(description);
+  EXPECT_EQ(ReadText(target_).value_or(""), c.targetAfter);
+  EXPECT_EQ(fs::exists(source_), !c.sourceVanishes);
+  EXPECT_TRUE(LeftoverTemporaries(volumes_.other()).empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Targets, TakeBackTest,
+    ::testing::Values(TakeBackCase{"NewTargetGoes", false, false, true, ""},
+                      TakeBackCase{"ReplacedTargetComesBack", true, false, true, "older"},
+                      TakeBackCase{"CopyOfAVanishedSourceStays", false, true, false, "picture"}),
+    [](const auto& i) { return i.param.name; });
+
+constexpr std::size_t kMiB = 1 << 20, kSame = std::string::npos;
+
+std::string Pattern(std::size_t size) {
+  std::string text(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) text[i] = static_cast<char>((i * 131) >> 3);
+  return text;
+}
+
+struct CompareCase {
+  const char* name;
+  std::size_t size, flipAt, secondSize;  // flipAt: the byte changed in the second file
+  FileComparison expected;
+};
+
+constexpr auto kIdentical = FileComparison::kIdentical, kDifferent = FileComparison::kDifferent;
+
+const CompareCase kCompareCases[] = {
+    {"BothEmpty", 0, kSame, 0, kIdentical},
+    {"OneByte", 1, kSame, 1, kIdentical},
+    {"OneByteDiffers", 1, 0, 1, kDifferent},
+    {"ShortFinalBlock", 3 * kMiB + 4097, kSame, 3 * kMiB + 4097, kIdentical},
+    {"ExactlyOneBlock", kMiB, kSame, kMiB, kIdentical},
+    {"LastByteOfFirstBlock", 2 * kMiB, kMiB - 1, 2 * kMiB, kDifferent},
+    {"FirstByteOfSecondBlock", 2 * kMiB, kMiB, 2 * kMiB, kDifferent},
+    {"LastByteOfShortBlock", kMiB + 10, kMiB + 9, kMiB + 10, kDifferent},
+    {"SizesDiffer", 4096, kSame, 4095, kDifferent},
+    {"EmptyAndNot", 0, kSame, 1, kDifferent},
+};
+
+class CompareFilesTest : public ::testing::TestWithParam<CompareCase> {};
+
+TEST_P(CompareFilesTest, FindsEveryDifference) {
+  const CompareCase& c = GetParam();
+  ScopedTempDir temp;
+  std::string second = Pattern(c.secondSize);
+  if (c.flipAt != kSame) second[c.flipAt] ^= 0x40;
+  WriteBytes(temp / "a", Pattern(c.size));
+  WriteBytes(temp / "b", second);
+  FileComparison result = FileComparison::kIdentical;
+  ASSERT_EQ(CompareFiles(W(temp / "a"), W(temp / "b"), &result), S_OK);
+  EXPECT_EQ(result, c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CompareFilesTest, ::testing::ValuesIn(kCompareCases),
+                         [](const auto& i) { return std::string(i.param.name); });
+
+TEST(CompareFilesErrorTest, MissingFilesAndFoldersAreErrorsNotDifferences) {
+  ScopedTempDir temp;
+  Touch(temp / "a");
+  FileComparison result = FileComparison::kIdentical;
+  EXPECT_EQ(CompareFiles(W(temp / "a"), W(temp / "none"), &result),
+            HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(result, FileComparison::kDifferent);
+  EXPECT_NE(TakeErrorDescription().find(L"none"), std::wstring::npos);
+  EXPECT_EQ(CompareFiles(W(temp / "no/a"), W(temp / "a"), &result),
+            HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND));
+  EXPECT_EQ(CompareFiles(W(temp / "a"), W(temp.path()), &result), E_ACCESSDENIED);
+  EXPECT_EQ(CompareFiles(W(temp / "a"), W(temp / "a"), nullptr), E_INVALIDARG);
+}
+
+// The desktop's data folder is read once per process: it is pointed at one temporary folder
+// on the same volume as the test files before the first trash call, so that the user's own
+// trash is never touched.
+class TrashTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    home_ = std::make_unique<ScopedTempDir>();
+    fs::create_directories(*home_ / "data");
+    ::setenv("XDG_DATA_HOME", (*home_ / "data").c_str(), 1);
+    ::setenv("HOME", home_->path().c_str(), 1);
+  }
+  static void TearDownTestSuite() { home_.reset(); }
+
+  void SetUp() override {
+    temp_ = *home_ / std::to_string(++counter_);
+    data_ = *home_ / "data";
+    fs::create_directories(temp_);
+  }
+
+  static inline std::unique_ptr<ScopedTempDir> home_;
+  static inline int counter_ = 0;
+  fs::path temp_;
+  fs::path data_;
+};
+
+TEST_F(TrashTest, RoundTripThroughTheTrash) {
+  const fs::path picture = temp_ / "Ferien ä.jpg";
+  WriteBytes(picture, "pixels");
+  const HRESULT hr = MoveToTrash(W(picture));
+  if (hr == HRESULT_FROM_WIN32(ERROR_NOT_SUPPORTED)) {
+    GTEST_SKIP() << "no trash on the temporary volume: " << ToUtf8(TakeErrorDescription());
+  }
+  ASSERT_EQ(hr, S_OK) << ToUtf8(TakeErrorDescription());
+  EXPECT_FALSE(fs::exists(picture));
+
+  const fs::path files = data_ / "Trash/files";
+  const fs::path info = data_ / "Trash/info";
+  EXPECT_EQ(ReadText(files / "Ferien ä.jpg"), "pixels");
+  const std::string restore = ReadBytes(info / "Ferien ä.jpg.trashinfo");
+  EXPECT_NE(restore.find("Path="), std::string::npos);
+  EXPECT_NE(restore.find("DeletionDate="), std::string::npos);
+
+  // A second file of the same name is kept beside the first, not over it.
+  WriteBytes(picture, "second");
+  ASSERT_EQ(MoveToTrash(W(picture)), S_OK);
+  EXPECT_EQ(std::distance(fs::directory_iterator(files), {}), 2);
+}
+
+TEST_F(TrashTest, MissingFileIsReportedAndNothingElseHappens) {
+  EXPECT_EQ(MoveToTrash(W(temp_ / "none.jpg")), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
+  EXPECT_NE(TakeErrorDescription().find(L"none.jpg"), std::wstring::npos);
+  EXPECT_EQ(MoveToTrash(L""), E_INVALIDARG);
 }
 
 }  // namespace
