@@ -38,8 +38,7 @@ INSTANTIATE_TEST_SUITE_P(Classes, ClassObject,
                          ::testing::ValuesIn(std::vector<ClassObjectCase>{
                              {"Plugin", CLSID_FileUtilities, S_OK},
                              {"Dictionary", CLSID_Dictionary, S_OK},
-                             {"ScriptEngineNotYetBuilt", CLSID_ScriptEngine,
-                              CLASS_E_CLASSNOTAVAILABLE},
+                             {"ScriptEngine", CLSID_ScriptEngine, S_OK},
                              {"Unknown", kUnknownClass, CLASS_E_CLASSNOTAVAILABLE},
                          }),
                          [](const auto& info) { return std::string(info.param.name); });
