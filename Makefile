@@ -4,7 +4,8 @@
 PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-dev libexpat1-dev \
             libyaml-cpp-dev libcli11-dev libglib2.0-dev libgtest-dev libgmock-dev \
             libbenchmark-dev libgeographiclib-dev libimage-exiftool-perl \
-            g++-mingw-w64-x86-64-posix mingw-w64-tools libboost-regex-dev
+            g++-mingw-w64-x86-64-posix mingw-w64-tools libboost-regex-dev \
+            duktape-dev python3-dev
 COVERAGE_PACKAGES := gcovr
 JOBS ?= $(shell nproc)
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)

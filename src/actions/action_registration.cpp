@@ -6,6 +6,7 @@
 #include "actions/link_action.h"
 #include "actions/move_action.h"
 #include "actions/rename_action.h"
+#include "actions/script_action.h"
 
 namespace lmk {
 
@@ -16,6 +17,7 @@ void RegisterActions(CElementRegistry& registry) {
   registry.Register<CLinkAction>(kFamily, L"Link");
   registry.Register<CMoveAction>(kFamily, L"Move");
   registry.Register<CRenameAction>(kFamily, L"Rename");
+  registry.Register<CScriptAction>(kFamily, L"Script");
 }
 
 }  // namespace lmk

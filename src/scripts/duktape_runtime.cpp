@@ -7,7 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,7 @@
 #include "com/time_convert.h"
 #include "com/variant.h"
 #include "duktape.h"
+#include "platform/environment.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {
@@ -86,6 +90,7 @@ void PushWide(duk_context* ctx, std::wstring_view text) {
 
 class DuktapeRuntime;
 DuktapeRuntime& RuntimeOf(duk_context* ctx);
+void PushHostObject(duk_context* ctx);
 
 class DuktapeRuntime final : public ScriptRuntime {
  public:
@@ -109,6 +114,7 @@ class DuktapeRuntime final : public ScriptRuntime {
     duk_dup(ctx_, -2);
     duk_put_prop_string(ctx_, -2, "lmk");
     duk_pop_2(ctx_);
+    PushHostObject(ctx_);
     const std::string utf8 = ToUtf8(source);
     duk_push_lstring(ctx_, utf8.data(), utf8.size());
     duk_push_string(ctx_, "script");
@@ -512,6 +518,47 @@ duk_ret_t NativeKeys(duk_context* ctx) {
     duk_put_prop_index(ctx, array, i++);
   }
   return 1;
+}
+
+// ---- The "Lumarko" object: what JavaScript lacks for the tasks scripts do -------------------
+
+duk_ret_t NativeEnvironment(duk_context* ctx) {
+  const std::wstring name = Wide(ctx, 0);
+  const std::wstring reference = L"${" + name + L"}";
+  const std::wstring value = ExpandEnvironmentText(reference);
+  if (value == reference) {
+    duk_push_undefined(ctx);
+  } else {
+    PushWide(ctx, value);
+  }
+  return 1;
+}
+
+// Workers append to one catalogue at once: each line is written whole under one lock.
+std::mutex g_appendLock;
+
+duk_ret_t NativeAppendLine(duk_context* ctx) {
+  const std::string path = ToUtf8(Wide(ctx, 0));
+  const std::string line = ToUtf8(Wide(ctx, 1)) + "\n";
+  bool written = false;
+  {
+    std::lock_guard<std::mutex> hold(g_appendLock);
+    std::ofstream out(std::filesystem::path(path), std::ios::binary | std::ios::app);
+    written = static_cast<bool>(out << line) && static_cast<bool>(out.flush());
+  }
+  if (!written) (void)duk_error(ctx, DUK_ERR_ERROR, "cannot append to '%s'", path.c_str());
+  return 0;
+}
+
+void PushHostObject(duk_context* ctx) {
+  const duk_function_list_entry methods[] = {
+      {"Environment", NativeEnvironment, 1},
+      {"AppendLine", NativeAppendLine, 2},
+      {nullptr, nullptr, 0},
+  };
+  duk_push_object(ctx);
+  duk_put_function_list(ctx, -1, methods);
+  duk_put_global_string(ctx, "Lumarko");
 }
 
 void DuktapeRuntime::PushTarget() {

@@ -411,13 +411,28 @@ PyType_Spec kContextSpec = {"lumarko.Context", sizeof(ContextObject), 0, Py_TPFL
 
 // ---- The interpreter ---------------------------------------------------------------------
 
+/// Makes this module's Python types, with the interpreter's lock held.
+bool MakeTypes() {
+  PyDateTime_IMPORT;
+  g_contextType = reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&kContextSpec));
+  PyErr_Clear();
+  return PyDateTimeAPI != nullptr && g_contextType != nullptr;
+}
+
 /// Starts the interpreter once per process and lets go of its lock; false when it cannot start.
-/// It is never finalised: extension modules that scripts import do not survive a restart, and
-/// the process ends soon after its last run anyway.
+/// The command and the plug-in it loads each hold a copy of this code but share the one
+/// interpreter: whichever comes second finds it running and only makes its own types. It is
+/// never finalised: extension modules that scripts import do not survive a restart, and the
+/// process ends soon after its last run anyway.
 bool StartInterpreter() {
   static std::once_flag once;
   static bool started = false;
   std::call_once(once, [] {
+    if (Py_IsInitialized()) {
+      GilScope gil;
+      started = MakeTypes();
+      return;
+    }
     PyConfig config;
     // Isolated: the user's PYTHON* variables and site folder do not change how rules run, and
     // the interpreter leaves the process's signal handlers (Ctrl+C ends a run) alone.
@@ -426,10 +441,7 @@ bool StartInterpreter() {
     const PyStatus status = Py_InitializeFromConfig(&config);
     PyConfig_Clear(&config);
     if (PyStatus_Exception(status)) return;
-    PyDateTime_IMPORT;
-    g_contextType = reinterpret_cast<PyTypeObject*>(PyType_FromSpec(&kContextSpec));
-    started = PyDateTimeAPI != nullptr && g_contextType != nullptr;
-    PyErr_Clear();
+    started = MakeTypes();
     PyEval_SaveThread();
   });
   return started;
