@@ -34,6 +34,7 @@ constexpr std::array kSubcommands = {
     SubcommandEntry{"template", &lmk::cli::SetupTemplate},
     SubcommandEntry{"vars", &lmk::cli::SetupVars},
     SubcommandEntry{"templates", &lmk::cli::SetupTemplates},
+    SubcommandEntry{"scripts", &lmk::cli::SetupScripts},
 };
 
 constexpr const char* kFooter =

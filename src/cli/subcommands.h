@@ -16,5 +16,6 @@ Runner SetupRules(CLI::App& app);
 Runner SetupTemplate(CLI::App& app);
 Runner SetupVars(CLI::App& app);
 Runner SetupTemplates(CLI::App& app);
+Runner SetupScripts(CLI::App& app);
 
 }  // namespace lmk::cli
