@@ -408,14 +408,20 @@ IDictionary& This(duk_context* ctx) {
   duk_push_this(ctx);
   IDictionary* dictionary = RuntimeOf(ctx).DictionaryAt(-1);
   duk_pop(ctx);
-  if (dictionary == nullptr) (void)duk_type_error(ctx, "not a dictionary");
+  if (dictionary == nullptr) (void)duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "not a dictionary");
   return *dictionary;
 }
 
+// Errors carry no C source position, so that the script's own line is the one reported.
 [[noreturn]] void ThrowFailure(duk_context* ctx, HRESULT hr, const char* what,
                                const std::wstring& name) {
-  (void)duk_error(ctx, DUK_ERR_ERROR, "%s '%s' failed (0x%08lx)", what, ToUtf8(name).c_str(),
-                  static_cast<unsigned long>(hr));
+  const std::string utf8 = ToUtf8(name);
+  if (hr == E_FAIL) {
+    (void)duk_error_raw(ctx, DUK_ERR_ERROR, nullptr, 0, "%s '%s': the record has no such value",
+                        what, utf8.c_str());
+  }
+  (void)duk_error_raw(ctx, DUK_ERR_ERROR, nullptr, 0, "%s '%s' failed (0x%08lx)", what,
+                      utf8.c_str(), static_cast<unsigned long>(static_cast<std::uint32_t>(hr)));
   std::abort();
 }
 
@@ -424,7 +430,7 @@ duk_ret_t PutValueAt(duk_context* ctx, duk_idx_t nameIndex, duk_idx_t valueIndex
   const std::wstring name = Wide(ctx, nameIndex);
   Variant value;
   if (FAILED(runtime.ToVariant(valueIndex, std::addressof(value))))
-    (void)duk_range_error(ctx, "bad value");
+    (void)duk_error_raw(ctx, DUK_ERR_RANGE_ERROR, nullptr, 0, "bad value");
   const Bstr key(name);
   const HRESULT hr = This(ctx).put_Value(key.get(), *value.get());
   if (FAILED(hr)) ThrowFailure(ctx, hr, "Writing the value", name);
@@ -496,7 +502,7 @@ duk_ret_t NativePutMultiple(duk_context* ctx) {
 
 duk_ret_t NativeMergeTo(duk_context* ctx) {
   IDictionary* target = RuntimeOf(ctx).DictionaryAt(0);
-  if (target == nullptr) (void)duk_type_error(ctx, "MergeTo needs a dictionary");
+  if (target == nullptr) (void)duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "MergeTo needs a dictionary");
   const HRESULT hr = This(ctx).MergeTo(target);
   if (FAILED(hr)) ThrowFailure(ctx, hr, "Merging into", L"dictionary");
   return 0;
@@ -506,7 +512,7 @@ duk_ret_t NativeKeys(duk_context* ctx) {
   ComPtr<IUnknown> unknown;
   ComPtr<IEnumVARIANT> names;
   if (FAILED(This(ctx).get__NewEnum(&unknown)) || FAILED(unknown.As(&names))) {
-    (void)duk_error(ctx, DUK_ERR_ERROR, "the names cannot be listed");
+    (void)duk_error_raw(ctx, DUK_ERR_ERROR, nullptr, 0, "the names cannot be listed");
   }
   const duk_idx_t array = duk_push_array(ctx);
   duk_uarridx_t i = 0;
@@ -546,7 +552,7 @@ duk_ret_t NativeAppendLine(duk_context* ctx) {
     std::ofstream out(std::filesystem::path(path), std::ios::binary | std::ios::app);
     written = static_cast<bool>(out << line) && static_cast<bool>(out.flush());
   }
-  if (!written) (void)duk_error(ctx, DUK_ERR_ERROR, "cannot append to '%s'", path.c_str());
+  if (!written) (void)duk_error_raw(ctx, DUK_ERR_ERROR, nullptr, 0, "cannot append to '%s'", path.c_str());
   return 0;
 }
 

@@ -604,3 +604,8 @@ std::unique_ptr<ScriptRuntime> MakePythonRuntime() { return std::make_unique<Pyt
 extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_suppressions() {
   return "leak:libpython3\n";
 }
+
+// The list of excused allocations would otherwise end every run's error output.
+extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_options() {
+  return "print_suppressions=0";
+}

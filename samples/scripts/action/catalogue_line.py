@@ -14,7 +14,7 @@ def Execute(context):
         context['App.ImagesFolder'], 'catalogue.csv')
     taken = read(context, 'Meta.DateTaken')
     with open(catalogue, 'a', newline='', encoding='utf-8') as out:
-        csv.writer(out, quoting=csv.QUOTE_ALL).writerow([
+        csv.writer(out, quoting=csv.QUOTE_ALL, lineterminator='\n').writerow([
             context['File.Name'],
             taken.strftime('%Y-%m-%d') if taken else '',
             read(context, 'Meta.ISOSpeed'),
