@@ -262,6 +262,45 @@ TEST(ScriptEngineStreamTest, RoundTripsAndRefusesNewerOrShort) {
   EXPECT_EQ(load(std::vector<BYTE>(bytes.begin(), bytes.end() - 1), *loaded.Get()), E_FAIL);
 }
 
+struct PathCase {
+  const char* name;
+  const wchar_t* given;
+  std::wstring stored;
+};
+
+class ScriptPathTest : public testing::TestWithParam<PathCase> {};
+
+TEST_P(ScriptPathTest, ExpandsTheEnvironmentOnPut) {
+  ComPtr<CScriptEngine> engine = MakeComObject<CScriptEngine>();
+  const Bstr given = GetParam().given == nullptr ? Bstr() : Bstr(GetParam().given);
+  ASSERT_EQ(engine->put_ScriptPath(given.get()), S_OK);
+  Bstr stored;
+  engine->get_ScriptPath(&stored);
+  EXPECT_EQ(stored.str(), GetParam().stored);
+}
+
+const std::wstring kHome = ExpandScriptPath(L"${HOME}");
+
+INSTANTIATE_TEST_SUITE_P(
+    Forms, ScriptPathTest,
+    testing::ValuesIn(std::vector<PathCase>{
+        {"windows_form", L"%HOME%/s.js", kHome + L"/s.js"},
+        {"braces", L"${HOME}/s.js", kHome + L"/s.js"},
+        {"leading_tilde", L"~/s.js", kHome + L"/s.js"},
+        {"tilde_inside_stays", L"/a/~/s.js", L"/a/~/s.js"},
+        {"unset_variable_stays", L"$LMK_UNSET_VARIABLE/s.js", L"$LMK_UNSET_VARIABLE/s.js"},
+        {"null_clears", nullptr, L""},
+    }),
+    [](const testing::TestParamInfo<PathCase>& i) { return std::string(i.param.name); });
+
+TEST(ScriptEngineProgIdTest, EmptyIsRefusedAndTheOldOneKept) {
+  ComPtr<CScriptEngine> engine = MakeComObject<CScriptEngine>();
+  EXPECT_EQ(engine->put_ScriptEngineProgID(nullptr), E_INVALIDARG);
+  Bstr progId;
+  engine->get_ScriptEngineProgID(&progId);
+  EXPECT_EQ(progId.str(), L"JScript");
+}
+
 class ParallelScriptTest : public testing::TestWithParam<LoopCase> {};
 
 // Eight threads at once give what one thread gives, each with its own engine.
