@@ -79,7 +79,12 @@ bool CheckElementScript(std::wstring_view pathTemplate, std::wstring_view engine
     check->put_ScriptEngineProgID(Bstr(engine).get());
     check->SetSyntaxCheckFunction(function);
     if (SUCCEEDED(check->CheckSyntax())) return true;
-    why = L"script: " + TakeErrorDescription();
+    // A reason is one line: the error's text and its position go side by side.
+    std::wstring text = TakeErrorDescription();
+    for (std::size_t at; (at = text.find(L"\r\n")) != std::wstring::npos;) {
+      text.replace(at, 2, L" ");
+    }
+    why = L"script: " + text;
   } else {
     return true;
   }
