@@ -100,30 +100,36 @@ class DuktapeRuntime final : public ScriptRuntime {
     duk_push_global_stash(ctx_);
     duk_push_pointer(ctx_, this);
     duk_put_prop_string(ctx_, -2, kRuntimeKey);
+    if (duk_peval_string(ctx_, kPrelude) != 0) {
+      duk_destroy_heap(ctx_);
+      throw ComError(E_UNEXPECTED);
+    }
+    duk_put_prop_string(ctx_, -2, "lmk");
     duk_pop(ctx_);
+    PushHostObject(ctx_);
   }
   ~DuktapeRuntime() override { duk_destroy_heap(ctx_); }
 
+  /// Whether this heap holds exactly this script, compiled, and nothing went wrong in it.
+  bool Holds(const std::string& utf8) const { return !broken_ && utf8 == loaded_; }
+  /// Whether the heap may serve another call: no failure, no interrupt.
+  bool Reusable() const { return !broken_ && !Interrupted(); }
+
   HRESULT Load(std::wstring_view source, ScriptError* error) override {
-    if (duk_peval_string(ctx_, kPrelude) != 0) {
-      Describe(-1, error);
-      duk_pop(ctx_);
-      return E_UNEXPECTED;
-    }
-    duk_push_global_stash(ctx_);
-    duk_dup(ctx_, -2);
-    duk_put_prop_string(ctx_, -2, "lmk");
-    duk_pop_2(ctx_);
-    PushHostObject(ctx_);
     const std::string utf8 = ToUtf8(source);
-    duk_push_lstring(ctx_, utf8.data(), utf8.size());
-    duk_push_string(ctx_, "script");
-    if (duk_pcompile(ctx_, 0) != 0 || duk_pcall(ctx_, 0) != 0) {
-      Describe(-1, error);
-      duk_pop(ctx_);
-      return kSyntaxOrLoadError;
+    duk_push_global_stash(ctx_);
+    if (utf8 != loaded_) {
+      duk_push_lstring(ctx_, utf8.data(), utf8.size());
+      duk_push_string(ctx_, "script");
+      if (duk_pcompile(ctx_, 0) != 0) return Failed(error, kSyntaxOrLoadError, 1);
+      duk_put_prop_string(ctx_, -2, "program");
+      loaded_ = utf8;
     }
-    duk_pop(ctx_);
+    // The top level runs again for each call, so each picture sees the script's variables as
+    // the script sets them; only compiling is saved.
+    duk_get_prop_string(ctx_, -1, "program");
+    if (duk_pcall(ctx_, 0) != 0) return Failed(error, kSyntaxOrLoadError, 1);
+    duk_pop_2(ctx_);
     return S_OK;
   }
 
@@ -145,14 +151,11 @@ class DuktapeRuntime final : public ScriptRuntime {
     const std::string name = ToUtf8(function);
     duk_get_global_lstring(ctx_, name.data(), name.size());
     duk_swap_top(ctx_, -2);
-    if (duk_pcall(ctx_, 1) != 0) {
-      Describe(-1, error);
-      duk_pop(ctx_);
-      return DISP_E_EXCEPTION;
-    }
+    if (duk_pcall(ctx_, 1) != 0) return Failed(error, DISP_E_EXCEPTION, 0);
     Variant value;
     const HRESULT hr = ToVariant(-1, std::addressof(value));
     duk_pop(ctx_);
+    EndCall();
     if (FAILED(hr)) return hr;
     value.Detach(result);
     return S_OK;
@@ -170,14 +173,16 @@ class DuktapeRuntime final : public ScriptRuntime {
     duk_push_global_stash(ctx_);
     duk_get_prop_string(ctx_, -1, "lmk");
     duk_get_prop_string(ctx_, -1, "wrap");
-    const auto slot = static_cast<duk_uint_t>(held_.size() - 1);
+    // The call's number goes with the slot, so an object a script kept from an earlier call
+    // names no dictionary of this one.
+    const double slot = static_cast<double>(epoch_) * kSlotsPerCall + (held_.size() - 1);
     PushTarget();
-    duk_push_uint(ctx_, slot);
+    duk_push_number(ctx_, slot);
     duk_put_prop_string(ctx_, -2, kDictionaryKey);
     duk_call(ctx_, 1);
     // Hidden keys bypass the proxy's traps and are stored on the proxy itself: the methods are
     // called with the proxy as "this" by scripts and with the target by the traps.
-    duk_push_uint(ctx_, slot);
+    duk_push_number(ctx_, slot);
     duk_put_prop_string(ctx_, -2, kDictionaryKey);
     duk_remove(ctx_, -2);
     duk_remove(ctx_, -2);
@@ -190,9 +195,11 @@ class DuktapeRuntime final : public ScriptRuntime {
       duk_pop(ctx_);
       return nullptr;
     }
-    const duk_uint_t slot = duk_get_uint(ctx_, -1);
+    const double slot = duk_get_number(ctx_, -1);
     duk_pop(ctx_);
-    return slot < held_.size() ? held_[slot].Get() : nullptr;
+    const double first = static_cast<double>(epoch_) * kSlotsPerCall;
+    if (slot < first || slot >= first + static_cast<double>(held_.size())) return nullptr;
+    return held_[static_cast<std::size_t>(slot - first)].Get();
   }
 
   // ---- Values --------------------------------------------------------------------------------
@@ -322,6 +329,27 @@ class DuktapeRuntime final : public ScriptRuntime {
 
  private:
   static constexpr HRESULT kSyntaxOrLoadError = static_cast<HRESULT>(0x80020101);
+  static constexpr double kSlotsPerCall = 1 << 20;
+
+  /// Describes the error on top of the stack, pops it and `extra` more values, and marks the
+  /// heap as not to be used again.
+  HRESULT Failed(ScriptError* error, HRESULT hr, duk_idx_t extra) {
+    Describe(-1, error);
+    duk_pop_n(ctx_, 1 + extra);
+    broken_ = true;
+    EndCall();
+    return hr;
+  }
+
+  /// Lets go of the call's dictionaries: the script's globals no longer reach them.
+  void EndCall() {
+    duk_push_undefined(ctx_);
+    duk_put_global_string(ctx_, "Context");
+    duk_push_undefined(ctx_);
+    duk_put_global_string(ctx_, "context");
+    held_.clear();
+    ++epoch_;
+  }
 
   // Every block carries its size in front, so that the heap's total can be kept.
   struct alignas(std::max_align_t) BlockHeader {
@@ -392,6 +420,9 @@ class DuktapeRuntime final : public ScriptRuntime {
   std::atomic<bool> interrupted_{false};
   std::size_t used_ = 0;
   std::vector<ComPtr<IDictionary>> held_;
+  std::uint64_t epoch_ = 0;
+  std::string loaded_;
+  bool broken_ = false;
 };
 
 DuktapeRuntime& RuntimeOf(duk_context* ctx) {
@@ -408,7 +439,8 @@ IDictionary& This(duk_context* ctx) {
   duk_push_this(ctx);
   IDictionary* dictionary = RuntimeOf(ctx).DictionaryAt(-1);
   duk_pop(ctx);
-  if (dictionary == nullptr) (void)duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "not a dictionary");
+  if (dictionary == nullptr)
+    (void)duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "not a dictionary");
   return *dictionary;
 }
 
@@ -502,7 +534,8 @@ duk_ret_t NativePutMultiple(duk_context* ctx) {
 
 duk_ret_t NativeMergeTo(duk_context* ctx) {
   IDictionary* target = RuntimeOf(ctx).DictionaryAt(0);
-  if (target == nullptr) (void)duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "MergeTo needs a dictionary");
+  if (target == nullptr)
+    (void)duk_error_raw(ctx, DUK_ERR_TYPE_ERROR, nullptr, 0, "MergeTo needs a dictionary");
   const HRESULT hr = This(ctx).MergeTo(target);
   if (FAILED(hr)) ThrowFailure(ctx, hr, "Merging into", L"dictionary");
   return 0;
@@ -552,7 +585,8 @@ duk_ret_t NativeAppendLine(duk_context* ctx) {
     std::ofstream out(std::filesystem::path(path), std::ios::binary | std::ios::app);
     written = static_cast<bool>(out << line) && static_cast<bool>(out.flush());
   }
-  if (!written) (void)duk_error_raw(ctx, DUK_ERR_ERROR, nullptr, 0, "cannot append to '%s'", path.c_str());
+  if (!written)
+    (void)duk_error_raw(ctx, DUK_ERR_ERROR, nullptr, 0, "cannot append to '%s'", path.c_str());
   return 0;
 }
 
@@ -585,9 +619,43 @@ void DuktapeRuntime::PushTarget() {
   duk_def_prop(ctx_, target, DUK_DEFPROP_HAVE_GETTER);
 }
 
+// Making a heap with its built-in objects costs far more than a call; each thread keeps its
+// last heap and its compiled script for the next call of the same script.
+thread_local std::unique_ptr<DuktapeRuntime> t_idle;
+
+/// A heap of this thread's for one call: the kept one when it holds the same script, else a
+/// new one; handed back for the next call unless something went wrong in it.
+class PooledDuktapeRuntime final : public ScriptRuntime {
+ public:
+  ~PooledDuktapeRuntime() override {
+    if (runtime_ && runtime_->Reusable()) t_idle = std::move(runtime_);
+  }
+  HRESULT Load(std::wstring_view source, ScriptError* error) override {
+    if (t_idle && t_idle->Holds(ToUtf8(source))) {
+      runtime_ = std::move(t_idle);
+    } else {
+      runtime_ = std::make_unique<DuktapeRuntime>();
+    }
+    return runtime_->Load(source, error);
+  }
+  HRESULT Find(std::wstring_view function) override { return runtime_->Find(function); }
+  HRESULT Call(std::wstring_view function, IDictionary* context, VARIANT* result,
+               ScriptError* error) override {
+    return runtime_->Call(function, context, result, error);
+  }
+  void Interrupt() noexcept override {
+    if (runtime_) runtime_->Interrupt();
+  }
+
+ private:
+  std::unique_ptr<DuktapeRuntime> runtime_;
+};
+
 }  // namespace
 
-std::unique_ptr<ScriptRuntime> MakeDuktapeRuntime() { return std::make_unique<DuktapeRuntime>(); }
+std::unique_ptr<ScriptRuntime> MakeDuktapeRuntime() {
+  return std::make_unique<PooledDuktapeRuntime>();
+}
 
 }  // namespace lmk
 
