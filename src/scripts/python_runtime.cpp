@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -481,9 +482,43 @@ void TakeException(ScriptError* error) {
   PyErr_Clear();
 }
 
+/// The script's code object, compiled once per text (a new reference; null with the exception
+/// set). Code objects never change, so every call of every worker shares them; the interpreter's
+/// lock guards the table.
+PyObject* Compiled(const std::string& utf8) {
+  static std::map<std::string, PyObject*>* codes = new std::map<std::string, PyObject*>();
+  if (const auto found = codes->find(utf8); found != codes->end()) {
+    Py_INCREF(found->second);
+    return found->second;
+  }
+  PyObject* code = Py_CompileString(utf8.c_str(), "script", Py_file_input);
+  if (code == nullptr) return nullptr;
+  // A run uses a few scripts; a long-lived process that meets many starts afresh.
+  constexpr std::size_t kMostScripts = 64;
+  if (codes->size() >= kMostScripts) {
+    for (auto& [text, kept] : *codes) Py_DECREF(kept);
+    codes->clear();
+  }
+  Py_INCREF(code);
+  codes->emplace(utf8, code);
+  return code;
+}
+
+/// Gives the calling thread an interpreter thread state for its life, so that taking the lock
+/// for a call does not make and drop one each time (which costs more than a short script).
+void KeepThreadState() {
+  thread_local bool kept = false;
+  if (kept) return;
+  // The thread that started the interpreter already has one; a second one of the same thread
+  // would take the watchdog's interrupt in its place.
+  if (PyGILState_GetThisThreadState() == nullptr) PyThreadState_New(PyInterpreterState_Main());
+  kept = true;
+}
+
 class PythonRuntime final : public ScriptRuntime {
  public:
   PythonRuntime() {
+    if (StartInterpreter()) KeepThreadState();
     if (!StartInterpreter()) {
       SetErrorDescription(
           L"The Python interpreter cannot be started. Install the python3 package and try "
@@ -510,8 +545,7 @@ class PythonRuntime final : public ScriptRuntime {
       TakeException(error);
       return E_OUTOFMEMORY;
     }
-    const std::string utf8 = ToUtf8(source);
-    PyRef code(Py_CompileString(utf8.c_str(), "script", Py_file_input));
+    PyRef code(Compiled(ToUtf8(source)));
     if (!code) {
       TakeException(error);
       return kScriptErrorReported;
