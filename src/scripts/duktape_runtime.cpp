@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -619,23 +620,41 @@ void DuktapeRuntime::PushTarget() {
   duk_def_prop(ctx_, target, DUK_DEFPROP_HAVE_GETTER);
 }
 
-// Making a heap with its built-in objects costs far more than a call; each thread keeps its
-// last heap and its compiled script for the next call of the same script.
-thread_local std::unique_ptr<DuktapeRuntime> t_idle;
+// Making a heap with its built-in objects costs far more than a call: heaps are kept, with
+// their compiled script, for the next call of the same script on any worker (a heap serves one
+// thread at a time, whichever). The list goes with the module (the plug-in is unloaded after a
+// run), when no run is under way.
+struct IdleHeaps {
+  std::mutex lock;
+  std::vector<std::unique_ptr<DuktapeRuntime>> heaps;
+};
+IdleHeaps& Idle() {
+  static IdleHeaps idle;
+  return idle;
+}
+constexpr std::size_t kMostIdleHeaps = 32;
 
-/// A heap of this thread's for one call: the kept one when it holds the same script, else a
-/// new one; handed back for the next call unless something went wrong in it.
 class PooledDuktapeRuntime final : public ScriptRuntime {
  public:
   ~PooledDuktapeRuntime() override {
-    if (runtime_ && runtime_->Reusable()) t_idle = std::move(runtime_);
+    if (!runtime_ || !runtime_->Reusable()) return;
+    std::lock_guard<std::mutex> hold(Idle().lock);
+    if (Idle().heaps.size() < kMostIdleHeaps) Idle().heaps.push_back(std::move(runtime_));
   }
   HRESULT Load(std::wstring_view source, ScriptError* error) override {
-    if (t_idle && t_idle->Holds(ToUtf8(source))) {
-      runtime_ = std::move(t_idle);
-    } else {
-      runtime_ = std::make_unique<DuktapeRuntime>();
+    const std::string utf8 = ToUtf8(source);
+    {
+      std::lock_guard<std::mutex> hold(Idle().lock);
+      auto& heaps = Idle().heaps;
+      for (auto it = heaps.rbegin(); it != heaps.rend(); ++it) {
+        if ((*it)->Holds(utf8)) {
+          runtime_ = std::move(*it);
+          heaps.erase(std::next(it).base());
+          break;
+        }
+      }
     }
+    if (!runtime_) runtime_ = std::make_unique<DuktapeRuntime>();
     return runtime_->Load(source, error);
   }
   HRESULT Find(std::wstring_view function) override { return runtime_->Find(function); }

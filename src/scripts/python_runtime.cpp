@@ -484,9 +484,11 @@ void TakeException(ScriptError* error) {
 
 /// The script's code object, compiled once per text (a new reference; null with the exception
 /// set). Code objects never change, so every call of every worker shares them; the interpreter's
-/// lock guards the table.
+/// lock guards the table. The table goes with the module (the plug-in is unloaded after a run);
+/// the interpreter keeps the code objects it holds, as it keeps the rest of its own memory.
 PyObject* Compiled(const std::string& utf8) {
-  static std::map<std::string, PyObject*>* codes = new std::map<std::string, PyObject*>();
+  static std::map<std::string, PyObject*> table;
+  std::map<std::string, PyObject*>* codes = &table;
   if (const auto found = codes->find(utf8); found != codes->end()) {
     Py_INCREF(found->second);
     return found->second;
