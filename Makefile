@@ -5,7 +5,8 @@ PACKAGES := cmake g++ ninja-build pkg-config libsqlite3-dev libssl-dev libexiv2-
             libyaml-cpp-dev libcli11-dev libglib2.0-dev libgtest-dev libgmock-dev \
             libbenchmark-dev libgeographiclib-dev libimage-exiftool-perl \
             g++-mingw-w64-x86-64-posix mingw-w64-tools libboost-regex-dev \
-            libcurl4-openssl-dev python3-pyftpdlib openssl libvips-dev xdg-utils imagemagick
+            libcurl4-openssl-dev python3-pyftpdlib openssl libvips-dev xdg-utils imagemagick \
+            duktape-dev python3-dev
 COVERAGE_PACKAGES := gcovr
 # The native tools that bench/compare_native.sh measures lumarko against; not needed to test.
 BENCH_PACKAGES := jhead exiv2

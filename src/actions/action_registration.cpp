@@ -13,6 +13,7 @@
 #include "actions/rename_action.h"
 #include "actions/save_for_web_action.h"
 #include "actions/urgency_action.h"
+#include "actions/script_action.h"
 
 namespace lmk {
 
@@ -30,6 +31,7 @@ void RegisterActions(CElementRegistry& registry) {
   registry.Register<CLabelAction>(kFamily, L"SetXMPLabel");
   registry.Register<CRatingAction>(kFamily, L"SetXMPRating");
   registry.Register<CUrgencyAction>(kFamily, L"SetPhotoshopUrgency");
+  registry.Register<CScriptAction>(kFamily, L"Script");
 }
 
 }  // namespace lmk

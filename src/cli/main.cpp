@@ -36,6 +36,7 @@ constexpr std::array kSubcommands = {
     SubcommandEntry{"labels", &lmk::cli::SetupLabels},
     SubcommandEntry{"templates", &lmk::cli::SetupTemplates},
     SubcommandEntry{"ftp", &lmk::cli::SetupFtp},
+    SubcommandEntry{"scripts", &lmk::cli::SetupScripts},
 };
 
 constexpr const char* kFooter =

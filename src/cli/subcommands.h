@@ -18,5 +18,6 @@ Runner SetupVars(CLI::App& app);
 Runner SetupLabels(CLI::App& app);
 Runner SetupTemplates(CLI::App& app);
 Runner SetupFtp(CLI::App& app);
+Runner SetupScripts(CLI::App& app);
 
 }  // namespace lmk::cli

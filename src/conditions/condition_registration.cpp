@@ -25,6 +25,7 @@
 #include "conditions/marked_for_publishing_condition.h"
 #include "conditions/portrait_condition.h"
 #include "conditions/rating_condition.h"
+#include "conditions/script_condition.h"
 #include "conditions/shutter_speed_condition.h"
 #include "conditions/sibling_condition.h"
 #include "conditions/sidecar_condition.h"
@@ -58,6 +59,7 @@ void RegisterConditions(CElementRegistry& registry) {
   registry.Register<CMarkedForPublishingCondition>(kFamily, L"MarkedForPublishing");
   registry.Register<CUrgencyCondition>(kFamily, L"Photoshop.Urgency");
   registry.Register<CPortraitCondition>(kFamily, L"Portrait");
+  registry.Register<CScriptCondition>(kFamily, L"Script");
   registry.Register<CShutterSpeedCondition>(kFamily, L"ShutterSpeed");
   registry.Register<CSiblingCondition>(kFamily, L"Sibling");
   registry.Register<CSidecarCondition>(kFamily, L"Sidecar");

@@ -10,14 +10,12 @@
 namespace lmk {
 
 std::span<const ServerClass> ServerClasses() {
-  // The script engine is registered already so that scripts find its ProgID; it is created
-  // once the engine exists in this build.
   static const std::array<ServerClass, 3> kClasses = {{
       {CLSID_FileUtilities, L"Lumarko.Plugin.FileUtilities.1", L"Lumarko.Plugin.FileUtilities",
        L"Lumarko FileUtilities Plugin", true, &CFileUtilities::Create},
       {CLSID_ScriptEngine, L"Lumarko.Plugin.FileUtilities.ScriptEngine.1",
-       L"Lumarko.Plugin.FileUtilities.ScriptEngine", L"Lumarko FileUtilities Script Engine", false,
-       nullptr},
+       L"Lumarko.Plugin.FileUtilities.ScriptEngine", L"Lumarko FileUtilities ScriptEngine Class",
+       false, &CreateScriptEngine},
       {CLSID_Dictionary, L"Lumarko.Plugin.FileUtilities.Dictionary.1",
        L"Lumarko.Plugin.FileUtilities.Dictionary", L"Lumarko FileUtilities Dictionary Class", false,
        &CreateDictionary},

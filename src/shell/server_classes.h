@@ -4,6 +4,7 @@
 #include <span>
 
 #include "com/com.h"
+#include "scripts/iscript_engine.h"
 
 namespace lmk {
 
@@ -19,10 +20,6 @@ struct ServerClass {
   bool isPlugin;        ///< entered in the plug-in component category
   ClassCreator create;  ///< null while the class is not available in this build
 };
-
-/// The script engine's class ("Lumarko.Plugin.FileUtilities.ScriptEngine").
-inline constexpr CLSID CLSID_ScriptEngine = {
-    0xA2E41F1C, 0x3903, 0x42B1, {0xB5, 0x82, 0x95, 0xD3, 0xB3, 0xE9, 0xFE, 0x98}};
 
 /// The server's type library, application and their texts.
 inline constexpr GUID LIBID_LmkFileUtilities = {

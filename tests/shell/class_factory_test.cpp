@@ -7,6 +7,7 @@
 #include <string>
 
 #include "dictionary/idictionary.h"
+#include "scripts/iscript_engine.h"
 #include "shell/lumarko_plugin.h"
 #include "shell/module_exports.h"
 #include "shell/server_classes.h"
@@ -44,8 +45,7 @@ INSTANTIATE_TEST_SUITE_P(Classes, ClassObject,
                          ::testing::ValuesIn(std::vector<ClassObjectCase>{
                              {"Plugin", CLSID_FileUtilities, S_OK, IID_ILumarkoPlugin},
                              {"Dictionary", CLSID_Dictionary, S_OK, IID_IDictionary},
-                             {"ScriptEngineNotYetBuilt", CLSID_ScriptEngine,
-                              CLASS_E_CLASSNOTAVAILABLE},
+                             {"ScriptEngine", CLSID_ScriptEngine, S_OK, IID_IScriptEngine},
                              {"Unknown", kUnknownClass, CLASS_E_CLASSNOTAVAILABLE},
                          }),
                          [](const auto& info) { return std::string(info.param.name); });
