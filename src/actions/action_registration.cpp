@@ -4,16 +4,16 @@
 #include "actions/convert_action.h"
 #include "actions/copy_action.h"
 #include "actions/delete_action.h"
-#include "actions/ftp_action.h"
 #include "actions/file_date_action.h"
+#include "actions/ftp_action.h"
 #include "actions/label_action.h"
 #include "actions/link_action.h"
 #include "actions/move_action.h"
 #include "actions/rating_action.h"
 #include "actions/rename_action.h"
 #include "actions/save_for_web_action.h"
-#include "actions/urgency_action.h"
 #include "actions/script_action.h"
+#include "actions/urgency_action.h"
 
 namespace lmk {
 

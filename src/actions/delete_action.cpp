@@ -44,11 +44,7 @@ std::wstring CDeleteAction::Description() const {
 
 HRESULT CDeleteAction::Execute(IDictionary* record) const {
   if (record == nullptr) return E_INVALIDARG;
-  try {
-    return ExecuteFrame(*record);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return GuardedCall([&] { return ExecuteFrame(*record); });
 }
 
 HRESULT CDeleteAction::DeleteOne(std::wstring_view path, std::wstring* errorText) const {

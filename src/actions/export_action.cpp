@@ -8,7 +8,6 @@
 #include "actions/action_path.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
-#include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
 #include "platform/event_log_writer.h"
@@ -68,26 +67,16 @@ void CExportAction::ExchangeParameters(CParamArchive& archive) {
 }
 
 bool CExportAction::IsValid(std::wstring* reason) const {
-  const auto refuse = [reason](std::wstring why) {
-    if (reason != nullptr) *reason = std::move(why);
+  if (!CheckTransferTemplates(destination_, renameTemplate_, L"Web/{DateTaken:Year}", reason)) {
     return false;
-  };
-  if (TrimWhiteSpace(destination_).empty()) {
-    return refuse(
-        L"destination: the destination folder is missing; give one, such as "
-        L"\"Web/{DateTaken:Year}\"");
-  }
-  std::wstring why;
-  if (!CheckTemplateSyntax(destination_, &why)) return refuse(L"destination: " + why);
-  if (!renameTemplate_.empty() && !CheckTemplateSyntax(renameTemplate_, &why)) {
-    return refuse(L"rename: " + why);
   }
   const ExportFormat format = EffectiveSettings().format;
-  if (!CanWriteFormat(format)) {
-    return refuse(L"format: the image library of this system has no " + FormatName(format) +
-                  L" encoder; choose jpeg, png, tiff or webp");
+  if (CanWriteFormat(format)) return true;
+  if (reason != nullptr) {
+    *reason = L"format: the image library of this system has no " + FormatName(format) +
+              L" encoder; choose jpeg, png, tiff or webp";
   }
-  return true;
+  return false;
 }
 
 std::wstring CExportAction::DestinationPhrase() const {
@@ -115,11 +104,7 @@ std::wstring CExportAction::MetadataPhrase() const {
 
 HRESULT CExportAction::Execute(IDictionary* record) const {
   if (record == nullptr) return E_INVALIDARG;
-  try {
-    return ExecuteFrame(*record);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return GuardedCall([&] { return ExecuteFrame(*record); });
 }
 
 HRESULT CExportAction::ExecuteFrame(IDictionary& record) const {

@@ -134,11 +134,7 @@ HRESULT CFTPAction::RemoteAddress(std::wstring_view destination, std::wstring_vi
 
 HRESULT CFTPAction::Execute(IDictionary* record) const {
   if (record == nullptr) return E_INVALIDARG;
-  try {
-    return Run(*record);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return GuardedCall([&] { return Run(*record); });
 }
 
 HRESULT CFTPAction::UploadOne(std::wstring_view local, std::wstring_view url,

@@ -60,11 +60,7 @@ std::int16_t SteppedValue(std::int16_t setting, std::int16_t current) {
 
 HRESULT CMetadataAction::Execute(IDictionary* record) const {
   if (record == nullptr) return E_INVALIDARG;
-  try {
-    return Run(*record);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return GuardedCall([&] { return Run(*record); });
 }
 
 HRESULT CMetadataAction::Run(IDictionary& record) const {

@@ -56,11 +56,7 @@ std::wstring CRenameAction::Description() const {
 
 HRESULT CRenameAction::Execute(IDictionary* record) const {
   if (record == nullptr) return E_INVALIDARG;
-  try {
-    return ExecuteFrame(*record);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return GuardedCall([&] { return ExecuteFrame(*record); });
 }
 
 HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {

@@ -7,7 +7,6 @@
 #include "actions/action_texts.h"
 #include "actions/companion_words.h"
 #include "actions/shared_companion.h"
-#include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
 #include "platform/event_log_writer.h"
@@ -57,27 +56,8 @@ void CTransferAction::ExchangeParameters(CParamArchive& archive) {
 }
 
 bool CTransferAction::IsValid(std::wstring* reason) const {
-  const auto refuse = [reason](std::wstring why) {
-    if (reason != nullptr) *reason = std::move(why);
-    return false;
-  };
-  if (TrimWhiteSpace(destination_).empty()) {
-    return refuse(
-        L"destination: the destination folder is missing; give one, such as "
-        L"\"Sorted/{DateTaken:Year}/{DateTaken:Month0}\"");
-  }
-  std::wstring why;
-  if (!CheckTemplateSyntax(destination_, &why)) return refuse(L"destination: " + why);
-  if (!renameTemplate_.empty()) {
-    if (!CheckTemplateSyntax(renameTemplate_, &why)) return refuse(L"rename: " + why);
-    CRenamingTemplateStore store;
-    std::wstring text;
-    // A store that cannot be read is reported when the action runs, where the error is seen.
-    if (ResolveRenamingTemplate(store, renameTemplate_, &text) == S_FALSE) {
-      return refuse(L"rename: " + FormatActionText(action_text::kUnknownTemplate, renameTemplate_));
-    }
-  }
-  return true;
+  return CheckTransferTemplates(destination_, renameTemplate_,
+                                L"Sorted/{DateTaken:Year}/{DateTaken:Month0}", reason);
 }
 
 std::wstring CTransferAction::Description() const {
@@ -101,11 +81,7 @@ HRESULT CTransferAction::AfterImage(IDictionary& /*record*/, std::wstring_view /
 
 HRESULT CTransferAction::Execute(IDictionary* record) const {
   if (record == nullptr) return E_INVALIDARG;
-  try {
-    return ExecuteFrame(*record);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return GuardedCall([&] { return ExecuteFrame(*record); });
 }
 
 HRESULT CTransferAction::TransferWithRetry(std::wstring_view source, std::wstring_view target,

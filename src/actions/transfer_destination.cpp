@@ -5,6 +5,7 @@
 #include "actions/action_path.h"
 #include "actions/action_record.h"
 #include "actions/action_texts.h"
+#include "actions/template_syntax.h"
 #include "com/com_error.h"
 #include "templates/template_expander.h"
 
@@ -104,6 +105,29 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   target->path += target->baseName;
   target->path += target->extension;
   return S_OK;
+}
+
+bool CheckTransferTemplates(std::wstring_view destination, std::wstring_view renameTemplate,
+                            std::wstring_view example, std::wstring* reason) {
+  const auto refuse = [reason](std::wstring why) {
+    if (reason != nullptr) *reason = std::move(why);
+    return false;
+  };
+  if (TrimWhiteSpace(destination).empty()) {
+    return refuse(L"destination: the destination folder is missing; give one, such as \"" +
+                  std::wstring(example) + L"\"");
+  }
+  std::wstring why;
+  if (!CheckTemplateSyntax(destination, &why)) return refuse(L"destination: " + why);
+  if (renameTemplate.empty()) return true;
+  if (!CheckTemplateSyntax(renameTemplate, &why)) return refuse(L"rename: " + why);
+  CRenamingTemplateStore store;
+  std::wstring text;
+  // A store that cannot be read is reported when the action runs, where the error is seen.
+  if (ResolveRenamingTemplate(store, renameTemplate, &text) == S_FALSE) {
+    return refuse(L"rename: " + FormatActionText(action_text::kUnknownTemplate, renameTemplate));
+  }
+  return true;
 }
 
 }  // namespace lmk

@@ -58,4 +58,11 @@ struct TransferTarget {
 [[nodiscard]] HRESULT ResolveRenamingTemplate(CRenamingTemplateStore& store, std::wstring_view name,
                                               std::wstring* text);
 
+/// Whether an action that writes into a folder has usable templates: a destination (`example`
+/// is offered when it is missing), both templates well formed, and a renaming template that
+/// names a stored template or is one. When not, *reason says which parameter and why.
+[[nodiscard]] bool CheckTransferTemplates(std::wstring_view destination,
+                                          std::wstring_view renameTemplate,
+                                          std::wstring_view example, std::wstring* reason);
+
 }  // namespace lmk

@@ -33,6 +33,16 @@ void ThrowIfFailed(HRESULT hr);
 /// becomes the thread's error info), std::bad_alloc E_OUTOFMEMORY, anything else E_UNEXPECTED.
 HRESULT HresultFromCurrentException() noexcept;
 
+/// Runs `body` at a COM method boundary: its HRESULT, or the HRESULT of what it throws.
+template <class Body>
+HRESULT GuardedCall(Body&& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return HresultFromCurrentException();
+  }
+}
+
 /// Sets the calling thread's error info to an error object carrying `text` as its description.
 HRESULT SetErrorDescription(std::wstring_view text) noexcept;
 
