@@ -13,11 +13,11 @@
 #include "actions/move_action.h"
 #include "actions/rename_action.h"
 #include "actions/renaming_template_store.h"
-#include "platform/case_table.h"
 #include "platform/text_encoding.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
+#include "support/data_table.h"
 #include "templates/settings_fixture.h"
 
 namespace lmk {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/case_table.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

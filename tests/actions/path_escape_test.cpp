@@ -9,7 +9,7 @@
 #include "actions/action_fixture.h"
 #include "actions/action_path.h"
 #include "actions/transfer_destination.h"
-#include "platform/case_table.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

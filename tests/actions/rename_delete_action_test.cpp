@@ -9,8 +9,8 @@
 #include "actions/action_fixture.h"
 #include "actions/delete_action.h"
 #include "actions/rename_action.h"
-#include "platform/case_table.h"
 #include "platform/file_operations.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

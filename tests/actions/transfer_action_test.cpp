@@ -14,8 +14,8 @@
 #include "actions/link_action.h"
 #include "actions/move_action.h"
 #include "actions/renaming_template_store.h"
-#include "platform/case_table.h"
 #include "platform/file_operations.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

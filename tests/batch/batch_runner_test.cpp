@@ -14,13 +14,11 @@
 #include <vector>
 
 #include "batch/run_summary.h"
+#include "batch_fixture.h"
 #include "com/bstr.h"
-#include "platform/case_table.h"
-#include "platform/fake/memory_event_trace_sink.h"
 #include "platform/processor_info.h"
 #include "platform/usage_counter.h"
-#include "support/fake_elements.h"
-#include "support/fake_host.h"
+#include "support/data_table.h"
 #include "support/fake_usage_counter.h"
 
 namespace lmk {
@@ -31,6 +29,7 @@ using test::CFakeCondition;
 using test::FakeActionKind;
 using test::FakeConditionKind;
 using test::FakeRunHost;
+using test::Rule;
 
 // Records the runner's notices and lets a test wait for the end of the run.
 class RecordingSink final : public ProgressSink {
@@ -110,35 +109,13 @@ std::shared_ptr<CFakeAction> Action(int kind, std::vector<HRESULT> results,
   return action;
 }
 
-std::shared_ptr<CRule> Rule(std::vector<std::shared_ptr<CAction>> actions,
-                            std::vector<std::shared_ptr<CCondition>> conditions = {}) {
-  auto rule = std::make_shared<CRule>(L"rule");
-  for (auto& condition : conditions) rule->AddCondition(std::move(condition));
-  for (auto& action : actions) rule->AddAction(std::move(action));
-  return rule;
-}
-
-class RunnerTest : public ::testing::Test {
+class RunnerTest : public test::BatchFixture {
  protected:
-  explicit RunnerTest(ULONG images = 5) : host_(MakeComObject<FakeRunHost>(images)) {}
-
-  void MakeRunner(unsigned threads) {
-    auto sink = std::make_unique<fake::MemoryEventTraceSink>();
-    events_ = sink.get();
-    BatchRunnerOptions options;
-    options.minimumRunTime = std::chrono::milliseconds(0);
-    options.threadCount = threads;
-    options.logFilePath = L"/nonexistent/lumarko-test.etl";
-    options.fileExists = [this](std::wstring_view path) {
-      return missing_.count(std::wstring(path)) == 0;
-    };
-    runner_ = std::make_unique<CBatchRunner>(std::make_unique<EventLogWriter>(std::move(sink)),
-                                             std::move(options));
-  }
+  using BatchFixture::BatchFixture;
 
   BatchRunResult Run(std::vector<std::shared_ptr<CRule>> rules, DWORD mode = 2,
                      unsigned threads = 1) {
-    if (!runner_) MakeRunner(threads);
+    if (!runner_) runner_ = QuickRunner(threads);
     std::vector<std::shared_ptr<const CRule>> run(rules.begin(), rules.end());
     EXPECT_TRUE(runner_->Start(&sink_, nullptr, run, mode, host_.Get()));
     sink_.Wait();
@@ -159,10 +136,7 @@ class RunnerTest : public ::testing::Test {
     return count;
   }
 
-  ComPtr<FakeRunHost> host_;
-  std::set<std::wstring> missing_;
   RecordingSink sink_;
-  fake::MemoryEventTraceSink* events_ = nullptr;
   std::unique_ptr<CBatchRunner> runner_;
 };
 
@@ -263,7 +237,7 @@ TEST_F(RunnerTest, FailedEvaluationIsLoggedAndTheNextRuleRuns) {
 // ---- Cancel -----------------------------------------------------------------------------------
 
 TEST_F(RunnerTest, CancelBeforeTheWorkBeginsProcessesNothing) {
-  MakeRunner(1);
+  runner_ = QuickRunner();
   sink_.onStarted = [this] { runner_->Cancel(); };
   auto action = Action(0, {S_OK});
   const BatchRunResult result = Run({Rule({action})});
@@ -274,7 +248,7 @@ TEST_F(RunnerTest, CancelBeforeTheWorkBeginsProcessesNothing) {
 }
 
 TEST_F(RunnerTest, CancelMidwayStartsNoFurtherImage) {
-  MakeRunner(1);
+  runner_ = QuickRunner();
   int seen = 0;
   auto cancelling = std::make_shared<CallbackAction>([&](IDictionary*) {
     if (++seen == 3) runner_->Cancel();
@@ -289,29 +263,25 @@ TEST_F(RunnerTest, CancelMidwayStartsNoFurtherImage) {
 
 // ---- Images that cannot be processed --------------------------------------------------------
 
-TEST_F(RunnerTest, UndeliverableImagesAreSkippedAndCountedEvenTheFirst) {
-  host_->undeliverable = {0, 2};
+// An image the host cannot deliver (even the first) and a file gone from the disk are skipped and
+// counted, not errors.
+TEST_F(RunnerTest, UndeliverableAndMissingImagesAreSkipped) {
+  host_->undeliverable = {0};
+  missing_ = {L"/pictures/img0004.jpg"};
   auto action = Action(0, {S_OK});
   const BatchRunResult result = Run({Rule({action})});
   EXPECT_FALSE(result.aborted);
   EXPECT_EQ(result.processed, 3);
   EXPECT_EQ(result.skipped, 2);
+  EXPECT_EQ(result.errors, 0);
   EXPECT_EQ(action->calls(), 3);
   EXPECT_EQ(CountText(L"Skipped 2 invalid image(s)."), 1);
+  EXPECT_EQ(CountText(L"Skipping \"/pictures/img0004.jpg\"."), 1);
   const auto warnings = Texts(kEventLevelWarning);
   EXPECT_EQ(std::count_if(warnings.begin(), warnings.end(),
                           [](const std::wstring& t) { return t.rfind(L"Skipping \"", 0) == 0; }),
             2);
   EXPECT_EQ(SummarizeRun(result).outcome, RunOutcome::kWarnings);
-}
-
-TEST_F(RunnerTest, MissingFileIsSkippedNotAnError) {
-  missing_ = {L"/pictures/img0001.jpg", L"/pictures/img0004.jpg"};
-  const BatchRunResult result = Run({Rule({Action(0, {S_OK})})});
-  EXPECT_EQ(result.processed, 3);
-  EXPECT_EQ(result.skipped, 2);
-  EXPECT_EQ(result.errors, 0);
-  EXPECT_EQ(CountText(L"Skipping \"/pictures/img0004.jpg\"."), 1);
 }
 
 TEST_F(RunnerTest, NoActionRunsWithoutASessionOrForAnUncheckedRule) {
@@ -424,7 +394,7 @@ TEST_F(LargeRunTest, TwoWorkersGiveTheSameResultsAsOne) {
     host_->undeliverable = {5, 40};
     runner_.reset();
     sink_.finished = -1;
-    MakeRunner(threads);
+    runner_ = QuickRunner(threads);
     auto failing = Action(0, {E_FAIL}, CActionErrorMode::SkipActionsAndRules);
     const BatchRunResult result =
         Run({Rule({Action(1, {S_OK})}, {std::make_shared<OddIndexCondition>()}),
@@ -461,37 +431,31 @@ TEST_F(RunnerTest, ImagesAreCountedForTheHost) {
             events.end());
 }
 
-TEST_F(RunnerTest, KeepCopyIndexAdvancedByActionsGoesBackToTheHost) {
-  auto advancing = std::make_shared<CallbackAction>([](IDictionary* record) {
-    ComPtr<IDictionary> run = Globals(record);
-    if (!run) return E_FAIL;
-    return run->put_Value(Bstr(L"App.SessionKeepCopyIndex").get(), Variant::UI4(42).ref());
-  });
-  Run({Rule({advancing})});
-  EXPECT_EQ(host_->keepCopyWrites.load(), 1);
-  EXPECT_EQ(host_->storedKeepCopyIndex.load(), 42u);
-}
-
-TEST_F(RunnerTest, GlobalsCarryTheSession) {
+// Actions see the session in the run's globals, and a keep-copy index they advance goes back to
+// the host.
+TEST_F(RunnerTest, GlobalsCarryTheSessionBothWays) {
   std::vector<std::wstring> seen;
   auto reading = std::make_shared<CallbackAction>([&](IDictionary* record) {
     ComPtr<IDictionary> run = Globals(record);
+    if (!run) return E_FAIL;
     for (const wchar_t* key : {L"App.Version", L"App.StartTimeFT", L"App.SessionKeepCopyIndex"}) {
       Variant value;
       run->get_Value(Bstr(key).get(), &value);
       value.ChangeType(VT_BSTR);
       seen.emplace_back(value.ref().bstrVal);
     }
-    return S_OK;
+    return run->put_Value(Bstr(L"App.SessionKeepCopyIndex").get(), Variant::UI4(42).ref());
   });
   host_ = MakeComObject<FakeRunHost>(1);
   Run({Rule({reading})});
   const int64_t ticks = (int64_t{0x01D9A000} << 32) | 0x5A5A0000;
   EXPECT_EQ(seen, (std::vector<std::wstring>{L"9.8.7", std::to_wstring(ticks), L"4"}));
+  EXPECT_EQ(host_->keepCopyWrites.load(), 1);
+  EXPECT_EQ(host_->storedKeepCopyIndex.load(), 42u);
 }
 
 TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
-  MakeRunner(1);
+  runner_ = QuickRunner();
   std::vector<std::shared_ptr<const CRule>> rules{Rule({Action(0, {S_OK})})};
   ASSERT_TRUE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));
   EXPECT_FALSE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));
@@ -502,7 +466,7 @@ TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
 }
 
 TEST_F(RunnerTest, MinimumRunTimeHoldsTheEnd) {
-  MakeRunner(1);
+  runner_ = QuickRunner();
   runner_->Options().minimumRunTime = std::chrono::milliseconds(300);
   const auto begin = std::chrono::steady_clock::now();
   Run({Rule({Action(0, {S_OK})})});

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "batch/event_log_reader.h"
-#include "platform/case_table.h"
 #include "platform/event_log_writer.h"
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 
 namespace lmk {

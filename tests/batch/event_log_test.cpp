@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,6 +17,7 @@
 #include "platform/event_log_writer.h"
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/text_encoding.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -33,13 +33,6 @@ class EventLogTest : public ::testing::Test {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
     ::setenv("XDG_DATA_HOME", (dir_.path() / "data").c_str(), 1);
-  }
-
-  std::string ReadFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
   }
 
   test::ScopedTempDir dir_;
@@ -188,7 +181,7 @@ TEST_F(EventLogTest, SaveWritesUtf8AndReplacesTheOldFile) {
   std::ofstream(target) << "old content that is longer than the new one";
   const std::vector<EventLogEntry> entries = {{3, 0, kMarch7, L"Übersicht"}};
   ASSERT_EQ(EventLogExporter::Save(FromUtf8(target.string()), entries), ERROR_SUCCESS);
-  const std::string text = ReadFile(target);
+  const std::string text = test::ReadBytes(target);
   EXPECT_EQ(text.rfind("Lumarko Batch Processor Event Log - Generated on ", 0), 0u);
   EXPECT_NE(text.find("Warning\t2024-03-07 14:05:09.250\t\xC3\x9C"
                       "bersicht\n"),
@@ -199,13 +192,10 @@ TEST_F(EventLogTest, SaveWritesUtf8AndReplacesTheOldFile) {
       << "no temporary file is left behind";
 }
 
-TEST_F(EventLogTest, SaveIntoAMissingFolderFails) {
+TEST_F(EventLogTest, MissingFolderOrLogIsReported) {
   EXPECT_EQ(EventLogExporter::Save(FromUtf8((dir_.path() / "none/e.txt").string()), {}),
             ERROR_PATH_NOT_FOUND);
   EXPECT_EQ(EventLogExporter::SaveFailedText(), L"An error occured while saving the file, sorry.");
-}
-
-TEST_F(EventLogTest, MissingLogIsNotFound) {
   EventLogContents contents;
   EXPECT_EQ(EventLogReader::Read(FromUtf8((dir_.path() / "none.etl").string()), &contents),
             ERROR_FILE_NOT_FOUND);

@@ -90,6 +90,15 @@ class FileRecordTest : public ::testing::Test {
     return value;
   }
 
+  // A factory that hands out dictionary, for a test to look into.
+  static CFileRecordBuilder::DictionaryFactory Handing(ComPtr<RecordingDictionary> dictionary) {
+    return [dictionary](IDictionary** out) {
+      dictionary->AddRef();
+      *out = dictionary.Get();
+      return S_OK;
+    };
+  }
+
   ComPtr<FakeRunHost> host_ = MakeComObject<FakeRunHost>();
   ComPtr<IDictionary> globals_;
   ComPtr<IDictionary> attachments_;
@@ -107,13 +116,8 @@ TEST_F(FileRecordTest, PutsTheDocumentedKeysInOrderWithOnePutMultiple) {
   std::ifstream in(LMK_TEST_DATA_DIR "/file_record_keys.txt");
   ASSERT_TRUE(in) << "cannot read " LMK_TEST_DATA_DIR "/file_record_keys.txt";
   ComPtr<RecordingDictionary> spy = MakeComObject<RecordingDictionary>();
-  auto factory = [&](IDictionary** out) {
-    spy->AddRef();
-    *out = spy.Get();
-    return S_OK;
-  };
   ComPtr<IDictionary> out;
-  ASSERT_EQ(Builder(nullptr, factory).Build(host_->Image(0).record(), out),
+  ASSERT_EQ(Builder(nullptr, Handing(spy)).Build(host_->Image(0).record(), out),
             FileRecordStatus::kBuilt);
   EXPECT_EQ(spy->multiplePuts, 1);
   EXPECT_EQ(spy->singlePuts, 0);
@@ -255,13 +259,8 @@ TEST_F(FileRecordTest, DictionaryThatCannotBeCreated) {
 TEST_F(FileRecordTest, DictionaryThatCannotBeFilled) {
   ComPtr<RecordingDictionary> spy = MakeComObject<RecordingDictionary>();
   spy->failPut = true;
-  auto factory = [&](IDictionary** out) {
-    spy->AddRef();
-    *out = spy.Get();
-    return S_OK;
-  };
   ComPtr<IDictionary> out;
-  EXPECT_EQ(Builder(nullptr, factory).Build(host_->Image(0).record(), out),
+  EXPECT_EQ(Builder(nullptr, Handing(spy)).Build(host_->Image(0).record(), out),
             FileRecordStatus::kCannotFill);
   EXPECT_FALSE(out);
 }

@@ -15,16 +15,14 @@
 
 #include "actions/renaming_template_store.h"
 #include "batch/run_request.h"
+#include "batch_fixture.h"
 #include "com/com_error.h"
-#include "platform/case_table.h"
-#include "platform/fake/memory_event_trace_sink.h"
 #include "platform/usage_counter.h"
 #include "rules/element_kind.h"
 #include "rules/rule_set_stream.h"
 #include "shell/file_utilities.h"
 #include "shell/lumarko_plugin.h"
-#include "support/fake_elements.h"
-#include "support/fake_host.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 #include "templates/settings_fixture.h"
 
@@ -35,6 +33,8 @@ using test::CFakeAction;
 using test::CFakeCondition;
 using test::FakeActionKind;
 using test::FakeRunHost;
+using test::NewStream;
+using test::Rule;
 
 // Keeps what the dialog shows.
 class RecordingView final : public DialogView {
@@ -51,42 +51,15 @@ class RecordingView final : public DialogView {
   int eventLists = 0;
 };
 
-ComPtr<IStream> NewStream() {
-  ComPtr<IStream> stream;
-  stream.Attach(SHCreateMemStream(nullptr, 0));
-  if (!stream) throw ComError(E_OUTOFMEMORY);
-  return stream;
-}
-
-std::unique_ptr<CBatchRunner> QuickRunner() {
-  BatchRunnerOptions options;
-  options.minimumRunTime = std::chrono::milliseconds(0);
-  options.threadCount = 1;
-  options.logFilePath = L"/nonexistent/lumarko-test.etl";
-  options.fileExists = [](std::wstring_view) { return true; };
-  return std::make_unique<CBatchRunner>(
-      std::make_unique<EventLogWriter>(std::make_unique<fake::MemoryEventTraceSink>()),
-      std::move(options));
-}
-
-std::shared_ptr<CRule> RuleWith(std::shared_ptr<CAction> action) {
-  auto rule = std::make_shared<CRule>(L"rule");
-  rule->AddAction(std::move(action));
-  return rule;
-}
-
-class MainDialogTest : public ::testing::Test {
+class MainDialogTest : public test::BatchFixture {
  protected:
-  MainDialogTest() : registry_(test::MakeFakeRegistry(false)) {}
-
   CMainDialog Dialog(ComPtr<ILumarkoHost> host, ComPtr<IStream> stream = nullptr) {
     return CMainDialog(std::move(host), std::move(stream), 0, view_, *registry_, QuickRunner());
   }
 
   test::ScopedConfigDir config_;
-  std::unique_ptr<CElementRegistry> registry_;
+  std::unique_ptr<CElementRegistry> registry_ = test::MakeFakeRegistry(false);
   RecordingView view_;
-  ComPtr<FakeRunHost> host_ = MakeComObject<FakeRunHost>(3);
 };
 
 // ---- Run request ------------------------------------------------------------------------------
@@ -95,8 +68,8 @@ TEST_F(MainDialogTest, RunRequestRoundTrips) {
   RunRequest request;
   request.mode = 3;
   request.flags = kRunRequestShowEvents;
-  request.rules = {RuleWith(std::make_shared<CFakeAction>()),
-                   RuleWith(std::make_shared<CFakeAction>())};
+  request.rules = {Rule({std::make_shared<CFakeAction>()}),
+                   Rule({std::make_shared<CFakeAction>()})};
   request.rules[1]->SetChecked(false);
   ComPtr<IStream> stream = NewStream();
   ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
@@ -111,7 +84,7 @@ TEST_F(MainDialogTest, RunRequestRoundTrips) {
 
 TEST_F(MainDialogTest, RuleSetAloneIsNoRunRequest) {
   ComPtr<IStream> stream = NewStream();
-  std::vector<std::shared_ptr<CRule>> rules{RuleWith(std::make_shared<CFakeAction>())};
+  std::vector<std::shared_ptr<CRule>> rules{Rule({std::make_shared<CFakeAction>()})};
   ASSERT_EQ(SaveRuleSet(stream.Get(), rules), S_OK);
   RunRequest read;
   ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &read), S_OK);
@@ -154,7 +127,7 @@ class ApplyRulesCheck : public MainDialogTest, public ::testing::WithParamInterf
 TEST_P(ApplyRulesCheck, RefusesOrStarts) {
   const CheckCase& c = GetParam();
   CMainDialog dialog = Dialog(host_);
-  dialog.Rules().Add(RuleWith(std::make_shared<CFakeAction>()));
+  dialog.Rules().Add(Rule({std::make_shared<CFakeAction>()}));
   c.arrange(*host_.Get(), dialog.Rules());
   ASSERT_EQ(dialog.SetMode(c.mode), S_OK);
   EXPECT_EQ(dialog.ApplyRules(), c.starts);
@@ -194,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(MainDialogTest, WithoutHostNothingIsApplied) {
   CMainDialog dialog = Dialog(nullptr);
-  dialog.Rules().Add(RuleWith(std::make_shared<CFakeAction>()));
+  dialog.Rules().Add(Rule({std::make_shared<CFakeAction>()}));
   EXPECT_FALSE(dialog.ApplyRules());
   ASSERT_EQ(view_.messages.size(), 1u);
   EXPECT_EQ(view_.messages[0].caption, L"Lumarko File Utilities - Internal Error");
@@ -219,7 +192,7 @@ ComPtr<IStream> CurrentImageRequest(DWORD flags) {
   RunRequest request;
   request.mode = 1;
   request.flags = flags;
-  request.rules = {RuleWith(std::make_shared<CFakeAction>())};
+  request.rules = {Rule({std::make_shared<CFakeAction>()})};
   if (FAILED(WriteRunRequest(stream.Get(), request))) throw ComError(E_FAIL);
   return stream;
 }
@@ -293,7 +266,7 @@ TEST_F(MainDialogTest, RunUsesTheRuleSetsTemplatesBeforeTheUsersAndOnlyWhileItRu
     found->clear();
     RunRequest request;
     request.mode = 1;
-    request.rules = {RuleWith(std::make_shared<CFakeAction>())};
+    request.rules = {Rule({std::make_shared<CFakeAction>()})};
     request.templates = c.templates;
     ComPtr<IStream> stream = NewStream();
     ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);

@@ -21,7 +21,7 @@
 #include "conditions/time_taken_condition.h"
 #include "conditions/time_taken_time_span_condition.h"
 #include "conditions/value_tables.h"
-#include "platform/case_table.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

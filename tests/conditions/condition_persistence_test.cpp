@@ -9,11 +9,11 @@
 #include "condition_fixture.h"
 #include "conditions/condition_registration.h"
 #include "conditions/file_size_condition.h"
-#include "platform/case_table.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_yaml.h"
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

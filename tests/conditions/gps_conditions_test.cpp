@@ -14,8 +14,8 @@
 #include "conditions/gps_speed_condition.h"
 #include "conditions/magnetic_model.h"
 #include "conditions/packed_comparison.h"
-#include "platform/case_table.h"
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

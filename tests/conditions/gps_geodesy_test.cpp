@@ -12,7 +12,7 @@
 
 #include "conditions/geodesy.h"
 #include "conditions/magnetic_model.h"
-#include "platform/case_table.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

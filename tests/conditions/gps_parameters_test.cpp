@@ -14,10 +14,10 @@
 #include "conditions/gps_metadata_condition.h"
 #include "conditions/gps_position_condition.h"
 #include "conditions/gps_speed_condition.h"
-#include "platform/case_table.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "conditions/place_parser.h"
-#include "platform/case_table.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

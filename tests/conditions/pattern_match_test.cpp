@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/case_table.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "platform/case_table.h"
 #include "rules/element_kind.h"
 #include "rules/element_registry.h"
+#include "support/data_table.h"
 #include "support/fake_elements.h"
 
 namespace lmk {

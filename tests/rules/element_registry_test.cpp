@@ -6,8 +6,8 @@
 
 #include <map>
 
-#include "com/test_data_rows.h"
 #include "rules/rule_set_error.h"
+#include "support/data_table.h"
 #include "support/fake_elements.h"
 
 namespace lmk {

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "com/test_data_rows.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {

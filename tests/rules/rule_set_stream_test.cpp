@@ -9,10 +9,10 @@
 
 #include "com/com_error.h"
 #include "com/com_ptr.h"
-#include "platform/case_table.h"
 #include "rules/rule_engine.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_yaml.h"
+#include "support/data_table.h"
 #include "support/fake_elements.h"
 
 namespace lmk {

@@ -6,10 +6,10 @@
 
 #include <map>
 
-#include "com/test_data_rows.h"
 #include "rules/action_error_mode.h"
 #include "rules/rule_engine.h"
 #include "rules/rule_set_error.h"
+#include "support/data_table.h"
 #include "support/fake_elements.h"
 
 namespace lmk {

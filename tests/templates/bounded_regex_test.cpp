@@ -9,7 +9,7 @@
 #include <regex>
 
 #include "com/com_error.h"
-#include "platform/case_table.h"
+#include "support/data_table.h"
 #include "templates/template_expander.h"
 
 namespace lmk {

@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
-#include "com/test_data_rows.h"
 #include "platform/settings_store.h"
 #include "settings_fixture.h"
+#include "support/data_table.h"
 #include "templates/template_expander.h"
 
 namespace lmk {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "com/test_data_rows.h"
 #include "record_fixture.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 #include "templates/regex_cache.h"
 

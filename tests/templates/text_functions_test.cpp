@@ -7,7 +7,7 @@
 #include <functional>
 #include <map>
 
-#include "platform/case_table.h"
+#include "support/data_table.h"
 #include "templates/file_name_parts.h"
 
 namespace lmk {

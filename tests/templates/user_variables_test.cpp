@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/case_table.h"
 #include "record_fixture.h"
 #include "settings_fixture.h"
+#include "support/data_table.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
