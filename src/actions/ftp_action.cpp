@@ -14,6 +14,7 @@
 #include "platform/event_log_writer.h"
 #include "platform/ftp_client.h"
 #include "platform/internet_error.h"
+#include "platform/secret_store.h"
 #include "platform/usage_counter.h"
 #include "templates/template_expander.h"
 
@@ -73,6 +74,8 @@ std::wstring ExtensionChanged(std::wstring_view url, std::wstring_view extension
 }  // namespace
 
 CFTPAction::CFTPAction() : CAction(ProductKind(ElementFamily::Action, L"FTPUpload")) {
+  // Its destination may carry a password from the moment it is loaded.
+  KeepSecretsOutOfCoreFiles();
   SetFlags(kFtpPassive | kCompanionXmp | kCompanionWav);
 }
 

@@ -33,7 +33,9 @@ void Encipher(std::vector<uint8_t>& bytes) {
 }  // namespace
 
 CFtpDestinationStore::CFtpDestinationStore(std::shared_ptr<SettingsStore> store)
-    : store_(std::move(store)) {}
+    : store_(std::move(store)) {
+  KeepSecretsOutOfCoreFiles();
+}
 
 HRESULT CFtpDestinationStore::EnsureStore() {
   if (store_) return S_OK;

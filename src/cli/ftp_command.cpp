@@ -12,6 +12,7 @@
 #include "cli/subcommands.h"
 #include "platform/ftp_client.h"
 #include "platform/internet_error.h"
+#include "platform/secret_store.h"
 #include "platform/text_encoding.h"
 
 namespace lmk::cli {
@@ -119,6 +120,8 @@ Runner SetupFtp(CLI::App& app) {
       "recent", "list the stored FTP destinations, newest first, passwords masked");
   options->forget = command->add_subcommand("forget", "remove the stored FTP destinations");
   return [options] {
+    // The address on the command line may carry a password.
+    KeepSecretsOutOfCoreFiles();
     if (options->test->parsed()) return RunTest(*options);
     if (options->forget->parsed()) return RunForget();
     return RunRecent();

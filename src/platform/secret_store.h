@@ -20,4 +20,10 @@ namespace lmk {
 /// SealSecret.
 [[nodiscard]] HRESULT UnsealSecret(const std::vector<uint8_t>& sealed, std::vector<uint8_t>* plain);
 
+/// Keeps the passwords this process holds out of core files (and away from other programs of
+/// the same user that would read its memory): called before a password enters memory, it lasts
+/// for the life of the process. libcurl keeps its own copies of a URL's credentials, so wiping
+/// our buffers alone could not promise this.
+void KeepSecretsOutOfCoreFiles() noexcept;
+
 }  // namespace lmk

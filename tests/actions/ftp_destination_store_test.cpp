@@ -3,6 +3,8 @@
 #include "actions/ftp_destination_store.h"
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -102,6 +104,15 @@ TEST_F(FtpDestinationStoreTest, NewestFirstOnceWithinTheLimitUntilForgotten) {
   ASSERT_EQ(store.Forget(), S_OK);
   ASSERT_EQ(store.Recent(&recent), S_OK);
   EXPECT_TRUE(recent.empty());
+}
+
+// Once stored destinations (and so passwords) are in memory, no core file can be written.
+TEST(FtpSecrets, KeptOutOfCoreFiles) {
+  CFtpDestinationStore store(nullptr);
+  struct rlimit core {};
+  ASSERT_EQ(::getrlimit(RLIMIT_CORE, &core), 0);
+  EXPECT_EQ(core.rlim_max, 0u);
+  EXPECT_EQ(::prctl(PR_GET_DUMPABLE, 0, 0, 0, 0), 0);
 }
 
 TEST(RC4, PublishedVector) {

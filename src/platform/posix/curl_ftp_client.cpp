@@ -234,6 +234,13 @@ class CurlFtpClient final : public FtpClient {
       if (home != nullptr) {
         knownHosts_ = std::string(home) + "/.ssh/known_hosts";
         curl_easy_setopt(handle, CURLOPT_SSH_KNOWNHOSTS, knownHosts_.c_str());
+        // Without a password the user's own key logs in, as with any SSH client.
+        if (!address.hasPassword) {
+          privateKey_ = UserKeyFile(home);
+          if (!privateKey_.empty()) {
+            curl_easy_setopt(handle, CURLOPT_SSH_PRIVATE_KEYFILE, privateKey_.c_str());
+          }
+        }
       }
     }
     // libcurl keeps its own copy; this one is wiped so that it cannot linger in freed memory.
@@ -254,8 +261,18 @@ class CurlFtpClient final : public FtpClient {
     return HRESULT_FROM_WIN32(internet);
   }
 
+  // The first of the user's usual SSH keys that exists; empty when there is none.
+  static std::string UserKeyFile(const char* home) {
+    for (const char* name : {"id_ed25519", "id_ecdsa", "id_rsa"}) {
+      std::string path = std::string(home) + "/.ssh/" + name;
+      if (::access(path.c_str(), R_OK) == 0) return path;
+    }
+    return {};
+  }
+
   std::unique_ptr<CURL, HandleDeleter> handle_;
   std::string knownHosts_;
+  std::string privateKey_;
 };
 
 }  // namespace

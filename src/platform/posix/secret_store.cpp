@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -163,6 +165,17 @@ HRESULT UnsealSecret(const std::vector<uint8_t>& sealed, std::vector<uint8_t>* p
   }
   *plain = std::move(out);
   return S_OK;
+}
+
+void KeepSecretsOutOfCoreFiles() noexcept {
+  static const bool kept = [] {
+    // A process that is not dumpable writes no core file for its owner and cannot be traced or
+    // read through /proc by other programs of the same user; no core at all covers systems that
+    // still dump such processes for the administrator.
+    const struct rlimit none {};
+    return ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) == 0 && ::setrlimit(RLIMIT_CORE, &none) == 0;
+  }();
+  (void)kept;
 }
 
 }  // namespace lmk
