@@ -6,6 +6,7 @@
 #include "com/com_ptr.h"
 #include "com/variant.h"
 #include "host_api/lumarko_host.h"
+#include "platform/usage_counter.h"
 
 namespace lmk {
 namespace {
@@ -50,6 +51,14 @@ HRESULT ReadFrameNumber(IDictionary& record, unsigned* frame) {
   if (FAILED(ReadValue(record, L"Misc.FrameNumber", value))) return S_OK;
   LMK_RETURN_IF_FAILED(value.ChangeType(VT_UI4));
   *frame = value.ref().ulVal;
+  return S_OK;
+}
+
+HRESULT StartOnFirstFrame(IDictionary& record, std::wstring_view usageEvent) {
+  unsigned frame = 0;
+  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
+  if (frame > 0) return S_FALSE;
+  CountUsage(usageEvent);
   return S_OK;
 }
 

@@ -14,6 +14,11 @@ namespace lmk {
 /// `Misc.FrameNumber`; a record without it is taken as frame 0 (a single-frame file).
 [[nodiscard]] HRESULT ReadFrameNumber(IDictionary& record, unsigned* frame);
 
+/// Where every file action starts: S_FALSE for a frame after the first (a multi-frame file is
+/// one file, acted on once); otherwise the action's use is counted under usageEvent and S_OK
+/// returned. The record's failure.
+[[nodiscard]] HRESULT StartOnFirstFrame(IDictionary& record, std::wstring_view usageEvent);
+
 /// A value coerced to text. The read's failure (E_FAIL for a missing key) or the coercion's.
 [[nodiscard]] HRESULT ReadRecordText(IDictionary& record, std::wstring_view key,
                                      std::wstring* text);

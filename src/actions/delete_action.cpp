@@ -13,7 +13,6 @@
 #include "platform/file_facts.h"
 #include "platform/file_operations.h"
 #include "platform/trash.h"
-#include "platform/usage_counter.h"
 
 namespace lmk {
 
@@ -79,10 +78,7 @@ HRESULT CDeleteAction::DeleteOne(std::wstring_view path, std::wstring* errorText
 }
 
 HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
-  unsigned frame = 0;
-  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
-  if (frame > 0) return S_FALSE;
-  CountUsage(UsageEventName());
+  if (const HRESULT hr = StartOnFirstFrame(record, UsageEventName()); hr != S_OK) return hr;
 
   std::wstring path;
   LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &path));

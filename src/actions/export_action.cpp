@@ -12,7 +12,6 @@
 #include "com/com_error.h"
 #include "platform/event_log_writer.h"
 #include "platform/file_operations.h"
-#include "platform/usage_counter.h"
 
 namespace lmk {
 namespace {
@@ -108,11 +107,7 @@ HRESULT CExportAction::Execute(IDictionary* record) const {
 }
 
 HRESULT CExportAction::ExecuteFrame(IDictionary& record) const {
-  unsigned frame = 0;
-  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
-  // A multi-frame file is exported once, from its first frame.
-  if (frame > 0) return S_FALSE;
-  CountUsage(UsageEventName());
+  if (const HRESULT hr = StartOnFirstFrame(record, UsageEventName()); hr != S_OK) return hr;
 
   std::wstring source;
   LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &source));

@@ -15,7 +15,6 @@
 #include "platform/ftp_client.h"
 #include "platform/internet_error.h"
 #include "platform/secret_store.h"
-#include "platform/usage_counter.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
@@ -165,11 +164,7 @@ HRESULT CFTPAction::UploadOne(std::wstring_view local, std::wstring_view url,
 }
 
 HRESULT CFTPAction::Run(IDictionary& record) const {
-  unsigned frame = 0;
-  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
-  // Only the first frame of a multi-frame file is uploaded: the file is one file.
-  if (frame > 0) return S_FALSE;
-  CountUsage(UsageEventName());
+  if (const HRESULT hr = StartOnFirstFrame(record, UsageEventName()); hr != S_OK) return hr;
 
   std::wstring source;
   LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &source));

@@ -8,7 +8,6 @@
 #include "com/com_ptr.h"
 #include "com/variant.h"
 #include "platform/event_log_writer.h"
-#include "platform/usage_counter.h"
 
 namespace lmk {
 namespace {
@@ -78,10 +77,7 @@ HRESULT CMetadataAction::Run(IDictionary& record) const {
   if (value_ == kOneMore && current >= UpperBound()) return S_OK;
   if (value_ == kOneLess && current < 1) return S_OK;
 
-  unsigned frame = 0;
-  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
-  if (frame > 0) return S_FALSE;
-  CountUsage(UsageEventName());
+  if (const HRESULT hr = StartOnFirstFrame(record, UsageEventName()); hr != S_OK) return hr;
 
   ULONGLONG cookie = 0;
   LMK_RETURN_IF_FAILED(ReadCookie(record, &cookie));

@@ -10,7 +10,6 @@
 #include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
-#include "platform/usage_counter.h"
 
 namespace lmk {
 
@@ -61,10 +60,7 @@ HRESULT CRenameAction::Execute(IDictionary* record) const {
 
 HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
   constexpr PathStyle kStyle = kNativePathStyle;
-  unsigned frame = 0;
-  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
-  if (frame > 0) return S_FALSE;
-  CountUsage(UsageEventName());
+  if (const HRESULT hr = StartOnFirstFrame(record, UsageEventName()); hr != S_OK) return hr;
 
   std::wstring oldPath;
   LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &oldPath));

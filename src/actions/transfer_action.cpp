@@ -12,7 +12,6 @@
 #include "platform/event_log_writer.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
-#include "platform/usage_counter.h"
 
 namespace lmk {
 namespace {
@@ -126,11 +125,7 @@ HRESULT CTransferAction::TransferCompanion(const CompanionFile& companion, std::
 }
 
 HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
-  unsigned frame = 0;
-  LMK_RETURN_IF_FAILED(ReadFrameNumber(record, &frame));
-  // Only the first frame of a multi-frame file is transferred: the file is one file.
-  if (frame > 0) return S_FALSE;
-  CountUsage(UsageEventName());
+  if (const HRESULT hr = StartOnFirstFrame(record, UsageEventName()); hr != S_OK) return hr;
 
   std::wstring source;
   LMK_RETURN_IF_FAILED(ReadRecordText(record, L"File.Name", &source));
