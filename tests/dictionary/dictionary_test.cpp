@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <future>
-#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,94 +19,38 @@
 namespace lmk::test {
 namespace {
 
-// --- Reading and testing names ----------------------------------------------------------------
-
-struct LookupCase {
-  const char* name;
-  std::optional<std::wstring> key;  // nullopt: a null BSTR
-  HRESULT get_hr;
-  HRESULT test_hr;
-  LONG expected_value;  // when get_hr is S_OK
-};
-
-class DictionaryLookupTest : public ::testing::TestWithParam<LookupCase> {
- protected:
-  void SetUp() override {
-    dictionary_ = MakeDictionary();
-    ASSERT_EQ(Put(dictionary_.Get(), L"File.Name", Variant::I4(1)), S_OK);
-    ASSERT_EQ(Put(dictionary_.Get(), L"file.name", Variant::I4(2)), S_OK);
-    ASSERT_EQ(Put(dictionary_.Get(), L"A", Variant::I4(3)), S_OK);
-  }
-  ComPtr<IDictionary> dictionary_;
-};
+class DictionaryLookupTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryLookupTest, GetAndTest) {
-  const LookupCase& c = GetParam();
-  Bstr key;
-  if (c.key) key = Bstr(*c.key);
-  Variant value = Variant::I4(-1);
-  EXPECT_EQ(dictionary_->get_Value(key.get(), &value), c.get_hr);
-  if (c.get_hr == S_OK) {
-    ASSERT_EQ(value.vt(), VT_I4);
-    EXPECT_EQ(value.ref().lVal, c.expected_value);
-  } else {
-    EXPECT_EQ(value.vt(), VT_EMPTY) << "a failed read must not leave a value behind";
+  const CaseRow& c = GetParam();
+  ComPtr<IDictionary> dictionary = MakeDictionary();
+  for (const auto& [name, value] : {std::pair{L"File.Name", 1}, {L"file.name", 2}, {L"A", 3}}) {
+    ASSERT_EQ(Put(dictionary.Get(), name, Variant::I4(value)), S_OK);
   }
-  EXPECT_EQ(dictionary_->Test(key.get()), c.test_hr);
+  Variant value = Variant::I4(-1);
+  EXPECT_EQ(dictionary->get_Value(Key(c[0]).get(), &value), HrNamed(c[1]));
+  EXPECT_EQ(value.vt(), c[3].empty() ? VT_EMPTY : VT_I4) << "a failed read leaves no value";
+  EXPECT_EQ(value.vt() == VT_I4 ? value.ref().lVal : 0, c[3].empty() ? 0 : std::stoi(c[3]));
+  EXPECT_EQ(dictionary->Test(Key(c[0]).get()), HrNamed(c[2]));
 }
 
-const LookupCase kLookupCases[] = {
-    {"Present", L"File.Name", S_OK, S_OK, 1},
-    {"LowerCaseIsItsOwnEntry", L"file.name", S_OK, S_OK, 2},
-    {"UpperCaseIsMissing", L"FILE.NAME", E_FAIL, S_FALSE, 0},
-    {"Missing", L"Nope", E_FAIL, S_FALSE, 0},
-    {"PrefixIsMissing", L"File", E_FAIL, S_FALSE, 0},
-    {"LongerIsMissing", L"File.Name.", E_FAIL, S_FALSE, 0},
-    {"SingleLetter", L"A", S_OK, S_OK, 3},
-    {"Empty", L"", E_INVALIDARG, E_INVALIDARG, 0},
-    {"Null", std::nullopt, E_INVALIDARG, E_INVALIDARG, 0},
-};
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryLookupTest, ::testing::ValuesIn(Calls("get")), CaseName);
 
-INSTANTIATE_TEST_SUITE_P(Names, DictionaryLookupTest, ::testing::ValuesIn(kLookupCases),
-                         [](const auto& i) { return std::string(i.param.name); });
-
-// --- Writing ----------------------------------------------------------------------------------
-
-struct PutCase {
-  const char* name;
-  std::optional<std::wstring> key;
-  HRESULT hr;
-  LONG count_after;  // the dictionary starts with "x" = 1
-};
-
-class DictionaryPutTest : public ::testing::TestWithParam<PutCase> {};
+class DictionaryPutTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryPutTest, AddsOrReplaces) {
-  const PutCase& c = GetParam();
+  const CaseRow& c = GetParam();
   ComPtr<IDictionary> dictionary = MakeDictionary();
   ASSERT_EQ(Put(dictionary.Get(), L"x", Variant::I4(1)), S_OK);
-  Bstr key;
-  if (c.key) key = Bstr(*c.key);
-  EXPECT_EQ(dictionary->put_Value(key.get(), Variant::String(L"new").ref()), c.hr);
-  EXPECT_EQ(CountOf(dictionary.Get()), c.count_after);
-  if (c.hr == S_OK) {
-    Variant value;
-    ASSERT_EQ(Get(dictionary.Get(), *c.key, &value), S_OK);
-    ASSERT_EQ(value.vt(), VT_BSTR);
-    EXPECT_EQ(std::wstring(value.ref().bstrVal), L"new");
-  }
+  EXPECT_EQ(dictionary->put_Value(Key(c[0]).get(), Variant::String(L"new").ref()), HrNamed(c[1]));
+  EXPECT_EQ(CountOf(dictionary.Get()), std::stoi(c[2]));
+  Variant value;
+  if (c[1] != "S_OK") return;
+  ASSERT_EQ(dictionary->get_Value(Key(c[0]).get(), &value), S_OK);
+  EXPECT_EQ(value.vt() == VT_BSTR ? std::wstring(value.ref().bstrVal) : L"", L"new");
 }
 
-const PutCase kPutCases[] = {
-    {"NewName", L"y", S_OK, 2},
-    {"ReplacesExisting", L"x", S_OK, 1},
-    {"OtherCaseAdds", L"X", S_OK, 2},
-    {"Empty", L"", E_INVALIDARG, 1},
-    {"Null", std::nullopt, E_INVALIDARG, 1},
-};
-
-INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutTest, ::testing::ValuesIn(kPutCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutTest, ::testing::ValuesIn(Calls("put")), CaseName);
 
 TEST(DictionaryTest, StoredValueIsACopyOfTheCallersValue) {
   ComPtr<IDictionary> dictionary = MakeDictionary();
@@ -170,17 +114,12 @@ struct NameArray {
   std::vector<LPOLESTR> pointers;
 };
 
-struct PutMultipleCase {
-  const char* name;
-  ULONG bad_index;  // 120: none
-  const wchar_t* bad;
-};
-
-class DictionaryPutMultipleTest : public ::testing::TestWithParam<PutMultipleCase> {};
+class DictionaryPutMultipleTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
   constexpr ULONG kCount = 120;
-  const PutMultipleCase& c = GetParam();
+  const ULONG badIndex = std::stoul(GetParam()[0]);
+  const wchar_t* bad = GetParam()[1] == "(null)" ? nullptr : L"";
   std::vector<std::wstring> names;
   std::vector<Variant> values;
   for (ULONG i = 0; i < kCount; ++i) {
@@ -188,15 +127,15 @@ TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
     values.push_back(Variant::I4(static_cast<LONG>(i)));
   }
   std::vector<const wchar_t*> given;
-  for (ULONG i = 0; i < kCount; ++i) given.push_back(i == c.bad_index ? c.bad : names[i].c_str());
+  for (ULONG i = 0; i < kCount; ++i) given.push_back(i == badIndex ? bad : names[i].c_str());
   NameArray array(given);
   std::vector<VARIANT> raw;
   for (Variant& v : values) raw.push_back(v.ref());
 
   ComPtr<IDictionary> dictionary = MakeDictionary();
   EXPECT_EQ(dictionary->PutMultiple(kCount, array.pointers.data(), raw.data()),
-            c.bad_index == kCount ? S_OK : E_INVALIDARG);
-  const ULONG stored = c.bad_index;
+            badIndex == kCount ? S_OK : E_INVALIDARG);
+  const ULONG stored = badIndex;
   EXPECT_EQ(CountOf(dictionary.Get()), static_cast<LONG>(stored));
   for (ULONG i = 0; i < kCount; ++i) {
     Variant value;
@@ -210,33 +149,24 @@ TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
   }
 }
 
-const PutMultipleCase kPutMultipleCases[] = {
-    {"AllGood", 120, nullptr},     {"NullFirst", 0, nullptr}, {"NullInTheMiddle", 60, nullptr},
-    {"EmptyInTheMiddle", 61, L""}, {"EmptyLast", 119, L""},
-};
-
-INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutMultipleTest, ::testing::ValuesIn(kPutMultipleCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutMultipleTest,
+                         ::testing::ValuesIn(Calls("putmultiple")), CaseName);
 
 // A fill of an empty dictionary takes a faster path than puts into a full one, and remembers the
 // order of the names it was last given: either way the outcome must be that of one put_Value
 // after another.
-struct FillCase {
-  const char* name;
-  std::vector<std::vector<std::wstring>> fills;  // successive PutMultiple calls, same array
-};
-
-class DictionaryFillTest : public ::testing::TestWithParam<FillCase> {};
+class DictionaryFillTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryFillTest, GivesWhatOnePutAfterAnotherGives) {
   // One array of name buffers reused across the fills, as a caller with a fixed table does.
   std::vector<std::wstring> buffers(8, std::wstring(32, L'\0'));
   LONG serial = 0;
-  for (const std::vector<std::wstring>& fill : GetParam().fills) {
+  for (const std::string& list : Split(GetParam()[0], ';')) {
+    const std::vector<std::string> fill = Split(list);
     std::vector<LPOLESTR> pointers;
     std::vector<Variant> values;
     for (std::size_t i = 0; i < fill.size(); ++i) {
-      buffers[i].assign(fill[i]);
+      buffers[i].assign(Widen(fill[i]));
       pointers.push_back(buffers[i].data());
       values.push_back(Variant::I4(++serial));
     }
@@ -248,36 +178,24 @@ TEST_P(DictionaryFillTest, GivesWhatOnePutAfterAnotherGives) {
               S_OK);
     ComPtr<CDictionary> expected = MakeComObject<CDictionary>();
     for (std::size_t i = 0; i < fill.size(); ++i) {
-      const Bstr name(fill[i]);
+      const Bstr name(Widen(fill[i]));
       ASSERT_EQ(expected->put_Value(name.get(), raw[i]), S_OK);
     }
 
     const std::vector<Bstr> names = filled->NamesAfter(Bstr(), 100);
     const std::vector<Bstr> expectedNames = expected->NamesAfter(Bstr(), 100);
-    ASSERT_EQ(names.size(), expectedNames.size()) << GetParam().name;
+    ASSERT_EQ(names.size(), expectedNames.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
-      EXPECT_EQ(names[i].str(), expectedNames[i].str()) << GetParam().name;
+      EXPECT_EQ(names[i].str(), expectedNames[i].str());
       Variant got, want;
       ASSERT_EQ(filled->get_Value(names[i].get(), &got), S_OK);
       ASSERT_EQ(expected->get_Value(names[i].get(), &want), S_OK);
-      EXPECT_EQ(got.ref().lVal, want.ref().lVal) << GetParam().name << " " << names[i].str();
+      EXPECT_EQ(got.ref().lVal, want.ref().lVal) << names[i].str();
     }
   }
 }
 
-const FillCase kFillCases[] = {
-    {"InOrder", {{L"a", L"b", L"c"}}},
-    {"Reversed", {{L"Plugin.Host", L"Plugin.Globals", L"File.Name", L"App.Version"}}},
-    {"RepeatedNameLastWins", {{L"x", L"y", L"x", L"w", L"x"}}},
-    {"SameTableTwice", {{L"m", L"k", L"z"}, {L"m", L"k", L"z"}}},
-    {"SameTableNewNames", {{L"m", L"k", L"z"}, {L"z", L"m", L"k"}, {L"q", L"q", L"a"}}},
-    {"PrefixesAndCase",
-     {{L"Meta.IPTC.Photographer.City", L"Meta.IPTC.Photographer.", L"meta.iptc.photographer.city",
-       L"Meta.IPTC.Photographer.Cit"}}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Fills, DictionaryFillTest, ::testing::ValuesIn(kFillCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Fills, DictionaryFillTest, ::testing::ValuesIn(Calls("fill")), CaseName);
 
 // TakeMultiple is PutMultiple for values made for the dictionary: moved in, except a value
 // by reference, which would dangle and is stored as the value it points to.
@@ -326,59 +244,37 @@ TEST(DictionaryTest, NullPointersAndArraysAreInvalid) {
   EXPECT_EQ(CountOf(dictionary.Get()), 0);
 }
 
-// --- GetMultiple ------------------------------------------------------------------------------
-
-struct GetMultipleCase {
-  const char* name;
-  std::vector<const wchar_t*> names;  // nullptr: a null name
-  HRESULT hr;
-  std::vector<const wchar_t*> expected;  // the string values read, when hr is S_OK
-};
-
-class DictionaryGetMultipleTest : public ::testing::TestWithParam<GetMultipleCase> {};
+class DictionaryGetMultipleTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryGetMultipleTest, ReadsAllOrNothing) {
-  const GetMultipleCase& c = GetParam();
+  const CaseRow& c = GetParam();
   ComPtr<IDictionary> dictionary = MakeDictionary();
-  ASSERT_EQ(Put(dictionary.Get(), L"a", Variant::String(L"va")), S_OK);
-  ASSERT_EQ(Put(dictionary.Get(), L"b", Variant::String(L"vb")), S_OK);
-  ASSERT_EQ(Put(dictionary.Get(), L"c", Variant::String(L"vc")), S_OK);
-
-  NameArray array(c.names);
-  std::vector<LPOLESTR>& names = array.pointers;
-  // Slots start as garbage-free integers so a slot left untouched is visible.
-  std::vector<Variant> out(names.size());
-  for (Variant& v : out) v = Variant::I4(-1);
-  std::vector<VARIANT> raw(names.size());
-  for (std::size_t i = 0; i < raw.size(); ++i) raw[i] = out[i].ref();
-
-  EXPECT_EQ(dictionary->GetMultiple(static_cast<ULONG>(names.size()), names.data(), raw.data()),
-            c.hr);
+  for (const wchar_t* name : {L"a", L"b", L"c"}) {
+    ASSERT_EQ(Put(dictionary.Get(), name, Variant::String(std::wstring(L"v") + name)), S_OK);
+  }
+  std::vector<std::wstring> texts;
+  for (const std::string& name : Split(c[0])) texts.push_back(Widen(name));
+  std::vector<const wchar_t*> given;
+  for (const std::wstring& t : texts) given.push_back(t == L"(null)" ? nullptr : t.c_str());
+  NameArray array(given);
+  // Slots start as integers so that a slot left untouched is visible.
+  std::vector<VARIANT> raw(given.size());
+  for (VARIANT& v : raw) v = Variant::I4(-1).ref();
+  EXPECT_EQ(
+      dictionary->GetMultiple(static_cast<ULONG>(raw.size()), array.pointers.data(), raw.data()),
+      HrNamed(c[1]));
+  const std::vector<std::string> expected = Split(c[2]);
   for (std::size_t i = 0; i < raw.size(); ++i) {
     Variant owned;
     owned.Attach(&raw[i]);
-    if (c.hr == S_OK) {
-      ASSERT_EQ(owned.vt(), VT_BSTR) << "slot " << i;
-      EXPECT_EQ(std::wstring(owned.ref().bstrVal), c.expected[i]) << "slot " << i;
-    } else {
-      EXPECT_EQ(owned.vt(), VT_EMPTY) << "slot " << i << ": the caller must own nothing";
-    }
+    ASSERT_EQ(owned.vt(), expected.empty() ? VT_EMPTY : VT_BSTR) << "the caller owns all or none";
+    EXPECT_EQ(owned.vt() == VT_BSTR ? std::wstring(owned.ref().bstrVal) : L"",
+              expected.empty() ? L"" : Widen(expected[i]));
   }
 }
 
-const GetMultipleCase kGetMultipleCases[] = {
-    {"All", {L"c", L"a", L"b"}, S_OK, {L"vc", L"va", L"vb"}},
-    {"Repeated", {L"a", L"a"}, S_OK, {L"va", L"va"}},
-    {"MissingLast", {L"a", L"b", L"zz"}, E_FAIL, {}},
-    {"MissingFirst", {L"zz", L"a"}, E_FAIL, {}},
-    {"OtherCase", {L"a", L"B"}, E_FAIL, {}},
-    {"NullName", {L"a", nullptr}, E_INVALIDARG, {}},
-    {"EmptyName", {L"a", L""}, E_INVALIDARG, {}},
-    {"None", {}, S_OK, {}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Names, DictionaryGetMultipleTest, ::testing::ValuesIn(kGetMultipleCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Names, DictionaryGetMultipleTest,
+                         ::testing::ValuesIn(Calls("getmultiple")), CaseName);
 
 // --- MergeTo ----------------------------------------------------------------------------------
 
@@ -475,19 +371,7 @@ TEST(DictionaryEnumTest, OrderIsTheNameOrderNotInsertionOrder) {
   EXPECT_TRUE(StrictlyOrdered(names));
 }
 
-struct Step {
-  enum Kind { kNext, kSkip, kReset } kind;
-  ULONG count;
-  HRESULT hr;
-  std::vector<std::wstring> names;  // what kNext returns
-};
-
-struct EnumCase {
-  const char* name;
-  std::vector<Step> steps;
-};
-
-class DictionaryEnumStepsTest : public ::testing::TestWithParam<EnumCase> {};
+class DictionaryEnumStepsTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryEnumStepsTest, Walk) {
   ComPtr<IDictionary> dictionary = MakeDictionary();
@@ -495,62 +379,35 @@ TEST_P(DictionaryEnumStepsTest, Walk) {
     ASSERT_EQ(Put(dictionary.Get(), name, Variant::I4(0)), S_OK);
   }
   ComPtr<IEnumVARIANT> enumerator = EnumOf(dictionary.Get());
-  int index = 0;
-  for (const Step& step : GetParam().steps) {
-    SCOPED_TRACE("step " + std::to_string(index++));
-    switch (step.kind) {
-      case Step::kNext: {
-        std::vector<VARIANT> slots(step.count + 1);
-        for (VARIANT& slot : slots) slot.vt = VT_I4;  // must be initialised by Next
-        ULONG fetched = 99;
-        EXPECT_EQ(enumerator->Next(step.count, slots.data(), &fetched), step.hr);
-        ASSERT_EQ(fetched, step.names.size());
-        for (ULONG i = 0; i < step.count; ++i) {
-          Variant owned;
-          owned.Attach(&slots[i]);
-          if (i < fetched) {
-            ASSERT_EQ(owned.vt(), VT_BSTR);
-            EXPECT_EQ(std::wstring(owned.ref().bstrVal), step.names[i]);
-          } else {
-            EXPECT_EQ(owned.vt(), VT_EMPTY);
-          }
-        }
-        break;
-      }
-      case Step::kSkip:
-        EXPECT_EQ(enumerator->Skip(step.count), step.hr);
-        break;
-      case Step::kReset:
-        EXPECT_EQ(enumerator->Reset(), step.hr);
-        break;
+  for (const std::string& step : Split(GetParam()[0], ';')) {
+    SCOPED_TRACE(step);
+    std::istringstream in(step);
+    std::string kind, hr;
+    ULONG count = 0;
+    in >> kind >> count >> hr;
+    if (kind != "next") {
+      EXPECT_EQ(kind == "skip" ? enumerator->Skip(count) : enumerator->Reset(), HrNamed(hr));
+      continue;
+    }
+    std::vector<std::wstring> names;
+    for (std::string name; in >> name;) names.push_back(Widen(name));
+    std::vector<VARIANT> slots(count + 1);
+    for (VARIANT& slot : slots) slot.vt = VT_I4;  // must be initialised by Next
+    ULONG fetched = 99;
+    EXPECT_EQ(enumerator->Next(count, slots.data(), &fetched), HrNamed(hr));
+    ASSERT_EQ(fetched, names.size());
+    for (ULONG i = 0; i < count; ++i) {
+      Variant owned;
+      owned.Attach(&slots[i]);
+      ASSERT_EQ(owned.vt(), i < fetched ? VT_BSTR : VT_EMPTY);
+      EXPECT_EQ(i < fetched ? std::wstring(owned.ref().bstrVal) : L"",
+                i < fetched ? names[i] : L"");
     }
   }
 }
 
-const EnumCase kEnumCases[] = {
-    {"AllAtOnce", {{Step::kNext, 5, S_OK, {L"a", L"b", L"c", L"d", L"e"}}}},
-    {"MoreThanThere", {{Step::kNext, 7, S_FALSE, {L"a", L"b", L"c", L"d", L"e"}}}},
-    {"InPairs",
-     {{Step::kNext, 2, S_OK, {L"a", L"b"}},
-      {Step::kNext, 2, S_OK, {L"c", L"d"}},
-      {Step::kNext, 2, S_FALSE, {L"e"}},
-      {Step::kNext, 2, S_FALSE, {}}}},
-    {"ZeroIsOk", {{Step::kNext, 0, S_OK, {}}, {Step::kNext, 1, S_OK, {L"a"}}}},
-    {"SkipThenNext", {{Step::kSkip, 2, S_OK, {}}, {Step::kNext, 1, S_OK, {L"c"}}}},
-    {"SkipPastTheEnd", {{Step::kSkip, 6, S_FALSE, {}}, {Step::kNext, 1, S_FALSE, {}}}},
-    {"SkipExactlyToTheEnd", {{Step::kSkip, 5, S_OK, {}}, {Step::kNext, 1, S_FALSE, {}}}},
-    {"ResetAfterTheEnd",
-     {{Step::kNext, 9, S_FALSE, {L"a", L"b", L"c", L"d", L"e"}},
-      {Step::kReset, 0, S_OK, {}},
-      {Step::kNext, 1, S_OK, {L"a"}}}},
-    {"ResetMidway",
-     {{Step::kSkip, 3, S_OK, {}},
-      {Step::kReset, 0, S_OK, {}},
-      {Step::kNext, 2, S_OK, {L"a", L"b"}}}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Steps, DictionaryEnumStepsTest, ::testing::ValuesIn(kEnumCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Steps, DictionaryEnumStepsTest, ::testing::ValuesIn(Calls("enum")),
+                         CaseName);
 
 TEST(DictionaryEnumTest, CloneContinuesFromTheSamePlaceIndependently) {
   ComPtr<IDictionary> dictionary = MakeDictionary();

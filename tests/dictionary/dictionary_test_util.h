@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -10,6 +12,7 @@
 #include "com/com_ptr.h"
 #include "com/variant.h"
 #include "dictionary/idictionary.h"
+#include "support/data_table.h"
 
 namespace lmk::test {
 
@@ -34,6 +37,46 @@ inline LONG CountOf(IDictionary* dictionary) {
   EXPECT_EQ(dictionary->get_Count(&count), S_OK);
   return count;
 }
+
+// The rows of one kind of tests/data/cases/dictionary_calls.tsv, padded to eight fields.
+inline std::vector<CaseRow> Calls(const std::string& kind) {
+  std::vector<CaseRow> rows;
+  for (CaseRow& r : ReadCaseTable("cases/dictionary_calls.tsv")) {
+    if (r[0] != kind) continue;
+    r.fields.erase(r.fields.begin());
+    r.fields.resize(8);
+    rows.push_back(std::move(r));
+  }
+  return rows;
+}
+
+inline HRESULT HrNamed(const std::string& name) {
+  static const std::map<std::string, HRESULT> codes = {
+      {"S_OK", S_OK},
+      {"S_FALSE", S_FALSE},
+      {"E_FAIL", E_FAIL},
+      {"E_INVALIDARG", E_INVALIDARG},
+      {"E_NOTIMPL", E_NOTIMPL},
+      {"DISP_E_BADPARAMCOUNT", DISP_E_BADPARAMCOUNT},
+      {"DISP_E_MEMBERNOTFOUND", DISP_E_MEMBERNOTFOUND},
+      {"DISP_E_NONAMEDARGS", DISP_E_NONAMEDARGS},
+      {"DISP_E_TYPEMISMATCH", DISP_E_TYPEMISMATCH},
+      {"DISP_E_UNKNOWNNAME", DISP_E_UNKNOWNNAME}};
+  return codes.at(name);
+}
+
+// "(null)" stands for a null name.
+inline Bstr Key(const std::string& text) { return text == "(null)" ? Bstr() : Bstr(Widen(text)); }
+
+inline std::vector<std::string> Split(const std::string& list, char at = ',') {
+  std::vector<std::string> parts;
+  if (list.empty()) return parts;
+  std::istringstream in(list + at);
+  for (std::string part; std::getline(in, part, at);) parts.push_back(part);
+  return parts;
+}
+
+inline std::string CaseName(const ::testing::TestParamInfo<CaseRow>& i) { return i.param.name; }
 
 // The current reference count of an object, read without changing it.
 inline ULONG RefCount(IUnknown* object) {
