@@ -2,9 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <optional>
 #include <sstream>
@@ -27,50 +28,27 @@ namespace {
 
 using namespace test;
 
-struct ErrnoCase {
-  std::string name;
-  int error;
-  DWORD win32;
-  DWORD write = 0;  // what files being made or written report instead, if not win32
-};
-
-class ErrnoMapTest : public ::testing::TestWithParam<ErrnoCase> {};
-
-TEST_P(ErrnoMapTest, GivesTheWin32CodeAndItsHresult) {
-  const ErrnoCase& c = GetParam();
-  EXPECT_EQ(Win32FromErrno(c.error), c.win32);
-  EXPECT_EQ(HresultFromErrno(c.error), HRESULT_FROM_WIN32(c.win32));
-  EXPECT_EQ(Win32FromWriteErrno(c.error), c.write ? c.write : c.win32);
+// An errno value by its name, as the C library names it, or by its number.
+int ErrnoNamed(const std::string& name) {
+  for (int e = 1; e < 4096 && !std::isdigit(static_cast<unsigned char>(name[0])); ++e) {
+    if (const char* known = ::strerrorname_np(e); known != nullptr && name == known) return e;
+  }
+  return std::stoi(name);
 }
 
-const ErrnoCase kErrnoCases[] = {
-    {"None", 0, ERROR_SUCCESS},
-    {"Missing", ENOENT, ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND},
-    {"ParentNotAFolder", ENOTDIR, ERROR_PATH_NOT_FOUND},
-    {"Denied", EACCES, ERROR_ACCESS_DENIED},
-    {"NotPermitted", EPERM, ERROR_ACCESS_DENIED},
-    {"IsAFolder", EISDIR, ERROR_ACCESS_DENIED},
-    {"ReadOnlyVolume", EROFS, ERROR_WRITE_PROTECT},
-    {"Exists", EEXIST, ERROR_FILE_EXISTS},
-    {"NotEmpty", ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
-    {"OtherDevice", EXDEV, ERROR_NOT_SAME_DEVICE},
-    {"NoSpace", ENOSPC, ERROR_DISK_FULL},
-    {"QuotaExceeded", EDQUOT, ERROR_DISK_FULL},
-    {"NameTooLong", ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
-    {"Busy", EBUSY, ERROR_BUSY},
-    {"TextBusy", ETXTBSY, ERROR_SHARING_VIOLATION},
-    {"WouldBlock", EWOULDBLOCK, ERROR_LOCK_VIOLATION, ERROR_SHARING_VIOLATION},
-    {"Invalid", EINVAL, ERROR_INVALID_PARAMETER},
-    {"BadDescriptor", EBADF, ERROR_INVALID_HANDLE},
-    {"NoMemory", ENOMEM, ERROR_OUTOFMEMORY},
-    {"TimedOut", ETIMEDOUT, ERROR_TIMEOUT},
-    {"NotSupported", ENOTSUP, ERROR_NOT_SUPPORTED},
-    {"NoMedium", ENOMEDIUM, ERROR_NOT_READY},
-    {"IoError", EIO, 1117},
-    {"Unknown", 4095, 31, ERROR_CANTWRITE},
-};
+class ErrnoMapTest : public ::testing::TestWithParam<CaseRow> {};
 
-INSTANTIATE_TEST_SUITE_P(Table, ErrnoMapTest, ::testing::ValuesIn(kErrnoCases),
+TEST_P(ErrnoMapTest, GivesTheWin32CodeAndItsHresult) {
+  const CaseRow& c = GetParam();
+  const int error = ErrnoNamed(c[0]);
+  const DWORD win32 = std::stoul(c[1]);
+  EXPECT_EQ(Win32FromErrno(error), win32);
+  EXPECT_EQ(HresultFromErrno(error), HRESULT_FROM_WIN32(win32));
+  EXPECT_EQ(Win32FromWriteErrno(error), c.fields.size() > 2 ? std::stoul(c[2]) : win32);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, ErrnoMapTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/errno_codes.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 TEST(ErrnoMapTest, DescriptionNamesTheContextAndTheReason) {
@@ -190,42 +168,27 @@ TEST(FileHashTest, MissingFile) {
             HRESULT_FROM_WIN32(ERROR_CANTREAD));
 }
 
-struct FolderCase {
-  std::string name;
-  std::optional<std::string> xdg, home;  // "@" stands for the temp dir
-  std::string logFolder;                 // relative to the temp dir; "TMP": the temporary folder
-};
-
-class LogFolderTest : public ::testing::TestWithParam<FolderCase> {};
+class LogFolderTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(LogFolderTest, ChoosesAndCreatesTheFolder) {
   ScopedTempDir dir;
   const std::string root = dir.path().string();
-  auto expand = [&](std::optional<std::string> v) {
-    if (v && v->starts_with('@')) v = root + v->substr(1);
-    return v;
+  auto expand = [&](const std::string& v) -> std::optional<std::string> {
+    if (v == "(unset)") return std::nullopt;
+    return v.starts_with('@') ? root + v.substr(1) : v;
   };
   ScopedEnvironment env;
-  env.Set("XDG_DATA_HOME", expand(GetParam().xdg));
-  env.Set("HOME", expand(GetParam().home));
+  env.Set("XDG_DATA_HOME", expand(GetParam()[0]));
+  env.Set("HOME", expand(GetParam()[1]));
   env.Set("TMPDIR", root + "/tmp");
   const std::wstring folder = LogFolderPath();
-  const bool temporary = GetParam().logFolder == "TMP";
-  EXPECT_EQ(folder, FromUtf8(root + (temporary ? "/tmp" : GetParam().logFolder)));
-  EXPECT_TRUE(temporary || std::filesystem::is_directory(ToUtf8(folder)));
+  EXPECT_EQ(folder, FromUtf8(*expand(GetParam()[2])));
+  EXPECT_TRUE(GetParam()[2] == "@/tmp" || std::filesystem::is_directory(ToUtf8(folder)));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Folders, LogFolderTest,
-    ::testing::ValuesIn(std::vector<FolderCase>{
-        {"XdgDataHome", "@/data", "@/home", "/data/Lumarko/Logs"},
-        {"XdgTrailingSlash", "@/data/", "@/home", "/data/Lumarko/Logs"},
-        {"RelativeXdgIgnored", "data", "@/home", "/home/.local/share/Lumarko/Logs"},
-        {"NoXdgUsesHome", std::nullopt, "@/home", "/home/.local/share/Lumarko/Logs"},
-        {"UncreatableFallsBackToTemp", "/proc/lmk-no-such", std::nullopt, "TMP"},
-        {"OverlongFallsBackToTemp", "@/" + std::string(250, 'd'), std::nullopt, "TMP"},
-    }),
-    [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Folders, LogFolderTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/log_folders.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(KnownFoldersTest, ParentsAndJoins) {
   EXPECT_EQ(ParentFolderPath(L"/home/me/log.txt"), L"/home/me");
