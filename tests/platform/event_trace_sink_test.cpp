@@ -2,12 +2,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <map>
 #include <optional>
-#include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "platform/posix/event_record_codec.h"
 #include "platform/posix/file_event_trace_sink.h"
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 #include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
@@ -262,74 +264,59 @@ TEST_F(EventTraceSinkTest, EightThreadsWritingAThousandEventsEachLoseNothing) {
 
 // ---- Damaged files -------------------------------------------------------------------------
 
-struct DamageCase {
-  std::string name;
-  // Changes the bytes of a log holding the events "one", "two", "three".
-  void (*damage)(std::string& bytes, size_t first_record);
-  DWORD result;
-  size_t events;
-  EventTraceDamage::Kind kind;
-};
-
 // Record sizes of the three events: 64 + 8 + (3 or 5 characters + zero) x 2.
-constexpr size_t kOne = 64 + 8 + 8;
-constexpr size_t kTwo = 64 + 8 + 8;
-constexpr size_t kThree = 64 + 8 + 12;
+constexpr size_t kSizes[] = {64 + 8 + 8, 64 + 8 + 8, 64 + 8 + 12};
 
-class DamagedFileTest : public EventTraceSinkTest,
-                        public ::testing::WithParamInterface<DamageCase> {};
-
-TEST_P(DamagedFileTest, ReadsWhatPrecedesTheDamage) {
-  const DamageCase& c = GetParam();
-  WriteLog({L"one", L"two", L"three"});
-  std::string bytes = ReadBytes(LogFile());
-  c.damage(bytes, BlockSize());
-  WriteBytes(LogFile(), bytes);
-
-  const ReadBack back = ReadLog(LogFile());
-  EXPECT_EQ(back.result, c.result);
-  EXPECT_EQ(back.records.size(), c.events);
-  EXPECT_EQ(back.damage.kind, c.kind);
-  if (c.kind != EventTraceDamage::Kind::kNone) {
-    const size_t sizes[] = {kOne, kTwo, kThree};
-    size_t offset = c.kind == EventTraceDamage::Kind::kBadHeader ? 0 : BlockSize();
-    for (size_t i = 0; i < c.events; ++i) offset += sizes[i];
-    EXPECT_EQ(back.damage.offset, offset);
+// Does a row's damage to the bytes of a log whose first record starts at `first`.
+void Damage(std::string& b, const std::string& how, size_t first) {
+  std::istringstream in(how);
+  std::string op, at, value;
+  in >> op >> at >> value;
+  size_t pos = 0;
+  if (at.starts_with('r')) {
+    pos = first;
+    for (int n = at[1] - '0'; n > 0; --n) pos += kSizes[n - 1];
+    pos += at.size() > 2 ? std::stol(at.substr(2)) : 0;
+  } else if (!at.empty()) {
+    pos = at[0] == '-' ? b.size() + std::stol(at) : std::stoul(at, nullptr, 0);
   }
+  if (op == "cut") return b.resize(pos);
+  const char byte = static_cast<char>(std::stoul(value.empty() ? at : value, nullptr, 0));
+  if (op == "append") b.push_back(byte);
+  if (op == "fill") std::fill(b.begin(), b.end(), byte);
+  if (op == "set") b[pos] = byte;
+  if (op == "xor") b[pos] ^= byte;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Damage, DamagedFileTest,
-    ::testing::ValuesIn(std::vector<DamageCase>{
-        {"Intact", [](auto&, size_t) {}, ERROR_SUCCESS, 3, EventTraceDamage::Kind::kNone},
-        {"CutInsideLastText", [](auto& b, size_t) { b.resize(b.size() - 3); }, ERROR_SUCCESS, 2,
-         EventTraceDamage::Kind::kTruncated},
-        {"CutInsideLastHeader", [](auto& b, size_t first) { b.resize(first + kOne + kTwo + 30); },
-         ERROR_SUCCESS, 2, EventTraceDamage::Kind::kTruncated},
-        {"OneStrayByte", [](auto& b, size_t) { b.push_back('@'); }, ERROR_SUCCESS, 3,
-         EventTraceDamage::Kind::kTruncated},
-        {"SizeFieldNeither48Nor64", [](auto& b, size_t first) { b[first + kOne] = 63; },
-         ERROR_SUCCESS, 1, EventTraceDamage::Kind::kCorrupt},
-        {"HugeTextLength", [](auto& b, size_t first) { b[first + kOne + 59] = 0x7F; },
-         ERROR_SUCCESS, 1, EventTraceDamage::Kind::kCorrupt},
-        {"OddTextLength", [](auto& b, size_t first) { b[first + kOne + 56] = 7; }, ERROR_SUCCESS, 1,
-         EventTraceDamage::Kind::kCorrupt},
-        {"Level0", [](auto& b, size_t first) { b[first + 5] = 0; }, ERROR_SUCCESS, 0,
-         EventTraceDamage::Kind::kCorrupt},
-        {"TextWithoutItsZero", [](auto& b, size_t first) { b[first + kOne - 2] = 'x'; },
-         ERROR_SUCCESS, 0, EventTraceDamage::Kind::kCorrupt},
-        {"WrongClassGuid", [](auto& b, size_t first) { b[first + kOne + 24] ^= 1; }, ERROR_SUCCESS,
-         1, EventTraceDamage::Kind::kCorrupt},
-        {"EmptyFile", [](auto& b, size_t) { b.clear(); }, ERROR_INVALID_DATA, 0,
-         EventTraceDamage::Kind::kBadHeader},
-        {"SessionBlockCut", [](auto& b, size_t) { b.resize(100); }, ERROR_INVALID_DATA, 0,
-         EventTraceDamage::Kind::kBadHeader},
-        {"NotALog", [](auto& b, size_t) { std::fill(b.begin(), b.end(), 'A'); }, ERROR_INVALID_DATA,
-         0, EventTraceDamage::Kind::kBadHeader},
-        {"HugeSessionBlock", [](auto& b, size_t) { b[3] = 0x7F; }, ERROR_INVALID_DATA, 0,
-         EventTraceDamage::Kind::kBadHeader},
-    }),
-    [](const auto& i) { return i.param.name; });
+class DamagedFileTest : public EventTraceSinkTest,
+                        public ::testing::WithParamInterface<test::CaseRow> {};
+
+TEST_P(DamagedFileTest, ReadsWhatPrecedesTheDamage) {
+  const test::CaseRow& c = GetParam();
+  WriteLog({L"one", L"two", L"three"});
+  std::string bytes = ReadBytes(LogFile());
+  if (c[0] != "none") Damage(bytes, c[0], BlockSize());
+  WriteBytes(LogFile(), bytes);
+
+  using Kind = EventTraceDamage::Kind;
+  const std::map<std::string, Kind> kinds = {{"none", Kind::kNone},
+                                             {"truncated", Kind::kTruncated},
+                                             {"corrupt", Kind::kCorrupt},
+                                             {"header", Kind::kBadHeader}};
+  const ReadBack back = ReadLog(LogFile());
+  const size_t events = std::stoul(c[2]);
+  EXPECT_EQ(back.result, c[1] == "ok" ? ERROR_SUCCESS : ERROR_INVALID_DATA);
+  EXPECT_EQ(back.records.size(), events);
+  EXPECT_EQ(back.damage.kind, kinds.at(c[3]));
+  if (c[3] == "none") return;
+  size_t offset = c[3] == "header" ? 0 : BlockSize();
+  for (size_t i = 0; i < events; ++i) offset += kSizes[i];
+  EXPECT_EQ(back.damage.offset, offset);
+}
+
+INSTANTIATE_TEST_SUITE_P(Damage, DamagedFileTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/event_trace_damage.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST_F(EventTraceSinkTest, ReaderStopsWhenTheCallbackSaysSo) {
   WriteLog({L"a", L"b", L"c", L"d", L"e"});

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -116,23 +117,28 @@ INSTANTIATE_TEST_SUITE_P(Names, SettingsNameTest,
                          ::testing::ValuesIn(ReadCaseTable("cases/settings_names.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-struct RoundTripCase {
-  const char* name;
-  RegValue value;
-};
-
-RegValue OtherType(RegType type, std::vector<uint8_t> bytes) {
-  RegValue v;
-  v.type = type;
-  v.bytes = std::move(bytes);
+// A value as tests/data/cases/settings_values.tsv writes it.
+RegValue ValueOf(const std::string& type, const std::string& text) {
+  if (type == "string" || type == "expand") {
+    return type == "string" ? RegValue::String(Wide(text)) : RegValue::ExpandString(Wide(text));
+  }
+  if (type == "dword" || type == "qword") {
+    const uint64_t number = std::stoull(text, nullptr, 0);
+    return type == "dword" ? RegValue::Dword(static_cast<uint32_t>(number))
+                           : RegValue::Qword(number);
+  }
+  RegValue v = RegValue::Binary({});
+  v.type = static_cast<RegType>(std::stoul(type));
+  std::istringstream in(text);
+  for (unsigned byte = 0; in >> std::hex >> byte;) v.bytes.push_back(static_cast<uint8_t>(byte));
   return v;
 }
 
 class SettingsRoundTripTest : public SettingsStoreTest,
-                              public ::testing::WithParamInterface<RoundTripCase> {};
+                              public ::testing::WithParamInterface<CaseRow> {};
 
 TEST_P(SettingsRoundTripTest, ValueSurvivesReopen) {
-  const RegValue& value = GetParam().value;
+  const RegValue value = ValueOf(GetParam()[0], GetParam()[1]);
   const std::wstring key = L"Software\\QELN\\Lumarko\\UserDefined";
   ASSERT_EQ(S_OK, store_->SetValue(key, L"v", value));
   Reopen();
@@ -140,21 +146,9 @@ TEST_P(SettingsRoundTripTest, ValueSurvivesReopen) {
   EXPECT_EQ((std::vector<std::pair<std::wstring, RegValue>>{{L"v", value}}), Values(key));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Types, SettingsRoundTripTest,
-    ::testing::ValuesIn(std::vector<RoundTripCase>{
-        {"EmptyString", RegValue::String(L"")},
-        {"UnicodeString", RegValue::String(L"\u00c9t\u00e9 \u65e5\u672c \U0001F4F7")},
-        {"StringWithNul", RegValue::String(std::wstring(L"a\0b", 3))},
-        {"ExpandString", RegValue::ExpandString(L"%HOME%\\Pictures")},
-        {"DwordHighestBit", RegValue::Dword(0x80000000u)},
-        {"DwordMax", RegValue::Dword(0xFFFFFFFFu)},
-        {"QwordMax", RegValue::Qword(UINT64_MAX)},
-        {"EmptyBinary", RegValue::Binary({})},
-        {"BinaryWithZeros", RegValue::Binary({0, 1, 0, 255, 0})},
-        {"OtherTypeAsBytes", OtherType(static_cast<RegType>(7), {'a', 0, 'b', 0, 0})},
-    }),
-    [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Types, SettingsRoundTripTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/settings_values.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST_F(SettingsStoreTest, DwordAbove32BitsIsRefusedAndNothingStored) {
   RegValue wide = RegValue::Dword(1);
@@ -163,37 +157,24 @@ TEST_F(SettingsStoreTest, DwordAbove32BitsIsRefusedAndNothingStored) {
   EXPECT_EQ(S_FALSE, store_->KeyExists(L"K"));
 }
 
-struct CaseCase {
-  const char* name;
-  std::wstring writeKey, writeName, readKey, readName;
-};
-
-class SettingsCaseTest : public SettingsStoreTest,
-                         public ::testing::WithParamInterface<CaseCase> {};
+class SettingsCaseTest : public SettingsStoreTest, public ::testing::WithParamInterface<CaseRow> {};
 
 TEST_P(SettingsCaseTest, NamesCompareWithoutCaseAndKeepFirstSpelling) {
-  const CaseCase& c = GetParam();
-  ASSERT_EQ(S_OK, store_->SetValue(c.writeKey, c.writeName, RegValue::Dword(1)));
-  ASSERT_EQ(S_OK, store_->SetValue(c.readKey, c.readName, RegValue::Dword(2)));
-  EXPECT_EQ(RegValue::Dword(2), Get(c.writeKey, c.writeName));
-  EXPECT_EQ((std::vector<std::pair<std::wstring, RegValue>>{{c.writeName, RegValue::Dword(2)}}),
-            Values(c.readKey));
+  const std::wstring writeKey = Wide(GetParam()[0]), writeName = Wide(GetParam()[1]);
+  const std::wstring readKey = Wide(GetParam()[2]), readName = Wide(GetParam()[3]);
+  ASSERT_EQ(S_OK, store_->SetValue(writeKey, writeName, RegValue::Dword(1)));
+  ASSERT_EQ(S_OK, store_->SetValue(readKey, readName, RegValue::Dword(2)));
+  EXPECT_EQ(RegValue::Dword(2), Get(writeKey, writeName));
+  EXPECT_EQ((std::vector<std::pair<std::wstring, RegValue>>{{writeName, RegValue::Dword(2)}}),
+            Values(readKey));
   std::vector<std::wstring> names;
-  ASSERT_EQ(S_OK, SplitSettingsKeyPath(c.writeKey, &names));
+  ASSERT_EQ(S_OK, SplitSettingsKeyPath(writeKey, &names));
   EXPECT_EQ(std::vector<std::wstring>{names[0]}, Subkeys(L""));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Spellings, SettingsCaseTest,
-    ::testing::ValuesIn(std::vector<CaseCase>{
-        {"Ascii", L"Software\\QELN\\Lumarko", L"AutoIncrementValue", L"SOFTWARE\\qeln\\LUMARKO",
-         L"autoincrementvalue"},
-        {"Latin", L"R\u00e9glages", L"Cl\u00e9", L"R\u00c9GLAGES", L"CL\u00c9"},
-        {"Cyrillic", L"\u041d\u0430\u0441\u0442\u0440\u043e\u0439\u043a\u0438", L"\u0451",
-         L"\u041d\u0410\u0421\u0422\u0420\u041e\u0419\u041a\u0418", L"\u0401"},
-        {"OuterSeparators", L"A\\B", L"x", L"\\a\\b\\", L"X"},
-    }),
-    [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Spellings, SettingsCaseTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/settings_spellings.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST_F(SettingsStoreTest, EnumeratesDirectChildrenSortedWithoutCase) {
   for (const wchar_t* key : {L"b", L"A\\x", L"c\\d\\e", L"C\\f", L"a"}) {
