@@ -3,13 +3,13 @@
 // VarBstrCmp ordering.
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "com/com.h"
+#include "support/data_table.h"
 
 namespace lmk_test_interfaces {
 
@@ -283,41 +283,21 @@ TEST(Variant, CopyMoveDetachAttach) {
   EXPECT_EQ(Variant::Dispatch(nullptr).vt(), VT_DISPATCH);
 }
 
-struct CompareCase {
-  std::string name;
-  std::optional<std::wstring> left;  // nullopt for a null BSTR
-  std::optional<std::wstring> right;
-  ULONG flags;
-  HRESULT expected;
-};
-
-std::vector<CompareCase> CompareCases() {
-  return {
-      {"Equal", L"File.Name", L"File.Name", 0, VARCMP_EQ},
-      {"CaseDiffersIsNotEqual", L"File.Name", L"file.name", 0, VARCMP_LT},
-      {"IgnoreCaseEqual", L"File.Name", L"FILE.NAME", NORM_IGNORECASE, VARCMP_EQ},
-      {"IgnoreCaseNonAscii", L"\u00C9T\u00C9", L"\u00E9t\u00E9", NORM_IGNORECASE, VARCMP_EQ},
-      {"NonAsciiCaseMatters", L"\u00C9", L"\u00E9", 0, VARCMP_LT},
-      {"PrefixIsLess", L"File", L"File.Name", 0, VARCMP_LT},
-      {"LongerIsGreater", L"File.Name", L"File", 0, VARCMP_GT},
-      {"NullEqualsEmpty", std::nullopt, L"", 0, VARCMP_EQ},
-      {"NullBeforeText", std::nullopt, L"a", 0, VARCMP_LT},
-      {"TextAfterNull", L"a", std::nullopt, 0, VARCMP_GT},
-      {"AstralAboveBmp", L"\U0001F600", L"\uFFFD", 0, VARCMP_GT},
-      {"EmbeddedNulIsText", std::wstring(L"a\0b", 3), std::wstring(L"a\0c", 3), 0, VARCMP_LT},
-  };
-}
-
-class VarBstrCmpTest : public ::testing::TestWithParam<CompareCase> {};
+class VarBstrCmpTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(VarBstrCmpTest, Orders) {
-  const CompareCase& c = GetParam();
-  const Bstr left = c.left ? Bstr(*c.left) : Bstr();
-  const Bstr right = c.right ? Bstr(*c.right) : Bstr();
-  EXPECT_EQ(VarBstrCmp(left.get(), right.get(), LOCALE_USER_DEFAULT, c.flags), c.expected);
+  const test::CaseRow& c = GetParam();
+  const auto bstr = [](const std::string& text) {
+    return text == "(null)" ? Bstr() : Bstr(test::Wide(text));
+  };
+  const std::string orders = "<=>";
+  EXPECT_EQ(VarBstrCmp(bstr(c[0]).get(), bstr(c[1]).get(), LOCALE_USER_DEFAULT,
+                       c[2] == "exact" ? 0 : NORM_IGNORECASE),
+            static_cast<HRESULT>(orders.find(c[3])));
 }
 
-INSTANTIATE_TEST_SUITE_P(Pairs, VarBstrCmpTest, ::testing::ValuesIn(CompareCases()),
+INSTANTIATE_TEST_SUITE_P(Pairs, VarBstrCmpTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/text_comparisons.tsv")),
                          [](const auto& info) { return info.param.name; });
 
 }  // namespace

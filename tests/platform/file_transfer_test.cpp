@@ -289,28 +289,32 @@ TEST(FileFaultHookTest, CopyThatCannotBeNamedIsMadeAgainUnderATemporaryName) {
 
 // ---- attributes, folders, times ---------------------------------------------------------------
 
-TEST(AttributeTest, ReadsTheWindowsBits) {
-  constexpr DWORD kA = kFileAttributeArchive, kR = kFileAttributeReadOnly,
-                  kH = kFileAttributeHidden, kD = kFileAttributeDirectory;
-  const struct {
-    const char* path;
-    mode_t mode;
-    DWORD expected;
-  } cases[] = {{"a.jpg", 0644, kA},       {"b.jpg", 0444, kA | kR}, {"c.jpg", 0464, kA | kR},
-               {".d.jpg", 0644, kA | kH}, {"e/", 0755, kD},         {".f/", 0555, kD | kH | kR}};
+class AttributeTest : public ::testing::TestWithParam<CaseRow> {};
+
+TEST_P(AttributeTest, ReadsTheWindowsBits) {
+  const CaseRow& c = GetParam();
   ScopedTempDir temp;
-  for (const auto& c : cases) {
-    const fs::path path = temp / c.path;
-    std::string(c.path).ends_with('/') ? (void)fs::create_directories(path) : Touch(path);
-    ::chmod(path.c_str(), c.mode);
-    DWORD attributes = 0;
-    ASSERT_EQ(GetFileAttributesOf(W(path), &attributes), S_OK);
-    EXPECT_EQ(attributes, c.expected) << c.path;
-    ::chmod(path.c_str(), 0755);
+  const fs::path path = temp / c[0];
+  c[0].ends_with('/') ? (void)fs::create_directories(path) : Touch(path);
+  ::chmod(path.c_str(), std::stoul(c[1], nullptr, 8));
+  DWORD attributes = 0;
+  ASSERT_EQ(GetFileAttributesOf(W(path), &attributes), S_OK);
+  ::chmod(path.c_str(), 0755);
+  DWORD expected = 0;
+  for (const char bit : c[2]) {
+    expected |= bit == 'A'   ? kFileAttributeArchive
+                : bit == 'R' ? kFileAttributeReadOnly
+                : bit == 'H' ? kFileAttributeHidden
+                             : kFileAttributeDirectory;
   }
+  EXPECT_EQ(attributes, expected);
 }
 
-TEST(AttributeTest, ClearingReadOnlyLetsTheDeleteThrough) {
+INSTANTIATE_TEST_SUITE_P(Modes, AttributeTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/file_attributes.tsv")),
+                         [](const auto& i) { return i.param.name; });
+
+TEST(FileAttributeTest, ClearingReadOnlyLetsTheDeleteThrough) {
   ScopedTempDir temp;
   const std::wstring path = W(temp / "a");
   Touch(temp / "a");
@@ -514,51 +518,29 @@ INSTANTIATE_TEST_SUITE_P(
                       TakeBackCase{"CopyOfAVanishedSourceStays", false, true, false, "picture"}),
     [](const auto& i) { return i.param.name; });
 
-constexpr std::size_t kMiB = 1 << 20, kSame = std::string::npos;
-
 std::string Pattern(std::size_t size) {
   std::string text(size, '\0');
   for (std::size_t i = 0; i < size; ++i) text[i] = static_cast<char>((i * 131) >> 3);
   return text;
 }
 
-struct CompareCase {
-  const char* name;
-  std::size_t size, flipAt, secondSize;  // flipAt: the byte changed in the second file
-  FileComparison expected;
-};
-
-constexpr auto kIdentical = FileComparison::kIdentical, kDifferent = FileComparison::kDifferent;
-
-const CompareCase kCompareCases[] = {
-    {"BothEmpty", 0, kSame, 0, kIdentical},
-    {"OneByte", 1, kSame, 1, kIdentical},
-    {"OneByteDiffers", 1, 0, 1, kDifferent},
-    {"ShortFinalBlock", 3 * kMiB + 4097, kSame, 3 * kMiB + 4097, kIdentical},
-    {"ExactlyOneBlock", kMiB, kSame, kMiB, kIdentical},
-    {"LastByteOfFirstBlock", 2 * kMiB, kMiB - 1, 2 * kMiB, kDifferent},
-    {"FirstByteOfSecondBlock", 2 * kMiB, kMiB, 2 * kMiB, kDifferent},
-    {"LastByteOfShortBlock", kMiB + 10, kMiB + 9, kMiB + 10, kDifferent},
-    {"SizesDiffer", 4096, kSame, 4095, kDifferent},
-    {"EmptyAndNot", 0, kSame, 1, kDifferent},
-};
-
-class CompareFilesTest : public ::testing::TestWithParam<CompareCase> {};
+class CompareFilesTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(CompareFilesTest, FindsEveryDifference) {
-  const CompareCase& c = GetParam();
+  const CaseRow& c = GetParam();
   ScopedTempDir temp;
-  std::string second = Pattern(c.secondSize);
-  if (c.flipAt != kSame) second[c.flipAt] ^= 0x40;
-  WriteBytes(temp / "a", Pattern(c.size));
+  std::string second = Pattern(std::stoul(c[2]));
+  if (c[1] != "-") second[std::stoul(c[1])] ^= 0x40;
+  WriteBytes(temp / "a", Pattern(std::stoul(c[0])));
   WriteBytes(temp / "b", second);
   FileComparison result = FileComparison::kIdentical;
   ASSERT_EQ(CompareFiles(W(temp / "a"), W(temp / "b"), &result), S_OK);
-  EXPECT_EQ(result, c.expected);
+  EXPECT_EQ(result, c[3] == "identical" ? FileComparison::kIdentical : FileComparison::kDifferent);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, CompareFilesTest, ::testing::ValuesIn(kCompareCases),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, CompareFilesTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/file_comparisons.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(CompareFilesErrorTest, MissingFilesAndFoldersAreErrorsNotDifferences) {
   ScopedTempDir temp;
