@@ -309,20 +309,16 @@ TEST(Exiv2MetadataReaderTest, PictureWithoutMetadataGivesOnlyItsPixels) {
   EXPECT_FALSE(m.dateTaken.present || m.hasRating || m.gpsFlags || !m.cameraMake.empty());
 }
 
-struct BadFileCase {
-  std::string name;
-  std::string content;  // written as the file when create is set
-  bool create;
-};
-
-class UnreadableFile : public ::testing::TestWithParam<BadFileCase> {};
+class UnreadableFile : public ::testing::TestWithParam<test::CaseRow> {};
 
 // The message names the file; nothing stale is left in the record.
 TEST_P(UnreadableFile, FailsCleanly) {
   test::ScopedTempDir dir;
-  fs::path path = dir / "picture.jpg";
-  if (GetParam().name == "Truncated") path = kSamples / "truncated.jpg";
-  if (GetParam().create) test::WriteBytes(path, GetParam().content);
+  const std::string& content = GetParam()[0];
+  const fs::path path = content == "(sample)" ? kSamples / "truncated.jpg" : dir / "picture.jpg";
+  if (content != "(sample)" && content != "(none)") {
+    test::WriteBytes(path, test::Unescape(content));
+  }
   ImageMetadata m;
   m.cameraMake = L"stale";
   const auto status = CExiv2MetadataReader().Read(Wide(path), &m);
@@ -334,18 +330,7 @@ TEST_P(UnreadableFile, FailsCleanly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, UnreadableFile,
-                         ::testing::ValuesIn(std::vector<BadFileCase>{
-                             {"Missing", "", false},
-                             {"Truncated", "", false},
-                             {"Empty", "", true},
-                             {"Text", "this is not a picture\n", true},
-                             {"JpegMarkerOnly", std::string("\xFF\xD8", 2), true},
-                             {"ExifSegmentLongerThanFile",
-                              std::string("\xFF\xD8\xFF\xE1\xFF\xF0"
-                                          "Exif\0\0MM",
-                                          14),
-                              true},
-                         }),
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/unreadable_pictures.tsv")),
                          [](const auto& info) { return info.param.name; });
 
 // Values that no camera writes, planted by exiftool in raw form: each must be dropped,
@@ -435,34 +420,17 @@ TEST(Exiv2MetadataReaderTest, LargePicturesReadTheSameWhereverTheirMetadataEnds)
   }
 }
 
-TEST(PictureFileHeadTest, JpegHeadIsCompleteOnlyWhenTheScanStartIsInReach) {
-  using namespace std::string_literals;
-  const std::string app = "\xFF\xE1\x00\x04"s + "ab";
-  const std::string sos = "\xFF\xDA\x00\x08"s;
-  struct Case {
-    const char* name;
-    std::string bytes;
-    bool complete;
-  };
-  const Case cases[] = {
-      {"segments then scan", "\xFF\xD8" + app + sos, true},
-      {"fill bytes before a marker", "\xFF\xD8\xFF\xFF" + app + sos, true},
-      {"restart marker without length", "\xFF\xD8\xFF\xD0" + app + sos, true},
-      {"end of image before any scan", "\xFF\xD8" + app + "\xFF\xD9", true},
-      {"scan marker without its length", "\xFF\xD8" + app + "\xFF\xDA", false},
-      {"segment runs past the end", "\xFF\xD8\xFF\xE1\x40\x00"s + "ab", false},
-      {"no scan yet", "\xFF\xD8" + app, false},
-      {"garbage where a marker belongs", "\xFF\xD8" + app + "xx" + sos, false},
-      {"length below two", "\xFF\xD8\xFF\xE1\x00\x01"s + sos, false},
-      {"not a JPEG", "\x89PNG\r\n\x1a\n" + sos, false},
-      {"empty", "", false},
-  };
-  for (const Case& c : cases) {
-    EXPECT_EQ(JpegHeadIsComplete(reinterpret_cast<const uint8_t*>(c.bytes.data()), c.bytes.size()),
-              c.complete)
-        << c.name;
-  }
+class JpegHeadTest : public ::testing::TestWithParam<test::CaseRow> {};
+
+TEST_P(JpegHeadTest, IsCompleteOnlyWhenTheScanStartIsInReach) {
+  const std::string bytes = test::Unescape(GetParam()[0]);
+  EXPECT_EQ(JpegHeadIsComplete(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()),
+            GetParam()[1] == "1");
 }
+
+INSTANTIATE_TEST_SUITE_P(Heads, JpegHeadTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/jpeg_heads.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 TEST(Exiv2MetadataReaderTest, ConcurrentReadsGiveTheSameValuesAsOneThread) {
   std::vector<fs::path> files;
