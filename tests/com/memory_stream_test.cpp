@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "com/com.h"
+#include "support/data_table.h"
 
 namespace lmk {
 namespace {
@@ -60,38 +61,23 @@ TEST(MemoryStream, ReadsACopyAndWritesOverAndPastTheEnd) {
   EXPECT_EQ(SizeOf(empty.Get()), 0u);
 }
 
-struct SeekCase {
-  std::string name;
-  LONGLONG start;
-  LONGLONG move;
-  DWORD origin;
-  HRESULT hr;
-  ULONGLONG position;  // where the stream is afterwards
-};
-
-std::vector<SeekCase> SeekCases() {
-  return {
-      {"CurrentForward", 2, 2, STREAM_SEEK_CUR, S_OK, 4},
-      {"CurrentBackward", 4, -3, STREAM_SEEK_CUR, S_OK, 1},
-      {"EndBackward", 0, -2, STREAM_SEEK_END, S_OK, 8},
-      {"BeforeStartRefused", 2, -3, STREAM_SEEK_CUR, STG_E_INVALIDFUNCTION, 2},
-      {"NegativeSetRefused", 5, -1, STREAM_SEEK_SET, STG_E_INVALIDFUNCTION, 5},
-      {"BadOriginRefused", 1, 0, 7, STG_E_INVALIDFUNCTION, 1},
-      {"BeyondFourGigabytesRefused", 0, LONGLONG{1} << 40, STREAM_SEEK_SET, STG_E_INVALIDFUNCTION,
-       0},
-  };
-}
-
-class MemoryStreamSeekTest : public ::testing::TestWithParam<SeekCase> {};
+class MemoryStreamSeekTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(MemoryStreamSeekTest, Moves) {
+  const test::CaseRow& c = GetParam();
   ComPtr<IStream> stream = MakeStream("0123456789");
-  Seek(stream.Get(), GetParam().start);
-  Seek(stream.Get(), GetParam().move, GetParam().origin, GetParam().hr);
-  EXPECT_EQ(Seek(stream.Get(), 0, STREAM_SEEK_CUR), GetParam().position);
+  Seek(stream.Get(), std::stoll(c[0]));
+  // The origins' values are their places in this list.
+  const std::string origins = "set cur end";
+  const DWORD origin = origins.find(c[2]) != std::string::npos
+                           ? static_cast<DWORD>(origins.find(c[2]) / 4)
+                           : static_cast<DWORD>(std::stoul(c[2]));
+  Seek(stream.Get(), std::stoll(c[1]), origin, c[3] == "ok" ? S_OK : STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(Seek(stream.Get(), 0, STREAM_SEEK_CUR), std::stoull(c[4]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeks, MemoryStreamSeekTest, ::testing::ValuesIn(SeekCases()),
+INSTANTIATE_TEST_SUITE_P(Seeks, MemoryStreamSeekTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/stream_seeks.tsv")),
                          [](const auto& info) { return info.param.name; });
 
 TEST(MemoryStream, SetSizeTruncatesAndGrows) {

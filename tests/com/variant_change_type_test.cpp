@@ -34,25 +34,11 @@ const std::map<std::string, VARTYPE> kTypes = {
 
 // Bytes of the value member each type uses; BSTRs are compared as text.
 size_t ValueSize(VARTYPE vt) {
-  switch (vt) {
-    case VT_I1:
-    case VT_UI1:
-      return 1;
-    case VT_I2:
-    case VT_UI2:
-    case VT_BOOL:
-      return 2;
-    case VT_I8:
-    case VT_UI8:
-    case VT_R8:
-    case VT_DATE:
-      return 8;
-    case VT_EMPTY:
-    case VT_NULL:
-      return 0;
-    default:
-      return 4;
-  }
+  static const std::map<VARTYPE, size_t> sizes = {
+      {VT_EMPTY, 0}, {VT_NULL, 0}, {VT_I1, 1},  {VT_UI1, 1}, {VT_I2, 2},  {VT_UI2, 2},
+      {VT_BOOL, 2},  {VT_I8, 8},   {VT_UI8, 8}, {VT_R8, 8},  {VT_DATE, 8}};
+  const auto found = sizes.find(vt);
+  return found != sizes.end() ? found->second : 4;
 }
 
 VARTYPE TypeOf(const std::string& text) {
@@ -60,27 +46,11 @@ VARTYPE TypeOf(const std::string& text) {
   return found != kTypes.end() ? found->second : static_cast<VARTYPE>(std::stoul(text, nullptr, 0));
 }
 
-std::wstring Unescape(const std::string& text) {
-  std::wstring out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\') {
-      out.push_back(static_cast<wchar_t>(text[i]));
-    } else if (text[++i] == 't' || text[i] == '0') {
-      out.push_back(text[i] == 't' ? L'\t' : L'\0');
-    } else {
-      const size_t digits = text[i] == 'u' ? 4 : 8;
-      out.push_back(static_cast<wchar_t>(std::stoul(text.substr(i + 1, digits), nullptr, 16)));
-      i += digits;
-    }
-  }
-  return out;
-}
-
 // "TYPE:text" as a variant; numbers are stored to the bit in the member the type uses.
 Variant ValueOf(const std::string& text) {
   const size_t colon = text.find(':');
   const VARTYPE vt = TypeOf(text.substr(0, colon));
-  if (vt == VT_BSTR) return Variant::String(Unescape(text.substr(colon + 1)));
+  if (vt == VT_BSTR) return Variant::String(test::Wide(text.substr(colon + 1)));
   Variant v;
   v.get()->vt = vt;
   if (colon == std::string::npos) return v;
