@@ -195,6 +195,40 @@ TEST_F(VolumeLockTest, AKilledHolderReleasesItsSlot) {
   EXPECT_EQ(AcquireVolumeLock(L"dev:8:0", 1, milliseconds(5000), &guard), S_OK);
 }
 
+class VolumeGateForkTest : public VolumeLockTest, public ::testing::WithParamInterface<bool> {};
+
+// A child forked while the parent holds the slot neither shares it nor waits for the parent's
+// threads, which the child does not have: it gets the slot once the parent lets it go. With the
+// parameter set, a second thread of the parent waits for the slot at the fork.
+TEST_P(VolumeGateForkTest, ChildGetsTheSlotOnceTheParentFreesIt) {
+  VolumeLockGuard parent;
+  ASSERT_EQ(AcquireVolumeLock(L"dev:8:4", 1, milliseconds(0), &parent), S_OK);
+  std::jthread waiter;
+  if (GetParam()) {
+    waiter = std::jthread([] {
+      VolumeLockGuard second;
+      EXPECT_EQ(AcquireVolumeLock(L"dev:8:4", 1, milliseconds(10000), &second), S_OK);
+    });
+    std::this_thread::sleep_for(milliseconds(20));
+  }
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    VolumeLockGuard guard;
+    const bool early = AcquireVolumeLock(L"dev:8:4", 1, milliseconds(0), &guard) == S_OK;
+    const bool later = AcquireVolumeLock(L"dev:8:4", 1, milliseconds(10000), &guard) == S_OK;
+    ::_exit(!early && later ? 0 : 1);
+  }
+  std::this_thread::sleep_for(milliseconds(100));
+  parent.Release();
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the child shared or never got it";
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, VolumeGateForkTest, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "HeldAndAwaited" : "Held"; });
+
 struct WaitCase {
   const char* name;
   unsigned slots;
