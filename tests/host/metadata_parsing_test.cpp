@@ -98,49 +98,21 @@ std::vector<uint8_t> IccWithTag(const std::vector<uint8_t>& tag, uint32_t declar
   return p;
 }
 
-std::vector<uint8_t> Bytes(std::string_view s) { return {s.begin(), s.end()}; }
-
-struct IccCase {
-  std::string name;
-  std::vector<uint8_t> profile;
-  std::wstring want;
-};
-
-class IccDescription : public ::testing::TestWithParam<IccCase> {};
+class IccDescription : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(IccDescription, MatchesTable) {
-  const auto& p = GetParam().profile;
-  EXPECT_EQ(IccProfileDescription(p.data(), p.size()), GetParam().want);
+  const CaseRow& c = GetParam();
+  const std::string tag = test::Unescape(c[0]);
+  const std::vector<uint8_t> profile =
+      tag.starts_with("(zeros ")
+          ? std::vector<uint8_t>(std::stoul(tag.substr(7)), 0)
+          : IccWithTag({tag.begin(), tag.end()}, c[1].empty() ? 0 : std::stoul(c[1]));
+  EXPECT_EQ(IccProfileDescription(profile.data(), profile.size()), test::Wide(c[2]));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Profiles, IccDescription,
-    ::testing::ValuesIn(std::vector<IccCase>{
-        {"Version2", IccWithTag(Bytes(std::string("desc\0\0\0\0\0\0\0\x0Dsmall sRGB 1\0", 25))),
-         L"small sRGB 1"},
-        {"Version4English",
-         IccWithTag(Bytes(std::string("mluc\0\0\0\0\0\0\0\x01\0\0\0\x0C"
-                                      "enUS\0\0\0\x08\0\0\0\x1C"
-                                      "\0W\0i\0d\0e",
-                                      36))),
-         L"Wide"},
-        {"Version2CountBeyondTag",
-         IccWithTag(Bytes(std::string("desc\0\0\0\0\0\0\xFF\xFFsmall", 17))), L""},
-        {"TagBeyondProfile",
-         IccWithTag(Bytes(std::string("desc\0\0\0\0\0\0\0\x01"
-                                      "a",
-                                      13)),
-                    4000),
-         L""},
-        {"Version4RecordOutside",
-         IccWithTag(Bytes(std::string("mluc\0\0\0\0\0\0\0\x01\0\0\0\x0C"
-                                      "enUS\0\0\0\x08\0\0\x10\0",
-                                      28))),
-         L""},
-        {"NotAProfile", std::vector<uint8_t>(200, 0), L""},
-        {"TooShort", std::vector<uint8_t>(20, 0), L""},
-    }),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Profiles, IccDescription,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/icc_descriptions.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 #include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
@@ -60,44 +61,6 @@ void Make(const fs::path& root, std::string entry) {
   }
 }
 
-// Lists of files are separated by blanks; inputs are relative to the folder, "." is the folder,
-// absolute when they start with '/'. Named pipes, sockets and devices would block a run's reads:
-// those named are left out (and reported), those inside a folder skipped silently.
-struct ScanCase {
-  const char* name;
-  const char *tree, *inputs;
-  bool recursive;
-  const char* expected;
-  const char* leftOut = "";
-};
-
-// Every picture extension, any case, raw formats too.
-constexpr const char* kPictures =
-    "a.jpg b.JPEG c.Png d.tif e.heic f.avif g.jxl h.webp i.gif j.bmp k.CR2 l.cr3 m.NEF n.nrw o.ARW "
-    "p.sr2 q.RAF r.orf s.RW2 t.pef u.DNG v.srw w.x3f x.3fr y.iiq z.erf za.mrw zb.kdc zc.dcr zd.mos";
-
-const ScanCase kScanCases[] = {
-    {"PictureExtensions", kPictures, ".", false, kPictures},
-    {"SidecarsAndOtherFilesAreNotPictures", "a.jpg a.xmp notes.txt movie.mp4 noextension jpg", ".",
-     false, "a.jpg"},
-    {"HiddenFilesAndFoldersSkipped", ".hidden.jpg shown.jpg .cache/x.jpg sub/.y.jpg sub/z.jpg", ".",
-     true, "shown.jpg sub/z.jpg"},
-    {"SubfoldersOnlyWhenRecursive", "top.jpg sub/inner.jpg", ".", false, "top.jpg"},
-    {"RecursionTakesEveryLevel", "top.jpg sub/inner.jpg sub/deeper/deep.jpg", ".", true,
-     "sub/deeper/deep.jpg sub/inner.jpg top.jpg"},
-    {"SortedByPathNotByInputOrder", "b/2.jpg a/1.jpg c.jpg", "c.jpg b a", false,
-     "a/1.jpg b/2.jpg c.jpg"},
-    {"DuplicatesListedOnce", "a.jpg b.jpg", ". a.jpg ./a.jpg", false, "a.jpg b.jpg"},
-    {"NamedFileTakenWhateverItsExtension", "scan.pdf a.jpg", "scan.pdf", false, "scan.pdf"},
-    {"EmptyFolderGivesEmptyList", "", ".", true, ""},
-    {"NamedFifo", "p.jpg|", "p.jpg", false, "", "p.jpg"},
-    {"FifoNamedTwiceIsReportedOnce", "p.jpg| a.jpg", "p.jpg a.jpg p.jpg", false, "a.jpg", "p.jpg"},
-    {"NamedSocket", "s.jpg=", "s.jpg", false, "", "s.jpg"},
-    {"NamedDevice", "", "/dev/zero", false, "", "/dev/zero"},
-    {"LinkToFifo", "p.jpg| link.jpg>p.jpg", "link.jpg", false, "", "link.jpg"},
-    {"FifoInsideAFolderIsSkippedSilently", "d/p.jpg| d/a.jpg", "d", false, "d/a.jpg"},
-};
-
 // The paths below root relative to it, others as they are.
 std::vector<std::string> Shown(const std::vector<std::wstring>& paths, const fs::path& root) {
   std::vector<std::string> out;
@@ -109,14 +72,14 @@ std::vector<std::string> Shown(const std::vector<std::wstring>& paths, const fs:
   return out;
 }
 
-class PictureScanTest : public ::testing::TestWithParam<ScanCase> {};
+class PictureScanTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(PictureScanTest, ListsThePicturesSortedByPath) {
-  const ScanCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
   test::ScopedTempDir dir;
-  for (const std::string& entry : Words(c.tree)) Make(dir.path(), entry);
+  for (const std::string& entry : Words(c[0])) Make(dir.path(), entry);
   std::vector<std::wstring> inputs, files, leftOut;
-  for (const std::string& input : Words(c.inputs)) {
+  for (const std::string& input : Words(c[1])) {
     // Devices are shared with every other program on the machine: take them as they are.
     if (input[0] == '/' && !fs::is_character_file(input)) GTEST_SKIP() << input << " is no device";
     inputs.push_back(FromUtf8(input == "."      ? dir.path().string()
@@ -125,14 +88,15 @@ TEST_P(PictureScanTest, ListsThePicturesSortedByPath) {
   }
   std::wstring error;
   PictureScanOptions options;
-  options.recursive = c.recursive;
+  options.recursive = c[2] == "1";
   ASSERT_EQ(CPictureFileScanner(options).Scan(inputs, &files, &error, &leftOut), S_OK)
       << ToUtf8(error);
-  EXPECT_EQ(Shown(files, dir.path()), Words(c.expected));
-  EXPECT_EQ(Shown(leftOut, dir.path()), Words(c.leftOut));
+  EXPECT_EQ(Shown(files, dir.path()), Words(c[3]));
+  EXPECT_EQ(Shown(leftOut, dir.path()), Words(c[4]));
 }
 
-INSTANTIATE_TEST_SUITE_P(Scan, PictureScanTest, ::testing::ValuesIn(kScanCases),
+INSTANTIATE_TEST_SUITE_P(Scan, PictureScanTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/picture_scans.tsv")),
                          [](const auto& info) { return info.param.name; });
 
 TEST(PictureScanErrorTest, MissingPathIsNamed) {
