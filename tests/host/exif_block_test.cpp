@@ -13,6 +13,7 @@
 #include "host/exiv2_metadata_reader.h"
 #include "host/picture_file_head.h"
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 #include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
@@ -207,36 +208,23 @@ TEST(ExifBlockTest, PlainPicturesReadAsTheLibraryReadsThem) {
   struct Case {
     std::string name;
     fs::path sample;
-    const char* write;  // exiftool arguments, or nullptr for the sample as it is
+    std::string write;  // exiftool arguments, or empty for the sample as it is
   };
-  const fs::path base = samples / "plain_nometa.jpg";
-  std::vector<Case> cases = {
-      {"camera values", base,
-       "-EXIF:Make=Corvid -EXIF:Model=M-1 -EXIF:ExposureTime=1/250 -EXIF:FNumber=2.8 "
-       "-EXIF:ExposureCompensation=-0.7 -EXIF:FocalLength=35 -EXIF:ISO=400 -EXIF:Flash=16 "
-       "-EXIF:Orientation#=6 -EXIF:DateTimeOriginal='2024:05:17 04:40:40' "
-       "-EXIF:LensModel='L 35' -EXIF:SerialNumber=123 -EXIF:Artist=Ann -EXIF:Copyright=C"},
-      {"gps", base,
-       "-EXIF:GPSLatitude=12.5 -EXIF:GPSLatitudeRef=S -EXIF:GPSLongitude=100.25 "
-       "-EXIF:GPSLongitudeRef=W -EXIF:GPSAltitude=12 -EXIF:GPSAltitudeRef=1 "
-       "-EXIF:GPSTimeStamp=10:20:30.5 -EXIF:GPSDateStamp=2024:01:02 -EXIF:GPSSpeed=5 "
-       "-EXIF:GPSSpeedRef=N -EXIF:GPSImgDirection=370 -EXIF:GPSMapDatum=WGS-84"},
-      {"comments", base,
-       "-EXIF:UserComment=hello -EXIF:ImageDescription=described -XMP-xmp:Rating=3"},
-      {"little endian", base,
-       "-ExifByteOrder=II -EXIF:Make=Corvid -EXIF:ISO=64 -EXIF:ExposureTime=1/8"},
-  };
+  std::vector<Case> cases;
+  for (const test::CaseRow& row : test::ReadCaseTable("cases/plain_exif_writes.tsv")) {
+    cases.push_back({row.name, samples / "plain_nometa.jpg", row[0]});
+  }
   // Every sample as it is, too: the library reads those with IPTC itself.
   for (const auto& file : fs::directory_iterator(samples)) {
     const fs::path& p = file.path();
     if (p.extension() == ".jpg" && p.filename() != "truncated.jpg")
-      cases.push_back({p.filename().string(), p, nullptr});
+      cases.push_back({p.filename().string(), p, ""});
   }
   for (const Case& c : cases) {
     test::ScopedTempDir dir;
     const fs::path plain = dir / "plain.jpg";
     fs::copy_file(c.sample, plain);
-    if (c.write != nullptr) {
+    if (!c.write.empty()) {
       ASSERT_EQ(test::ExifToolWrite(c.write, plain), 0) << c.name;
       EXPECT_TRUE(ReadPlain(plain)) << c.name;
     }

@@ -122,19 +122,15 @@ void ExpectEntries(const Snapshot& snapshot, const std::wstring& module) {
   }
 }
 
-struct ScopeCase {
-  const char* name;
-  const wchar_t* commandLine;  // DllRegisterServer when "-"
-  SettingsScope written;
-};
-
+// Rows: DllInstall's command line ("-": DllRegisterServer, "(null)": none) and the scope written.
 class RegistrationRoundTrip : public RegistrationTest,
-                              public ::testing::WithParamInterface<ScopeCase> {};
+                              public ::testing::WithParamInterface<test::CaseRow> {};
 
 TEST_P(RegistrationRoundTrip, WritesEveryEntryThenLeavesTheStoresAsTheyWere) {
-  const wchar_t* commandLine = GetParam().commandLine;
-  const bool server = commandLine != nullptr && std::wstring_view(commandLine) == L"-";
-  const bool perUser = GetParam().written == SettingsScope::CurrentUser;
+  const std::wstring line = test::Widen(GetParam()[0]);
+  const wchar_t* commandLine = GetParam()[0] == "(null)" ? nullptr : line.c_str();
+  const bool server = line == L"-";
+  const bool perUser = GetParam()[1] == "user";
   ASSERT_EQ(server ? DllRegisterServer() : DllInstall(TRUE, commandLine), S_OK);
   const Snapshot user = Take(SettingsScope::CurrentUser);
   const Snapshot machine = Take(SettingsScope::Machine);
@@ -147,16 +143,8 @@ TEST_P(RegistrationRoundTrip, WritesEveryEntryThenLeavesTheStoresAsTheyWere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scopes, RegistrationRoundTrip,
-                         ::testing::ValuesIn(std::vector<ScopeCase>{
-                             {"MachineWide", L"-", SettingsScope::Machine},
-                             {"PerUser", L"USER", SettingsScope::CurrentUser},
-                             {"MixedCaseIsPerUser", L"uSeR", SettingsScope::CurrentUser},
-                             {"LongerWordIsMachineWide", L"user2", SettingsScope::Machine},
-                             {"PrefixIsMachineWide", L"use", SettingsScope::Machine},
-                             {"LeadingSpaceIsMachineWide", L" user", SettingsScope::Machine},
-                             {"NullCommandLine", nullptr, SettingsScope::Machine},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/registration_scopes.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(RegistrationTest, LastPluginTakesTheCategoryAndEmptyContainersWithIt) {
   std::shared_ptr<SettingsStore> store;
