@@ -15,114 +15,40 @@
 namespace lmk {
 namespace {
 
-using Bytes = std::string;
-
-Bytes Be32(uint32_t v) {
-  return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
-          static_cast<char>(v)};
-}
-Bytes Le16(uint32_t v) { return {static_cast<char>(v), static_cast<char>(v >> 8)}; }
-Bytes Le32(uint32_t v) { return Le16(v & 0xFFFF) + Le16(v >> 16); }
-
-Bytes Png(uint32_t w, uint32_t h, int depth, int colourType) {
-  return Bytes("\x89PNG\r\n\x1a\n", 8) + Be32(13) + "IHDR" + Be32(w) + Be32(h) +
-         static_cast<char>(depth) + static_cast<char>(colourType) + Bytes(3, '\0') + Be32(0);
+// A row's bytes: its escapes, and "(app1 N)" as an APP1 segment of N bytes.
+std::string FileOf(const std::string& field) {
+  std::string bytes = test::Unescape(field);
+  const std::size_t at = bytes.find("(app1 ");
+  if (at == std::string::npos) return bytes;
+  const std::size_t end = bytes.find(')', at);
+  const std::size_t length = std::stoul(bytes.substr(at + 6, end - at - 6)) + 2;
+  const std::string segment = std::string("\xFF\xE1", 2) + static_cast<char>(length >> 8) +
+                              static_cast<char>(length) + std::string(length - 2, 'x');
+  return bytes.replace(at, end + 1 - at, segment);
 }
 
-Bytes Jpeg(const Bytes& segmentsBeforeFrame, int precision, int components, uint16_t w,
-           uint16_t h) {
-  Bytes sof = Bytes("\xFF\xC0", 2) + Bytes{0, 11} + static_cast<char>(precision) +
-              static_cast<char>(h >> 8) + static_cast<char>(h) + static_cast<char>(w >> 8) +
-              static_cast<char>(w) + static_cast<char>(components) + Bytes(3, '\x11');
-  return Bytes("\xFF\xD8", 2) + segmentsBeforeFrame + sof + Bytes("\xFF\xD9", 2);
-}
-
-Bytes App1(size_t payload) {
-  const size_t length = payload + 2;
-  return Bytes("\xFF\xE1", 2) + static_cast<char>(length >> 8) + static_cast<char>(length) +
-         Bytes(payload, 'x');
-}
-
-Bytes Riff(const Bytes& chunk) {
-  return "RIFF" + Le32(static_cast<uint32_t>(chunk.size() + 4)) + "WEBP" + chunk;
-}
-
-Bytes Bmp(int32_t w, int32_t h, int bits) {
-  return "BM" + Bytes(12, '\0') + Le32(40) + Le32(static_cast<uint32_t>(w)) +
-         Le32(static_cast<uint32_t>(h)) + Le16(1) + Le16(static_cast<uint32_t>(bits)) +
-         Bytes(24, '\0');
-}
-
-struct ProbeCase {
-  std::string name;
-  Bytes file;
-  bool known;
-  uint32_t width = 0;
-  uint32_t height = 0;
-  int bpp = 0;
-  std::wstring format = {};
-  bool transparency = false;
-};
-
-class Probe : public ::testing::TestWithParam<ProbeCase> {};
+class Probe : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(Probe, MatchesTable) {
-  const ProbeCase& c = GetParam();
-  Exiv2::MemIo io(reinterpret_cast<const Exiv2::byte*>(c.file.data()),
-                  static_cast<long>(c.file.size()));
+  test::CaseRow c = GetParam();
+  const std::string file = FileOf(c[0]);
+  c.fields.resize(6, "0");
+  Exiv2::MemIo io(reinterpret_cast<const Exiv2::byte*>(file.data()),
+                  static_cast<long>(file.size()));
   PictureHeaderInfo info;
   info.width = 999;
   ProbePictureHeader(io, &info);
-  ASSERT_EQ(info.known, c.known);
-  EXPECT_EQ(info.width, c.width);
-  EXPECT_EQ(info.height, c.height);
-  EXPECT_EQ(info.bitsPerPixel, c.bpp);
-  EXPECT_EQ(info.pixelFormat, c.format);
-  EXPECT_EQ(info.supportsTransparency, c.transparency);
+  ASSERT_EQ(info.known, GetParam().fields.size() > 1);
+  EXPECT_EQ(info.width, std::stoul(c[1]));
+  EXPECT_EQ(info.height, std::stoul(c[2]));
+  EXPECT_EQ(info.bitsPerPixel, std::stoi(c[3]));
+  EXPECT_EQ(info.pixelFormat, c[4] == "0" ? L"" : test::Widen(c[4]));
+  EXPECT_EQ(info.supportsTransparency, c[5] == "1");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Headers, Probe,
-    ::testing::ValuesIn(std::vector<ProbeCase>{
-        {"JpegColour", Jpeg("", 8, 3, 640, 480), true, 640, 480, 24, L"24bppBGR"},
-        {"JpegGray", Jpeg("", 8, 1, 64, 48), true, 64, 48, 8, L"8bppGray"},
-        {"JpegCmyk", Jpeg("", 8, 4, 10, 20), true, 10, 20, 32, L"32bppCMYK"},
-        {"JpegFrameAfterBigSegment", Jpeg(App1(60000), 8, 3, 4000, 3000), true, 4000, 3000, 24,
-         L"24bppBGR"},
-        {"JpegFillBytesBeforeMarker", Jpeg(Bytes("\xFF\xFF\xFF", 3) + App1(4), 8, 3, 5, 6), true, 5,
-         6, 24, L"24bppBGR"},
-        {"JpegSegmentRunsPastEnd", Bytes("\xFF\xD8\xFF\xE1\xFF\xF0xx", 8), false},
-        {"JpegZeroLengthSegment", Bytes("\xFF\xD8\xFF\xE1\x00\x00", 6) + Jpeg("", 8, 3, 1, 1),
-         false},
-        {"JpegScanBeforeFrame", Bytes("\xFF\xD8\xFF\xDA\x00\x02", 6), false},
-        {"JpegZeroSize", Jpeg("", 8, 3, 0, 0), false},
-        {"PngRgba", Png(64, 48, 8, 6), true, 64, 48, 32, L"32bppBGRA", true},
-        {"PngRgb16", Png(3, 2, 16, 2), true, 3, 2, 48, L"48bppRGB", true},
-        {"PngPalette", Png(3, 2, 4, 3), true, 3, 2, 4, L"4bppIndexed", true},
-        {"PngBadColourType", Png(3, 2, 8, 5), false},
-        {"PngHugeWidth", Png(0x80000000u, 2, 8, 2), false},
-        {"PngCutInHeader", Png(3, 2, 8, 2).substr(0, 20), false},
-        {"Gif", "GIF89a" + Le16(300) + Le16(200) + Bytes("\xF7\0\0", 3), true, 300, 200, 8,
-         L"8bppIndexed", true},
-        {"WebpExtendedAlpha",
-         Riff("VP8X" + Le32(10) + Bytes("\x10\0\0\0", 4) + Bytes("\x3F\x01\0", 3) +
-              Bytes("\xC7\0\0", 3)),
-         true, 320, 200, 32, L"32bppBGRA", true},
-        {"WebpLossless", Riff("VP8L" + Le32(5) + "\x2F" + Le32((99u) | (49u << 14) | (1u << 28))),
-         true, 100, 50, 32, L"32bppBGRA", true},
-        {"WebpLossy",
-         Riff("VP8 " + Le32(10) + Bytes("\0\0\0\x9D\x01\x2A", 6) + Le16(640) + Le16(480)), true,
-         640, 480, 24, L"24bppBGR"},
-        {"WebpLossyWithoutStartCode",
-         Riff("VP8 " + Le32(10) + Bytes("\0\0\0\0\0\0", 6) + Le16(640) + Le16(480)), false},
-        {"BmpBottomUp", Bmp(8, 6, 24), true, 8, 6, 24, L"24bppBGR"},
-        {"BmpTopDown", Bmp(8, -6, 8), true, 8, 6, 8, L"8bppIndexed"},
-        {"BmpNegativeWidth", Bmp(-8, 6, 24), false},
-        {"BmpOddBitCount", Bmp(8, 6, 7), false},
-        {"Empty", "", false},
-        {"Text", "just some words in a file", false},
-    }),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Headers, Probe,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/picture_headers.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 class Label : public ::testing::TestWithParam<test::CaseRow> {};
 
