@@ -110,48 +110,21 @@ TEST(ExifBlockTest, ReadsValuesInEitherByteOrderAsTheLibraryGivesThem) {
   }
 }
 
-struct RefusedCase {
-  const char* name;
-  std::string block;
-};
-
-std::vector<RefusedCase> RefusedBlocks() {
-  const BlockBuilder b(false);
-  const Entry make{0x010F, 2, 7, "Corvid\0"s};
-  std::string tooMany = b.U16(300);
-  std::string badHeader = b.Build({make});
-  badHeader[2] = 43;
-  std::string loop = b.Build({make, {0x8769, 4, 1, "", 8}});
-  return {
-      {"BadHeader", badHeader},
-      {"Short", "II*\0"s},
-      {"ValueOutsideTheBlock", b.Build({{0x010F, 2, 40, "", 4000}})},
-      {"ValueAtOffsetZero", b.Build({{0x010F, 2, 40, "", 0}})},
-      {"UnknownType", b.Build({{0x010F, 13, 1, "abcd"}})},
-      {"EmptyValue", b.Build({{0x010F, 2, 0, ""}})},
-      {"TooManyEntries", "II*\0"s + b.U32(8) + tooMany + std::string(4000, '\0')},
-      {"DirectoryReachedTwice", loop},
-      {"MakerNote", b.Build({make}, {{0x927C, 7, 8, "makernot"}})},
-      {"UnicodeComment", b.Build({make}, {{0x9286, 7, 10, "UNICODE\0a\0"s}})},
-      {"SubImages", b.Build({make, {0x014A, 4, 1, b.U32(8)}})},
-      {"ThumbnailChainGoesOn", b.Build({make}, {}, 8 + 2 + 12 + 4) + b.U16(1) + b.U16(0x0103) +
-                                   b.U16(3) + b.U32(1) + b.U32(6) + b.U32(8 + 2 + 12 + 4 + 18 + 2)},
-      {"ThumbnailOutsideTheBlock", b.Build({make}, {}, 8 + 2 + 12 + 4) + b.U16(2) + b.U16(0x0201) +
-                                       b.U16(4) + b.U32(1) + b.U32(100) + b.U16(0x0202) + b.U16(4) +
-                                       b.U32(1) + b.U32(5000) + b.U32(0)},
-  };
-}
-
-class RefusedBlock : public ::testing::TestWithParam<RefusedCase> {};
+class RefusedBlock : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(RefusedBlock, IsLeftToTheLibrary) {
+  std::string block = test::Unescape(GetParam()[0]);
+  if (const std::size_t at = block.find("(zeros "); at != std::string::npos) {
+    block = block.substr(0, at) + std::string(std::stoul(block.substr(at + 7)), '\0');
+  }
   std::vector<ExifEntry> entries;
-  EXPECT_FALSE(ParseExifBlock(GetParam().block, &entries));
+  EXPECT_FALSE(ParseExifBlock(block, &entries));
   EXPECT_TRUE(entries.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Blocks, RefusedBlock, ::testing::ValuesIn(RefusedBlocks()),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Blocks, RefusedBlock,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/refused_exif_blocks.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 // Damaged blocks: every truncation and many random byte changes of a real block are either
 // refused or read with every value inside the block (the sanitizers watch the reads).
