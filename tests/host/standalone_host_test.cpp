@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -117,29 +118,21 @@ TEST(HostListTest, EmptyListHasNoCurrentImageAndUnlistedFilesAreRefused) {
   EXPECT_EQ(host->SetCurrentFile(L"/nowhere/x.jpg"), HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
 }
 
-struct RenameCase {
-  const char* name;
-  bool byCookie;  // else by the old path, cookie 0
-  bool known;     // the old path / cookie is listed
-  HRESULT expected;
-};
-
-class HostRenameTest : public ::testing::TestWithParam<RenameCase> {};
+// The parameter: the renamed file's cookie is listed.
+class HostRenameTest : public ::testing::TestWithParam<bool> {};
 
 TEST_P(HostRenameTest, ListFollowsTheRename) {
-  const RenameCase& c = GetParam();
+  const bool known = GetParam();
   test::ScopedTempDir dir;
   const std::vector<std::wstring> files = MakeFiles(dir, 3);
   const auto host = MakeComObject<CStandaloneHost>(files, L"");
   const std::wstring newPath = FromUtf8((dir / "renamed.jpg").string());
-  const ULONGLONG cookie = c.known ? 2 : 99;  // the file at index 1
-  const std::wstring oldPath = c.known ? files[1] : L"/elsewhere/x.jpg";
-
-  EXPECT_EQ(host->OnFileRenamed(c.byCookie ? cookie : 0, oldPath.c_str(), newPath.c_str()),
-            c.expected);
+  const ULONGLONG cookie = known ? 2 : 99;  // 2: the file at index 1
+  const std::wstring oldPath = known ? files[1] : L"/elsewhere/x.jpg";
+  EXPECT_EQ(host->OnFileRenamed(cookie, oldPath.c_str(), newPath.c_str()), known ? S_OK : S_FALSE);
 
   std::vector<std::wstring> expected = files;
-  if (c.expected == S_OK) expected[1] = newPath;
+  if (known) expected[1] = newPath;
   EXPECT_EQ(host->Files(), expected);
   ComPtr<ILumarkoImage> image;
   ASSERT_EQ(host->GetImageByCookie(2, &image), S_OK);
@@ -150,13 +143,9 @@ TEST_P(HostRenameTest, ListFollowsTheRename) {
   EXPECT_EQ(count, 3u);
 }
 
-const RenameCase kRenameCases[] = {
-    {"ByCookie", true, true, S_OK},
-    {"UnknownCookie", true, false, S_FALSE},
-};
-
-INSTANTIATE_TEST_SUITE_P(Rename, HostRenameTest, ::testing::ValuesIn(kRenameCases),
-                         [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Rename, HostRenameTest, ::testing::Bool(), [](const auto& info) {
+  return info.param ? "ByCookie" : "UnknownCookie";
+});
 
 TEST(HostListTest, DeletedFileLeavesTheListButKeepsPositions) {
   test::ScopedTempDir dir;
@@ -173,19 +162,11 @@ TEST(HostListTest, DeletedFileLeavesTheListButKeepsPositions) {
   EXPECT_EQ(host->GetImageByCookie(1, &gone), E_INVALIDARG);
 }
 
-struct SampleCase {
-  const char* name;
-  const char* file;
-  USHORT gpsFlags;
-  SHORT rating;
-  bool parses;
-};
-
-class HostRecordTest : public ::testing::TestWithParam<SampleCase> {};
+class HostRecordTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(HostRecordTest, RecordCarriesFileFactsAndMetadata) {
-  const SampleCase& c = GetParam();
-  const std::wstring path = FromUtf8(std::string(LMK_SAMPLES_DIR) + "/" + c.file);
+  const test::CaseRow& c = GetParam();
+  const std::wstring path = FromUtf8(std::string(LMK_SAMPLES_DIR) + "/" + c[0]);
   const auto host =
       MakeComObject<CStandaloneHost>(std::vector<std::wstring>{path}, FromUtf8(LMK_SAMPLES_DIR));
   std::wstring problem;
@@ -196,25 +177,18 @@ TEST_P(HostRecordTest, RecordCarriesFileFactsAndMetadata) {
   EXPECT_EQ(r.cookie, 1u);
   EXPECT_GT(r.size, 0u);
   EXPECT_NE(r.lastWriteTime.dwHighDateTime, 0u);
-  EXPECT_EQ(problem.empty(), c.parses) << ToUtf8(problem);
-  EXPECT_EQ(r.gpsFlags & LMKGPS_POSITION, c.gpsFlags & LMKGPS_POSITION);
+  EXPECT_EQ(problem.empty(), c[3] == "1") << ToUtf8(problem);
+  EXPECT_EQ((r.gpsFlags & LMKGPS_POSITION) != 0, c[1] == "1");
   if ((r.gpsFlags & LMKGPS_POSITION) == 0) {
     EXPECT_EQ(r.gpsLatitude, 0.0);
     EXPECT_EQ(r.gpsLongitude, 0.0);
   }
-  EXPECT_EQ(r.xmpRating, c.rating);
+  EXPECT_EQ(r.xmpRating, std::stoi(c[2]));
   EXPECT_EQ(r.totalFrames, 1);
 }
 
-const SampleCase kSampleCases[] = {
-    {"GpsPosition", "street_2023.jpg", LMKGPS_POSITION, 5, true},
-    {"SouthernHemisphere", "harbour_2023.jpg", LMKGPS_POSITION, 3, true},
-    {"SidecarRatingWins", "sidecar_2025.jpg", 0, 4, true},
-    {"Rejected", "rejected_2025.jpg", 0, -1, true},
-    {"UnparseableKeepsFileFacts", "truncated.jpg", 0, 0, false},
-};
-
-INSTANTIATE_TEST_SUITE_P(Samples, HostRecordTest, ::testing::ValuesIn(kSampleCases),
+INSTANTIATE_TEST_SUITE_P(Samples, HostRecordTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/host_records.tsv")),
                          [](const auto& info) { return info.param.name; });
 
 }  // namespace

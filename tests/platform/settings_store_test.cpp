@@ -16,8 +16,8 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
-#include <tuple>
 #include <thread>
+#include <tuple>
 
 #include "com/com_error.h"
 #include "platform/posix/sqlite_settings_store.h"
@@ -305,28 +305,24 @@ TEST_F(SettingsStoreTest, ScopesAreSeparateFilesAndOpenSharesOneStore) {
   EXPECT_TRUE(fs::exists(dir_ / "machine" / "settings.db"));
 }
 
-struct DamageCase {
-  const char* name;
-  std::function<void(const fs::path&)> damage;  // given the file of a closed, valid store
-};
-
-void PatchBytes(const fs::path& file, size_t offset, const std::string& bytes) {
-  std::string content = ReadBytes(file);
-  ASSERT_GE(content.size(), offset + bytes.size());
-  content.replace(offset, bytes.size(), bytes);
-  WriteBytes(file, content);
-}
-
 class SettingsDamageTest : public SettingsStoreTest,
-                           public ::testing::WithParamInterface<DamageCase> {};
+                           public ::testing::WithParamInterface<CaseRow> {};
 
 TEST_P(SettingsDamageTest, DamagedFileIsReportedAndLeftAsItIs) {
+  const CaseRow& c = GetParam();
   for (int i = 0; i < 200; ++i) {
     ASSERT_EQ(S_OK, store_->SetValue(L"Keys\\K" + std::to_wstring(i), L"value",
                                      RegValue::String(std::wstring(100, L'x'))));
   }
   store_.reset();
-  GetParam().damage(DatabaseFile());
+  std::string bytes = ReadBytes(DatabaseFile());
+  const size_t at = std::stoul(c[0]);
+  const std::string piece = Unescape(c[1]);
+  std::string put;
+  for (size_t n = c[2] == "end" ? bytes.size() - at : std::stoul(c[2]); n > 0; --n) put += piece;
+  ASSERT_LE(at + put.size(), c[3] == "cut" ? SIZE_MAX : bytes.size());
+  WriteBytes(DatabaseFile(),
+             c[3] == "cut" ? bytes.substr(0, at) + put : bytes.replace(at, put.size(), put));
   const std::string before = ReadBytes(DatabaseFile());
   const auto filesBefore = std::distance(fs::directory_iterator(dir_.path()), {});
 
@@ -335,22 +331,9 @@ TEST_P(SettingsDamageTest, DamagedFileIsReportedAndLeftAsItIs) {
   EXPECT_EQ(filesBefore, std::distance(fs::directory_iterator(dir_.path()), {}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Damage, SettingsDamageTest,
-    ::testing::ValuesIn(std::vector<DamageCase>{
-        {"Garbage",
-         [](const fs::path& f) { WriteBytes(f, std::string(8192, '\x5a') + "not a database"); }},
-        {"ShortGarbage", [](const fs::path& f) { WriteBytes(f, "settings=1\n"); }},
-        {"BrokenPages",
-         [](const fs::path& f) {
-           const auto size = static_cast<size_t>(fs::file_size(f));
-           PatchBytes(f, 4096, std::string(size - 4096, '\xff'));
-         }},
-        {"Truncated", [](const fs::path& f) { fs::resize_file(f, 3 * 4096); }},
-        {"OtherProgramsDatabase", [](const fs::path& f) { PatchBytes(f, 68, "ABCD"); }},
-        {"NewerFormat", [](const fs::path& f) { PatchBytes(f, 60, std::string("\0\0\0\x63", 4)); }},
-    }),
-    [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Damage, SettingsDamageTest,
+                         ::testing::ValuesIn(ReadCaseTable("cases/settings_damage.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST_F(SettingsStoreTest, FolderOrUnreadableFileCannotBeOpenedAndIsKept) {
   ASSERT_EQ(S_OK, store_->SetValue(L"K", L"v", RegValue::Dword(1)));
