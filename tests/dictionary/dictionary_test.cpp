@@ -102,50 +102,31 @@ TEST(DictionaryTest, ObjectValuesAreSharedNotCopiedAndReleasedWithTheDictionary)
 
 // --- PutMultiple ------------------------------------------------------------------------------
 
-// Names as the bulk methods take them: an array of pointers, nullptr standing for a null name.
-struct NameArray {
-  explicit NameArray(const std::vector<const wchar_t*>& names) {
-    for (const wchar_t* n : names) storage.emplace_back(n != nullptr ? n : L"");
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      pointers.push_back(names[i] != nullptr ? storage[i].data() : nullptr);
-    }
-  }
-  std::vector<std::wstring> storage;
-  std::vector<LPOLESTR> pointers;
-};
-
 class DictionaryPutMultipleTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
   constexpr ULONG kCount = 120;
-  const ULONG badIndex = std::stoul(GetParam()[0]);
-  const wchar_t* bad = GetParam()[1] == "(null)" ? nullptr : L"";
+  const ULONG bad = std::stoul(GetParam()[0]);
   std::vector<std::wstring> names;
-  std::vector<Variant> values;
+  std::vector<LPOLESTR> pointers;
+  std::vector<VARIANT> values;
   for (ULONG i = 0; i < kCount; ++i) {
-    names.push_back(L"Meta.Item" + std::to_wstring(i));
-    values.push_back(Variant::I4(static_cast<LONG>(i)));
+    names.push_back(i == bad ? L"" : L"Meta.Item" + std::to_wstring(i));
+    values.push_back(Variant::I4(static_cast<LONG>(i)).ref());
   }
-  std::vector<const wchar_t*> given;
-  for (ULONG i = 0; i < kCount; ++i) given.push_back(i == badIndex ? bad : names[i].c_str());
-  NameArray array(given);
-  std::vector<VARIANT> raw;
-  for (Variant& v : values) raw.push_back(v.ref());
+  for (std::wstring& name : names) pointers.push_back(name.data());
+  if (bad < kCount && GetParam()[1] == "(null)") pointers[bad] = nullptr;
 
   ComPtr<IDictionary> dictionary = MakeDictionary();
-  EXPECT_EQ(dictionary->PutMultiple(kCount, array.pointers.data(), raw.data()),
-            badIndex == kCount ? S_OK : E_INVALIDARG);
-  const ULONG stored = badIndex;
-  EXPECT_EQ(CountOf(dictionary.Get()), static_cast<LONG>(stored));
+  EXPECT_EQ(dictionary->PutMultiple(kCount, pointers.data(), values.data()),
+            bad == kCount ? S_OK : E_INVALIDARG);
+  EXPECT_EQ(CountOf(dictionary.Get()), static_cast<LONG>(bad));
   for (ULONG i = 0; i < kCount; ++i) {
     Variant value;
-    const HRESULT hr = Get(dictionary.Get(), names[i], &value);
-    if (i < stored) {
-      ASSERT_EQ(hr, S_OK) << "entry " << i;
-      EXPECT_EQ(value.ref().lVal, static_cast<LONG>(i));
-    } else {
-      EXPECT_EQ(hr, E_FAIL) << "entry " << i << " follows the failure";
-    }
+    EXPECT_EQ(Get(dictionary.Get(), L"Meta.Item" + std::to_wstring(i), &value),
+              i < bad ? S_OK : E_FAIL)
+        << "entry " << i << ": only those before the failure are kept";
+    EXPECT_EQ(value.vt() == VT_I4 ? value.ref().lVal : -1, i < bad ? static_cast<LONG>(i) : -1);
   }
 }
 
@@ -254,15 +235,13 @@ TEST_P(DictionaryGetMultipleTest, ReadsAllOrNothing) {
   }
   std::vector<std::wstring> texts;
   for (const std::string& name : Split(c[0])) texts.push_back(Widen(name));
-  std::vector<const wchar_t*> given;
-  for (const std::wstring& t : texts) given.push_back(t == L"(null)" ? nullptr : t.c_str());
-  NameArray array(given);
+  std::vector<LPOLESTR> names;
+  for (std::wstring& t : texts) names.push_back(t == L"(null)" ? nullptr : t.data());
   // Slots start as integers so that a slot left untouched is visible.
-  std::vector<VARIANT> raw(given.size());
+  std::vector<VARIANT> raw(names.size());
   for (VARIANT& v : raw) v = Variant::I4(-1).ref();
-  EXPECT_EQ(
-      dictionary->GetMultiple(static_cast<ULONG>(raw.size()), array.pointers.data(), raw.data()),
-      HrNamed(c[1]));
+  EXPECT_EQ(dictionary->GetMultiple(static_cast<ULONG>(raw.size()), names.data(), raw.data()),
+            HrNamed(c[1]));
   const std::vector<std::string> expected = Split(c[2]);
   for (std::size_t i = 0; i < raw.size(); ++i) {
     Variant owned;
