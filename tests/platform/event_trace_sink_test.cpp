@@ -73,63 +73,53 @@ class EventTraceSinkTest : public ::testing::Test {
 
 // ---- Record layout -------------------------------------------------------------------------
 
-struct LayoutCase {
-  std::string name;
-  BYTE level;
-  BYTE type;
-  std::optional<std::wstring> text;
-  uint16_t size;
-  uint32_t flags;
-  uint32_t text_bytes;
-  std::optional<std::wstring> read = std::nullopt;  // when it differs from text: UTF-16 has no
-                                                    // lone surrogates or code points above it
-};
+// A text as tests/data/cases/event_records.tsv writes it.
+std::optional<std::wstring> TextOf(const std::string& field) {
+  if (field == "(none)") return std::nullopt;
+  if (!field.starts_with("units:")) return test::Wide(field);
+  std::wstring text;
+  std::istringstream in(field.substr(6));
+  for (unsigned long unit; in >> std::hex >> unit;) text.push_back(static_cast<wchar_t>(unit));
+  return text;
+}
 
 class RecordLayoutTest : public EventTraceSinkTest,
-                         public ::testing::WithParamInterface<LayoutCase> {};
+                         public ::testing::WithParamInterface<test::CaseRow> {};
 
 TEST_P(RecordLayoutTest, HeaderFieldsAtTheirOffsets) {
-  const LayoutCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
+  const auto level = static_cast<BYTE>(std::stoi(c[0])), type = static_cast<BYTE>(std::stoi(c[1]));
+  const std::optional<std::wstring> text = TextOf(c[2]);
+  const size_t size = std::stoul(c[3]), textBytes = std::stoul(c[5]);
   ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
-  ASSERT_EQ(sink_.Write(c.level, c.type, c.text), ERROR_SUCCESS);
+  ASSERT_EQ(sink_.Write(level, type, text), ERROR_SUCCESS);
   ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
 
   const std::string b = ReadBytes(LogFile());
   const size_t r = BlockSize();
-  ASSERT_EQ(b.size(), r + c.size + 8 + c.text_bytes);
-  EXPECT_EQ(Le32(b, r) & 0xFFFF, c.size);
-  EXPECT_EQ(b[r + 4], c.type);
-  EXPECT_EQ(b[r + 5], c.level);
+  ASSERT_EQ(b.size(), r + size + 8 + textBytes);
+  EXPECT_EQ(Le32(b, r) & 0xFFFF, size);
+  EXPECT_EQ(b[r + 4], type);
+  EXPECT_EQ(b[r + 5], level);
   EXPECT_EQ(b.substr(r + 24, 16),
             "\xE4\xFC\x61\xC6\x97\x8D\x54\x42\x92\x85\xBB\xC7\x4A\x45\x4E\xB1");
-  EXPECT_EQ(Le32(b, r + 44), c.flags);
-  EXPECT_EQ(c.size == 64 ? Le32(b, r + 56) : 0, c.text_bytes);
+  EXPECT_EQ(Le32(b, r + 44), std::stoul(c[4], nullptr, 0));
+  EXPECT_EQ(size == 64 ? Le32(b, r + 56) : 0, textBytes);
   // Every other header byte is zero.
-  for (size_t i = 0; i < c.size; ++i) {
+  for (size_t i = 0; i < size; ++i) {
     const bool field = i < 2 || i == 4 || i == 5 || (i >= 24 && i < 40) || (i >= 44 && i < 60);
     EXPECT_TRUE(field || b[r + i] == 0) << "byte " << i;
   }
   const ReadBack back = ReadLog(LogFile());
   ASSERT_EQ(back.records.size(), 1u);
-  EXPECT_EQ(back.records[0].level, c.level);
-  EXPECT_EQ(back.records[0].type, c.type);
-  EXPECT_EQ(back.records[0].text, c.read ? c.read : c.text);
+  EXPECT_EQ(back.records[0].level, level);
+  EXPECT_EQ(back.records[0].type, type);
+  EXPECT_EQ(back.records[0].text, c.fields.size() > 6 ? TextOf(c[6]) : text);
   EXPECT_EQ(back.damage.kind, EventTraceDamage::Kind::kNone);
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, RecordLayoutTest,
-                         ::testing::ValuesIn(std::vector<LayoutCase>{
-                             {"NoText48Bytes", 4, 0, std::nullopt, 48, 0x20000, 0},
-                             {"InternalError34Bytes", 2, 0, L"(internal error)", 64, 0x120000, 34},
-                             {"EmptyTextIsStillText", 3, 9, L"", 64, 0x120000, 2},
-                             {"FatalType9", 1, 9, L"x", 64, 0x120000, 4},
-                             {"AstralCharacterIsTwoUnits", 5, 1, L"\U0001F4F7", 64, 0x120000, 6},
-                             {"Latin", 4, 0, L"Übersicht é", 64, 0x120000, 24},
-                             {"LoneSurrogate", 4, 0, std::wstring(1, wchar_t(0xD800)) + L"a", 64,
-                              0x120000, 6, L"\uFFFDa"},
-                             {"AboveUnicode", 4, 0, std::wstring(1, wchar_t(0x110000)), 64,
-                              0x120000, 4, L"\uFFFD"},
-                         }),
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/event_records.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 TEST_F(EventTraceSinkTest, SessionBlockHasTheNameAtOffset120AndThePathAfterIt) {
