@@ -334,20 +334,29 @@ std::optional<std::string> EditPacket(std::string_view packet, const XmpProperty
   }
 
   // The padding after the root element absorbs the change of length when it can.
-  std::size_t padding = 0;
-  while (padding < trailer - scan.rootEnd && IsSpace(document[trailer - 1 - padding])) ++padding;
+  const std::string_view tail = document.substr(scan.rootEnd);
+  const std::size_t lastText = tail.find_last_not_of(" \t\r\n");
+  const std::size_t padding =
+      lastText == std::string_view::npos ? tail.size() : tail.size() - lastText - 1;
   const std::ptrdiff_t growth =
       static_cast<std::ptrdiff_t>(insert.size()) - static_cast<std::ptrdiff_t>(cutEnd - cutBegin);
-  std::size_t newPadding = kNewPadding;
-  if (growth <= static_cast<std::ptrdiff_t>(padding) && padding > 0) {
-    newPadding = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(padding) - growth);
-  }
   std::string out;
   out.reserve(packet.size() + insert.size() + kNewPadding);
   out.append(document.substr(0, cutBegin)).append(insert);
   out.append(document.substr(cutEnd, trailer - padding - cutEnd));
-  // Lines of a hundred spaces, as packet writers pad.
-  for (std::size_t i = 0; i < newPadding; ++i) out += (i % 101 == 100) ? '\n' : ' ';
+  if (padding > 0 && growth <= static_cast<std::ptrdiff_t>(padding)) {
+    if (growth < 0) out.append(static_cast<std::size_t>(-growth), ' ');
+    const std::size_t dropped = growth > 0 ? static_cast<std::size_t>(growth) : 0;
+    out.append(document.substr(trailer - padding + dropped, padding - dropped));
+  } else {
+    // Lines of a hundred spaces, as packet writers pad.
+    static const std::string kFreshPadding = [] {
+      std::string text(kNewPadding, ' ');
+      for (std::size_t i = 100; i < text.size(); i += 101) text[i] = '\n';
+      return text;
+    }();
+    out.append(kFreshPadding);
+  }
   out.append(packet.substr(trailer));
   return out;
 }
