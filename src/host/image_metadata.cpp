@@ -15,24 +15,14 @@ int DaysInMonth(int y, int m) {
   return m == 2 && IsLeapYear(y) ? 29 : kDays[static_cast<size_t>(m - 1)];
 }
 
-struct LabelName {
-  int16_t number;
-  std::wstring_view colour;
-  std::wstring_view workflow;
-};
-
-constexpr std::array<LabelName, 5> kLabelNames = {{
-    {1, L"Red", L"Select"},
-    {2, L"Yellow", L"Second"},
-    {3, L"Green", L"Approved"},
-    {4, L"Blue", L"Review"},
-    {5, L"Purple", L"To Do"},
-}};
-
 // Labels 1 to 5 keep their colour names under both conventions, so a label reads back the same
 // whichever convention wrote it.
 constexpr std::array<std::wstring_view, 9> kNineLabels = {
     L"Red", L"Yellow", L"Green", L"Blue", L"Purple", L"Cyan", L"Gray", L"Black", L"White"};
+
+// The names other tools give the first five labels.
+constexpr std::array<std::wstring_view, 5> kWorkflowLabels = {L"Select", L"Second", L"Approved",
+                                                              L"Review", L"To Do"};
 
 bool EqualsNoCase(std::wstring_view a, std::wstring_view b) {
   if (a.size() != b.size()) return false;
@@ -70,38 +60,19 @@ bool MetaDateTime::Set(int y, int mo, int d, int h, int mi, int s, int ms) {
 
 int16_t LabelFromText(std::wstring_view text, int16_t* convention) {
   text = Trim(text);
-  int16_t ignored = 0;
-  int16_t& conv = convention != nullptr ? *convention : ignored;
-  conv = kLabelConventionNone;
-  if (text.empty()) return 0;
-  for (const LabelName& name : kLabelNames) {
-    if (EqualsNoCase(text, name.colour)) {
-      conv = kLabelConventionColors;
-      return name.number;
-    }
-    if (EqualsNoCase(text, name.workflow)) {
-      conv = kLabelConventionWorkflow;
-      return name.number;
+  int16_t label = 0;
+  for (std::size_t i = 0; i < kNineLabels.size() && label == 0; ++i) {
+    if (EqualsNoCase(text, kNineLabels[i]) ||
+        (i < kWorkflowLabels.size() && EqualsNoCase(text, kWorkflowLabels[i]))) {
+      label = static_cast<int16_t>(i + 1);
     }
   }
-  for (std::size_t i = kLabelNames.size(); i < kNineLabels.size(); ++i) {
-    if (EqualsNoCase(text, kNineLabels[i])) {
-      conv = kLabelConventionColors;
-      return static_cast<int16_t>(i + 1);
-    }
-  }
-  conv = kLabelConventionOther;
-  return 0;
+  if (convention != nullptr) *convention = label > 5 ? kLabelConventionNine : kLabelConventionFive;
+  return label;
 }
 
 std::span<const std::wstring_view> ConventionLabelNames(int16_t convention) {
   return std::span<const std::wstring_view>(kNineLabels).first(convention < 1 ? 5 : 9);
-}
-
-std::wstring_view LabelText(int16_t label, int16_t convention) {
-  if (label < 1 || label > static_cast<int16_t>(kLabelNames.size())) return {};
-  const LabelName& name = kLabelNames[static_cast<size_t>(label - 1)];
-  return convention == kLabelConventionWorkflow ? name.workflow : name.colour;
 }
 
 }  // namespace lmk

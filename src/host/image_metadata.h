@@ -47,34 +47,30 @@ enum GpsFlag : uint16_t {
   kGpsDirectionTrue = 0x40,
 };
 
-/// Colour label numbers. xmp:Label is free text; the two naming conventions in common use
-/// are recognised (case-insensitive) and map to the same five numbers:
-///   number  colour names (convention 1)   workflow names (convention 2)
-///   0       no label                      no label
-///   1       "Red"                         "Select"
-///   2       "Yellow"                      "Second"
-///   3       "Green"                       "Approved"
-///   4       "Blue"                        "Review"
-///   5       "Purple"                      "To Do"
-/// Any other text keeps label 0 with convention 3 (its text stays in xmpLabelText).
+/// Labelling conventions, one meaning wherever a convention appears (the label action's
+/// setting, the names the host offers, Meta.XMP.LabellingConvention of a record): below 1 the
+/// five colour labels, 1 and above the nine. xmp:Label is free text; the colour names map to
+/// numbers (case-insensitive), and the five workflow names of other tools to the same first five:
+///   number  colour        workflow
+///   1       "Red"         "Select"
+///   2       "Yellow"      "Second"
+///   3       "Green"       "Approved"
+///   4       "Blue"        "Review"
+///   5       "Purple"      "To Do"
+///   6..9    "Cyan", "Gray", "Black", "White" (nine-label convention only)
+/// A picture's convention is the smallest that holds its label; no label or any other text
+/// gives label 0 under convention 0 (the text stays in xmpLabelText).
 enum LabelConvention : int16_t {
-  kLabelConventionNone = 0,
-  kLabelConventionColors = 1,
-  kLabelConventionWorkflow = 2,
-  kLabelConventionOther = 3,
+  kLabelConventionFive = 0,
+  kLabelConventionNone = kLabelConventionFive,  ///< what a picture without a label reports
+  kLabelConventionNine = 1,
 };
 
-/// The label names the host offers and writes under a labelling convention, label 1 first:
-/// the five colours below 1, nine colours (the five, then "Cyan", "Gray", "Black", "White")
-/// for any other convention.
+/// The label names the host offers and writes under a labelling convention, label 1 first.
 std::span<const std::wstring_view> ConventionLabelNames(int16_t convention);
 
-/// Maps an xmp:Label text to its number (0..9) and stores its convention.
+/// Maps an xmp:Label text to its number (0..9) and stores the convention it belongs to.
 int16_t LabelFromText(std::wstring_view text, int16_t* convention);
-
-/// The xmp:Label text for a label number under a convention (colour names unless the
-/// convention is the workflow one); empty for 0 and for numbers outside 1..5.
-std::wstring_view LabelText(int16_t label, int16_t convention);
 
 /// Everything read from one picture. Numbers are 0 and strings empty when the file does not
 /// hold the value; the has* flags say which numbers were really found where 0 is a legal value.
@@ -138,7 +134,7 @@ struct ImageMetadata {
   // Marks.
   bool hasRating = false;
   int16_t xmpRating = 0;  // -1 (rejected) .. 5
-  int16_t xmpLabel = 0;   // see LabelConvention
+  int16_t xmpLabel = 0;   // 0 (none) .. 9, see LabelConvention
   int16_t xmpLabellingConvention = kLabelConventionNone;
   std::wstring xmpLabelText;  // as written
   bool hasUrgency = false;

@@ -13,6 +13,7 @@
 
 #include "com/com_error.h"
 #include "host/exiv2_metadata_reader.h"
+#include "host/jpeg_xmp_rewriter.h"
 #include "host/metadata_parsing.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
@@ -137,11 +138,39 @@ HRESULT WriteSidecar(std::wstring_view sidecar, XmpMark mark, std::string_view v
   return ReplaceFileContents(sidecar, encoded, ReplacedFileTime::kNow);
 }
 
+XmpPropertyName PropertyOf(XmpMark mark) {
+  switch (mark) {
+    case XmpMark::kRating:
+      return {"http://ns.adobe.com/xap/1.0/", "xmp", "Rating"};
+    case XmpMark::kLabel:
+      return {"http://ns.adobe.com/xap/1.0/", "xmp", "Label"};
+    case XmpMark::kUrgency:
+      return {"http://ns.adobe.com/photoshop/1.0/", "photoshop", "Urgency"};
+  }
+  return {};
+}
+
 HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view value,
                      const WriteFailure& fail) {
   std::string bytes;
   if (!ReadWhole(path, &bytes)) {
     return fail(L"the picture cannot be read.", L"make it readable and run the rules again.");
+  }
+  // Most pictures are JPEGs whose packet can be edited as text: that spares decoding and
+  // re-encoding all their metadata. Anything else goes through the library.
+  CJpegXmpRewriter rewriter(bytes);
+  switch (rewriter.Set(PropertyOf(mark), value)) {
+    case CJpegXmpRewriter::Outcome::kRewritten: {
+      const std::array<std::string_view, 3> pieces = rewriter.Pieces();
+      return ReplaceFileContents(path, pieces, ReplacedFileTime::kKeep);
+    }
+    case CJpegXmpRewriter::Outcome::kUnchanged:
+      return S_OK;
+    case CJpegXmpRewriter::Outcome::kDamaged:
+      return fail(L"the picture is damaged (" + FromUtf8(rewriter.Problem()) + L").",
+                  L"check that it opens in a viewer.");
+    case CJpegXmpRewriter::Outcome::kUnsupported:
+      break;
   }
   Exiv2::Image::AutoPtr image;
   try {

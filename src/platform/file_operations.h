@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -96,6 +97,12 @@ enum class ReplacedFileTime {
 /// On failure `path` is unchanged and a description naming it is set. FileStep::kPublish
 /// can be made to fail for tests.
 [[nodiscard]] HRESULT ReplaceFileContents(std::wstring_view path, std::string_view contents,
+                                          ReplacedFileTime time);
+
+/// As above, with the new contents given as pieces written one after the other (a writer that
+/// changes one part of a file passes the unchanged parts as they are, without joining them).
+[[nodiscard]] HRESULT ReplaceFileContents(std::wstring_view path,
+                                          std::span<const std::string_view> pieces,
                                           ReplacedFileTime time);
 
 /// Moves (renames) `source` to `target`. On one volume this is one atomic rename. Across
