@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "com/aggregatable.h"
 #include "com/bstr.h"
-#include "com/com_object.h"
 #include "scripts/iscript_engine.h"
 #include "scripts/script_runtime.h"
 
@@ -27,12 +27,14 @@ inline constexpr HRESULT kUnknownScriptEngine = static_cast<HRESULT>(0x800401F3)
 inline constexpr BYTE kScriptEngineStreamVersion = 1;
 
 /// Not shared between threads: each rule element makes one per file and drops it after the call.
-/// The interpreter state lives only inside one Execute or CheckSyntax.
-class CScriptEngine final : public ComObject<CScriptEngine, IScriptEngine> {
+/// The interpreter state lives only inside one Execute or CheckSyntax. Aggregatable: an outer
+/// object that creates it gets the inner unknown and controls its life.
+class CScriptEngine final : public Aggregatable<CScriptEngine, IScriptEngine> {
  public:
   CScriptEngine();
 
-  // IDispatch: scripts reach the engine only through its C++ callers; there is no type library.
+  // IDispatch: every member of IScriptEngine by name, with the DISPIDs of its type library
+  // (1 to 7 in interface order). No ITypeInfo is built, so GetTypeInfoCount answers 0.
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override;
   HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) override;
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid,

@@ -1,13 +1,10 @@
 // CFileUtilities: the plug-in's answers to its host, and its aggregatable identity.
 #include "shell/file_utilities.h"
 
-#include <array>
-#include <cwctype>
-#include <string_view>
-
 #include "batch/main_dialog.h"
 #include "batch/terminal_dialog_view.h"
 #include "com/bstr_out.h"
+#include "com/dispatch_table.h"
 #include "lumarko_version.h"
 #include "platform/interrupt_handler.h"
 #include "platform/usage_counter.h"
@@ -31,11 +28,7 @@ enum : DISPID {
 
 // Members reachable by late binding: those without interface or window arguments. Initialize
 // and Process are called early-bound by hosts, through the vtable.
-struct DispatchMember {
-  std::wstring_view name;
-  DISPID id;
-};
-constexpr std::array<DispatchMember, 7> kDispatchMembers = {{
+constexpr DispatchMember<CFileUtilities> kDispatchMembers[] = {
     {L"Terminate", kDispTerminate},
     {L"GetCapabilities", kDispGetCapabilities},
     {L"GetPreferredHotkey", kDispGetPreferredHotkey},
@@ -43,64 +36,9 @@ constexpr std::array<DispatchMember, 7> kDispatchMembers = {{
     {L"GetDescription", kDispGetDescription},
     {L"GetAuthorInformation", kDispGetAuthorInformation},
     {L"GetVersionInformation", kDispGetVersionInformation},
-}};
-
-// Automation names compare without regard to case.
-bool SameName(std::wstring_view a, const wchar_t* b) {
-  std::size_t i = 0;
-  for (; i < a.size(); ++i) {
-    if (b[i] == L'\0' || std::towlower(a[i]) != std::towlower(b[i])) return false;
-  }
-  return b[i] == L'\0';
-}
+};
 
 }  // namespace
-
-HRESULT CFileUtilities::Create(IUnknown* outer, REFIID riid, void** ppv) noexcept {
-  if (ppv == nullptr) return E_INVALIDARG;
-  *ppv = nullptr;
-  // An aggregating object must get the inner unknown, or it could never release us.
-  if (outer != nullptr && !IsEqualGUID(riid, IID_IUnknown)) return CLASS_E_NOAGGREGATION;
-  try {
-    // The one reference MakeComObject takes is moved to the inner unknown, which owns the object
-    // whether or not it is aggregated.
-    CFileUtilities* object = MakeComObject<CFileUtilities>().Detach();
-    InnerUnknown* inner = &object->inner_;
-    if (outer != nullptr) {
-      object->controlling_ = outer;
-      *ppv = inner;
-      return S_OK;
-    }
-    HRESULT hr = inner->QueryInterface(riid, ppv);
-    inner->Release();
-    return hr;
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::InnerUnknown::QueryInterface(REFIID riid, void** ppv) {
-  if (ppv == nullptr) return E_POINTER;
-  if (IsEqualGUID(riid, IID_IUnknown)) {
-    *ppv = static_cast<IUnknown*>(this);
-    AddRef();
-    return S_OK;
-  }
-  // The exposed interfaces go out counted on the controlling unknown, as COM requires.
-  return owner_->Base::QueryInterface(riid, ppv);
-}
-
-ULONG STDMETHODCALLTYPE CFileUtilities::InnerUnknown::AddRef() { return owner_->Base::AddRef(); }
-
-ULONG STDMETHODCALLTYPE CFileUtilities::InnerUnknown::Release() { return owner_->Base::Release(); }
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::QueryInterface(REFIID riid, void** ppv) {
-  return controlling_->QueryInterface(riid, ppv);
-}
-
-ULONG STDMETHODCALLTYPE CFileUtilities::AddRef() { return controlling_->AddRef(); }
-
-ULONG STDMETHODCALLTYPE CFileUtilities::Release() { return controlling_->Release(); }
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfoCount(UINT* pctinfo) {
   if (pctinfo == nullptr) return E_INVALIDARG;
@@ -118,19 +56,7 @@ HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfo(UINT /*iTInfo*/, LCID /*lc
 HRESULT STDMETHODCALLTYPE CFileUtilities::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames,
                                                         UINT cNames, LCID /*lcid*/,
                                                         DISPID* rgDispId) {
-  if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
-  if (cNames == 0) return S_OK;
-  if (rgszNames == nullptr || rgDispId == nullptr) return E_INVALIDARG;
-  for (UINT i = 0; i < cNames; ++i) rgDispId[i] = DISPID_UNKNOWN;
-  if (rgszNames[0] == nullptr) return DISP_E_UNKNOWNNAME;
-  for (const DispatchMember& member : kDispatchMembers) {
-    if (SameName(member.name, rgszNames[0])) {
-      rgDispId[0] = member.id;
-      // None of these members has named parameters.
-      return cNames == 1 ? S_OK : DISP_E_UNKNOWNNAME;
-    }
-  }
-  return DISP_E_UNKNOWNNAME;
+  return GetDispatchIds<CFileUtilities>(kDispatchMembers, riid, rgszNames, cNames, rgDispId);
 }
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::Invoke(DISPID dispIdMember, REFIID riid, LCID /*lcid*/,
