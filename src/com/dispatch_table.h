@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "com/com_error.h"
 #include "com/com_sdk.h"
 #include "com/variant.h"
 
@@ -21,8 +22,8 @@ struct DispatchParam {
 };
 
 /// One member of a late-bound interface. kinds is DISPATCH_METHOD for a method, or
-/// DISPATCH_PROPERTYGET and/or DISPATCH_PROPERTYPUT for a property. params are a method's
-/// arguments in order, or a property's one value. A member without handler is only a name.
+/// DISPATCH_PROPERTYGET and/or DISPATCH_PROPERTYPUT for a property. A member without handler is
+/// only a name. params are a method's arguments in order, or a property's one value.
 template <class T>
 struct DispatchMember {
   /// kind is the one DISPATCH_* the call was answered as; args hold the converted arguments
@@ -31,8 +32,8 @@ struct DispatchMember {
   std::wstring_view name;
   DISPID id;
   WORD kinds = DISPATCH_METHOD;
-  std::span<const DispatchParam> params = {};
   Handler handler = nullptr;
+  std::span<const DispatchParam> params = {};
 };
 
 /// Member names compare without regard to case, as OLE Automation compares them.
@@ -105,5 +106,42 @@ HRESULT InvokeDispatchMember(std::span<const DispatchMember<T>> table, T& object
   }
   return DISP_E_MEMBERNOTFOUND;
 }
+
+/// IDispatch for Derived, answered from its member table: Derived declares
+/// `static std::span<const DispatchMember<Derived>> DispatchMembers();`. Base is the ComObject or
+/// Aggregatable that Derived would otherwise derive from. No ITypeInfo is built, so
+/// GetTypeInfoCount answers 0 and GetTypeInfo DISP_E_BADINDEX.
+template <class Base, class Derived>
+class DispatchTable : public Base {
+ public:
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override {
+    if (pctinfo == nullptr) return E_INVALIDARG;
+    *pctinfo = 0;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo** ppTInfo) override {
+    if (ppTInfo == nullptr) return E_INVALIDARG;
+    *ppTInfo = nullptr;
+    return DISP_E_BADINDEX;
+  }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID,
+                                          DISPID* rgDispId) override {
+    return GetDispatchIds<Derived>(Derived::DispatchMembers(), riid, rgszNames, cNames, rgDispId);
+  }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID, WORD wFlags,
+                                   DISPPARAMS* pDispParams, VARIANT* pVarResult,
+                                   EXCEPINFO* pExcepInfo, UINT* puArgErr) override {
+    try {
+      return InvokeDispatchMember<Derived>(Derived::DispatchMembers(), static_cast<Derived&>(*this),
+                                           dispIdMember, riid, wFlags, pDispParams, pVarResult,
+                                           pExcepInfo, puArgErr);
+    } catch (...) {
+      return HresultFromCurrentException();
+    }
+  }
+
+ protected:
+  DispatchTable() = default;
+};
 
 }  // namespace lmk

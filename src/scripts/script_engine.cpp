@@ -170,50 +170,25 @@ constexpr DispatchParam kExecuteParams[] = {{L"bstrStartupMethod", VT_BSTR},
 
 // IScriptEngine as its type library declares it: the DISPIDs follow the interface's order.
 constexpr Member kMembers[] = {
-    {L"ScriptText", 1, kProperty, kText,
-     &TextProperty<&CScriptEngine::get_ScriptText, &CScriptEngine::put_ScriptText>},
-    {L"ScriptPath", 2, kProperty, kText,
-     &TextProperty<&CScriptEngine::get_ScriptPath, &CScriptEngine::put_ScriptPath>},
-    {L"ScriptType", 3, kProperty, kLong,
-     &LongProperty<LMK_SCRIPT_TYPE, &CScriptEngine::get_ScriptType,
-                   &CScriptEngine::put_ScriptType>},
-    {L"ScriptEngineProgID", 4, kProperty, kText,
-     &TextProperty<&CScriptEngine::get_ScriptEngineProgID, &CScriptEngine::put_ScriptEngineProgID>},
-    {L"Timeout", 5, kProperty, kLong,
-     &LongProperty<LONG, &CScriptEngine::get_Timeout, &CScriptEngine::put_Timeout>},
-    {L"CheckSyntax", 6, DISPATCH_METHOD, {}, &CallCheckSyntax},
-    {L"Execute", 7, DISPATCH_METHOD, kExecuteParams, &CallExecute},
+    {L"ScriptText", 1, kProperty,
+     &TextProperty<&CScriptEngine::get_ScriptText, &CScriptEngine::put_ScriptText>, kText},
+    {L"ScriptPath", 2, kProperty,
+     &TextProperty<&CScriptEngine::get_ScriptPath, &CScriptEngine::put_ScriptPath>, kText},
+    {L"ScriptType", 3, kProperty,
+     &LongProperty<LMK_SCRIPT_TYPE, &CScriptEngine::get_ScriptType, &CScriptEngine::put_ScriptType>,
+     kLong},
+    {L"ScriptEngineProgID", 4, kProperty,
+     &TextProperty<&CScriptEngine::get_ScriptEngineProgID, &CScriptEngine::put_ScriptEngineProgID>,
+     kText},
+    {L"Timeout", 5, kProperty,
+     &LongProperty<LONG, &CScriptEngine::get_Timeout, &CScriptEngine::put_Timeout>, kLong},
+    {L"CheckSyntax", 6, DISPATCH_METHOD, &CallCheckSyntax},
+    {L"Execute", 7, DISPATCH_METHOD, &CallExecute, kExecuteParams},
 };
 
 }  // namespace
 
-HRESULT CScriptEngine::GetTypeInfoCount(UINT* pctinfo) {
-  if (pctinfo == nullptr) return E_INVALIDARG;
-  *pctinfo = 0;
-  return S_OK;
-}
-
-HRESULT CScriptEngine::GetTypeInfo(UINT, LCID, ITypeInfo** ppTInfo) {
-  if (ppTInfo == nullptr) return E_INVALIDARG;
-  *ppTInfo = nullptr;
-  return DISP_E_BADINDEX;
-}
-
-HRESULT CScriptEngine::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID,
-                                     DISPID* rgDispId) {
-  return GetDispatchIds<CScriptEngine>(kMembers, riid, rgszNames, cNames, rgDispId);
-}
-
-HRESULT CScriptEngine::Invoke(DISPID dispIdMember, REFIID riid, LCID, WORD wFlags,
-                              DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
-                              UINT* puArgErr) {
-  try {
-    return InvokeDispatchMember<CScriptEngine>(kMembers, *this, dispIdMember, riid, wFlags,
-                                               pDispParams, pVarResult, pExcepInfo, puArgErr);
-  } catch (...) {
-    return Unexpected();
-  }
-}
+std::span<const DispatchMember<CScriptEngine>> CScriptEngine::DispatchMembers() { return kMembers; }
 
 HRESULT CScriptEngine::get_ScriptText(BSTR* pVal) { return CopyOut(text_, pVal); }
 

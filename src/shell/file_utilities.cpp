@@ -12,104 +12,47 @@
 namespace lmk {
 namespace {
 
-enum : DISPID {
-  kDispInitialize = 1,
-  kDispTerminate,
-  kDispGetCapabilities,
-  kDispGetPreferredHotkey,
-  kDispGetDisplayName,
-  kDispGetDescription,
-  kDispGetAuthorInformation,
-  kDispGetVersionInformation,
-  kDispConfigure,
-  kDispProcess,
-  kDispCancel,
-};
+using Member = DispatchMember<CFileUtilities>;
+
+HRESULT CallTerminate(CFileUtilities& plugin, WORD, std::span<Variant>, Variant*) {
+  return plugin.Terminate();
+}
+
+template <HRESULT (CFileUtilities::*Get)(DWORD*)>
+HRESULT CallNumber(CFileUtilities& plugin, WORD, std::span<Variant>, Variant* result) {
+  DWORD value = 0;
+  const HRESULT hr = (plugin.*Get)(&value);
+  if (SUCCEEDED(hr)) *result = Variant::I4(static_cast<LONG>(value));
+  return hr;
+}
+
+template <HRESULT (CFileUtilities::*Get)(BSTR*)>
+HRESULT CallText(CFileUtilities& plugin, WORD, std::span<Variant>, Variant* result) {
+  Bstr text;
+  const HRESULT hr = (plugin.*Get)(&text);
+  if (SUCCEEDED(hr)) *result = Variant::String(text.view());
+  return hr;
+}
 
 // Members reachable by late binding: those without interface or window arguments. Initialize
-// and Process are called early-bound by hosts, through the vtable.
-constexpr DispatchMember<CFileUtilities> kDispatchMembers[] = {
-    {L"Terminate", kDispTerminate},
-    {L"GetCapabilities", kDispGetCapabilities},
-    {L"GetPreferredHotkey", kDispGetPreferredHotkey},
-    {L"GetDisplayName", kDispGetDisplayName},
-    {L"GetDescription", kDispGetDescription},
-    {L"GetAuthorInformation", kDispGetAuthorInformation},
-    {L"GetVersionInformation", kDispGetVersionInformation},
+// and Process are called early-bound by hosts, through the vtable. A getter may also be read as
+// a property, as scripts that leave out the parentheses do.
+constexpr WORD kGetter = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+// The DISPIDs follow the interface's order, Initialize being 1.
+constexpr Member kDispatchMembers[] = {
+    {L"Terminate", 2, DISPATCH_METHOD, &CallTerminate},
+    {L"GetCapabilities", 3, kGetter, &CallNumber<&CFileUtilities::GetCapabilities>},
+    {L"GetPreferredHotkey", 4, kGetter, &CallNumber<&CFileUtilities::GetPreferredHotkey>},
+    {L"GetDisplayName", 5, kGetter, &CallText<&CFileUtilities::GetDisplayName>},
+    {L"GetDescription", 6, kGetter, &CallText<&CFileUtilities::GetDescription>},
+    {L"GetAuthorInformation", 7, kGetter, &CallText<&CFileUtilities::GetAuthorInformation>},
+    {L"GetVersionInformation", 8, kGetter, &CallText<&CFileUtilities::GetVersionInformation>},
 };
 
 }  // namespace
 
-HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfoCount(UINT* pctinfo) {
-  if (pctinfo == nullptr) return E_INVALIDARG;
-  *pctinfo = 0;
-  return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfo(UINT /*iTInfo*/, LCID /*lcid*/,
-                                                      ITypeInfo** ppTInfo) {
-  if (ppTInfo == nullptr) return E_INVALIDARG;
-  *ppTInfo = nullptr;
-  return DISP_E_BADINDEX;
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames,
-                                                        UINT cNames, LCID /*lcid*/,
-                                                        DISPID* rgDispId) {
-  return GetDispatchIds<CFileUtilities>(kDispatchMembers, riid, rgszNames, cNames, rgDispId);
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::Invoke(DISPID dispIdMember, REFIID riid, LCID /*lcid*/,
-                                                 WORD wFlags, DISPPARAMS* pDispParams,
-                                                 VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
-                                                 UINT* /*puArgErr*/) {
-  try {
-    if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
-    if ((wFlags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET)) == 0) return DISP_E_MEMBERNOTFOUND;
-    if (pDispParams != nullptr && pDispParams->cNamedArgs != 0) return DISP_E_NONAMEDARGS;
-    if (pDispParams != nullptr && pDispParams->cArgs != 0) return DISP_E_BADPARAMCOUNT;
-
-    HRESULT hr = S_OK;
-    Variant result;
-    switch (dispIdMember) {
-      case kDispTerminate:
-        hr = Terminate();
-        break;
-      case kDispGetCapabilities:
-      case kDispGetPreferredHotkey: {
-        DWORD value = 0;
-        hr = dispIdMember == kDispGetCapabilities ? GetCapabilities(&value)
-                                                  : GetPreferredHotkey(&value);
-        if (SUCCEEDED(hr)) result = Variant::I4(static_cast<LONG>(value));
-        break;
-      }
-      case kDispGetDisplayName:
-      case kDispGetDescription:
-      case kDispGetAuthorInformation:
-      case kDispGetVersionInformation: {
-        Bstr text;
-        hr = dispIdMember == kDispGetDisplayName         ? GetDisplayName(&text)
-             : dispIdMember == kDispGetDescription       ? GetDescription(&text)
-             : dispIdMember == kDispGetAuthorInformation ? GetAuthorInformation(&text)
-                                                         : GetVersionInformation(&text);
-        if (SUCCEEDED(hr)) result = Variant::String(text.view());
-        break;
-      }
-      default:
-        return DISP_E_MEMBERNOTFOUND;
-    }
-    if (FAILED(hr)) {
-      if (pExcepInfo != nullptr) {
-        *pExcepInfo = EXCEPINFO{};
-        pExcepInfo->scode = hr;
-      }
-      return DISP_E_EXCEPTION;
-    }
-    if (pVarResult != nullptr) result.Detach(pVarResult);
-    return S_OK;
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+std::span<const DispatchMember<CFileUtilities>> CFileUtilities::DispatchMembers() {
+  return kDispatchMembers;
 }
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::Initialize(IUnknown* lpHost, WORD langid,

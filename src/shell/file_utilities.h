@@ -1,8 +1,11 @@
 // CFileUtilities: the plug-in object a host creates, initialises and invokes.
 #pragma once
 
+#include <span>
+
 #include "com/aggregatable.h"
 #include "com/com.h"
+#include "com/dispatch_table.h"
 #include "host_api/lumarko_host.h"
 #include "shell/lumarko_plugin.h"
 
@@ -10,7 +13,8 @@ namespace lmk {
 
 /// The plug-in object. Aggregatable: created with an outer unknown, its ILumarkoPlugin delegates
 /// IUnknown to the outer object and the outer holds the inner (non-delegating) IUnknown.
-class CFileUtilities final : public Aggregatable<CFileUtilities, ILumarkoPlugin> {
+class CFileUtilities final
+    : public DispatchTable<Aggregatable<CFileUtilities, ILumarkoPlugin>, CFileUtilities> {
  public:
   /// The capabilities reported to the host: uses init data, changes or erases files, minimises
   /// the viewer's memory, changes metadata (394). Deliberately neither configurable nor
@@ -27,15 +31,8 @@ class CFileUtilities final : public Aggregatable<CFileUtilities, ILumarkoPlugin>
 
   CFileUtilities() = default;
 
-  // IDispatch: no type library is bound on every platform, so late binding is answered from a
-  // small table of the members that take no interface or window arguments.
-  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override;
-  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) override;
-  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid,
-                                          DISPID* rgDispId) override;
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
-                                   DISPPARAMS* pDispParams, VARIANT* pVarResult,
-                                   EXCEPINFO* pExcepInfo, UINT* puArgErr) override;
+  /// The members reachable by late binding: those without interface or window arguments.
+  static std::span<const DispatchMember<CFileUtilities>> DispatchMembers();
 
   // ILumarkoPlugin.
   HRESULT STDMETHODCALLTYPE Initialize(IUnknown* lpHost, WORD langid, IUnknown* lpStream,
