@@ -23,13 +23,8 @@ struct DispatchCase {
   UINT argErr = 99;
 };
 
-HRESULT IdOf(IDispatch* object, const wchar_t* member, DISPID* id) {
-  LPOLESTR name = const_cast<LPOLESTR>(member);
-  return object->GetIDsOfNames(IID_NULL, &name, 1, 0, id);
-}
-
 HRESULT Call(IDispatch* object, DISPID id, WORD flags, std::vector<Variant> args, VARIANT* result,
-             EXCEPINFO* info = nullptr, UINT* argErr = nullptr) {
+             EXCEPINFO* info, UINT* argErr) {
   std::vector<VARIANT> slots;  // last argument first
   for (auto it = args.rbegin(); it != args.rend(); ++it) slots.push_back(*it->get());
   DISPID put = DISPID_PROPERTYPUT;
@@ -52,8 +47,9 @@ TEST_P(ScriptEngineDispatch, AnswersAsItsTypeLibraryDescribesIt) {
   for (Variant& arg : args) {
     if (arg.vt() == VT_ERROR) arg = Variant::Dispatch(objects[arg.ref().scode]);
   }
+  LPOLESTR name = const_cast<LPOLESTR>(c.member);
   DISPID id = 0;
-  if (const HRESULT hr = IdOf(engine.Get(), c.member, &id); FAILED(hr)) {
+  if (const HRESULT hr = engine->GetIDsOfNames(IID_NULL, &name, 1, 0, &id); FAILED(hr)) {
     EXPECT_EQ(hr, c.hr);
     return;
   }
@@ -68,7 +64,7 @@ TEST_P(ScriptEngineDispatch, AnswersAsItsTypeLibraryDescribesIt) {
   EXPECT_EQ(source.view() == kScriptEngineSource,
             c.hr == DISP_E_EXCEPTION && c.flags == DISPATCH_METHOD);
   if (c.flags == DISPATCH_PROPERTYPUT) {
-    ASSERT_EQ(Call(engine.Get(), id, DISPATCH_PROPERTYGET, {}, &result), S_OK);
+    ASSERT_EQ(Call(engine.Get(), id, DISPATCH_PROPERTYGET, {}, &result, &info, &argErr), S_OK);
   }
   ASSERT_EQ(result.ChangeType(VT_BSTR), S_OK);
   EXPECT_EQ(Bstr::Copy(result.ref().bstrVal).str(), c.text);
@@ -123,21 +119,30 @@ TEST(ScriptEngineAggregation, OuterHoldsTheInnerUnknownAndTheCount) {
   EXPECT_EQ(ModuleLockCount(), live) << "releasing the inner unknown ends the engine";
 }
 
-TEST(ScriptEngineClassTable, CreatesByProgIdAnObjectThatAnswersByName) {
+TEST(ScriptEngineClassTable, MadeByProgIdItRunsAScriptCalledWithNamedArguments) {
   const ServerClass* found = FindServerClassByProgId(L"lumarko.plugin.fileutilities.scriptengine");
   ASSERT_NE(found, nullptr);
   ComPtr<IClassFactory> factory;
   ASSERT_EQ(CClassFactory::GetClassObject(found->clsid, IID_IClassFactory,
                                           reinterpret_cast<void**>(&factory)),
             S_OK);
-  ComPtr<IDispatch> engine;
-  ASSERT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, reinterpret_cast<void**>(&engine)),
+  ComPtr<IScriptEngine> engine;
+  ASSERT_EQ(factory->CreateInstance(nullptr, IID_IScriptEngine, reinterpret_cast<void**>(&engine)),
             S_OK);
-  DISPID id = 0;
-  ASSERT_EQ(IdOf(engine.Get(), L"TIMEOUT", &id), S_OK);
-  Variant timeout;
-  EXPECT_EQ(Call(engine.Get(), id, DISPATCH_PROPERTYGET, {}, &timeout), S_OK);
-  EXPECT_EQ(timeout.ref().lVal, 30);
+  engine->put_ScriptText(Bstr(kScript).get());
+  const wchar_t* names[] = {L"execute", L"LPCONTEXT", L"bstrStartupMethod"};
+  DISPID ids[3] = {};
+  ASSERT_EQ(engine->GetIDsOfNames(IID_NULL, const_cast<LPOLESTR*>(names), 3, 0, ids), S_OK);
+  const ComPtr<IDictionary> dictionary = MakeDictionary();
+  Variant context = Variant::Dispatch(dictionary.Get()), function = Variant::String(L"Execute");
+  VARIANT args[] = {*context.get(), *function.get()};  // in the order of the names
+  DISPPARAMS params{args, ids + 1, 2, 2};
+  Variant result;
+  ASSERT_EQ(
+      engine->Invoke(ids[0], IID_NULL, 0, DISPATCH_METHOD, &params, &result, nullptr, nullptr),
+      S_OK);
+  ASSERT_EQ(result.ChangeType(VT_I4), S_OK);
+  EXPECT_EQ(result.ref().lVal, 7);
 }
 
 }  // namespace
