@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <cwctype>
 #include <iterator>
 #include <limits>
 #include <numeric>
@@ -14,6 +13,7 @@
 #include <utility>
 
 #include "com/com_error.h"
+#include "com/dispatch_table.h"
 #include "dictionary/dictionary_enum_variant.h"
 
 namespace lmk {
@@ -25,12 +25,9 @@ constexpr DISPID kDispidPutMultiple = 3;
 constexpr DISPID kDispidTest = 4;
 constexpr DISPID kDispidMergeTo = 5;
 
-struct Member {
-  std::wstring_view name;
-  DISPID id;
-};
-
-constexpr Member kMembers[] = {
+// Only the names are looked up in the table; Invoke answers the members itself, since Value
+// keeps by-reference values and explains a missing name.
+constexpr DispatchMember<CDictionary> kMembers[] = {
     {L"Value", DISPID_VALUE},
     {L"Count", kDispidCount},
     {L"GetMultiple", kDispidGetMultiple},
@@ -39,17 +36,6 @@ constexpr Member kMembers[] = {
     {L"MergeTo", kDispidMergeTo},
     {L"_NewEnum", DISPID_NEWENUM},
 };
-
-// Member names are ASCII; scripts spell them in any case.
-bool SameMemberName(std::wstring_view a, const wchar_t* b) {
-  std::size_t i = 0;
-  for (; i < a.size() && b[i] != L'\0'; ++i) {
-    if (std::towlower(static_cast<wint_t>(a[i])) != std::towlower(static_cast<wint_t>(b[i]))) {
-      return false;
-    }
-  }
-  return i == a.size() && b[i] == L'\0';
-}
 
 bool IsEmptyName(BSTR name) { return name == nullptr || SysStringLen(name) == 0; }
 
@@ -138,19 +124,7 @@ HRESULT CDictionary::GetTypeInfo(UINT, LCID, ITypeInfo** ppTInfo) {
 
 HRESULT CDictionary::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID,
                                    DISPID* rgDispId) {
-  if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
-  if (rgszNames == nullptr || rgDispId == nullptr || cNames == 0) return E_INVALIDARG;
-  // No member takes named arguments, so every name after the member's is unknown.
-  for (UINT i = 0; i < cNames; ++i) rgDispId[i] = DISPID_UNKNOWN;
-  if (rgszNames[0] == nullptr) return DISP_E_UNKNOWNNAME;
-  const std::wstring_view wanted(rgszNames[0]);
-  for (const Member& member : kMembers) {
-    if (SameMemberName(wanted, member.name.data())) {
-      rgDispId[0] = member.id;
-      return cNames == 1 ? S_OK : DISP_E_UNKNOWNNAME;
-    }
-  }
-  return DISP_E_UNKNOWNNAME;
+  return GetDispatchIds<CDictionary>(kMembers, riid, rgszNames, cNames, rgDispId);
 }
 
 HRESULT CDictionary::Invoke(DISPID dispIdMember, REFIID riid, LCID, WORD wFlags,

@@ -51,8 +51,9 @@ inline constexpr CLSID CLSID_ScriptEngine = {
 
 namespace lmk {
 
-/// Creates a CScriptEngine queried for riid: the class table's creator. E_INVALIDARG for a null
-/// ppv, CLASS_E_NOAGGREGATION for an outer object, E_NOINTERFACE, E_OUTOFMEMORY.
+/// Creates a CScriptEngine queried for riid: the class table's creator. With an outer unknown only
+/// IID_IUnknown may be asked for (CLASS_E_NOAGGREGATION otherwise) and *ppv receives the inner
+/// unknown. E_INVALIDARG for a null ppv, E_NOINTERFACE, E_OUTOFMEMORY.
 HRESULT CreateScriptEngine(IUnknown* outer, REFIID riid, void** ppv) noexcept;
 
 }  // namespace lmk

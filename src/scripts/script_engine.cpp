@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "com/com_error.h"
+#include "com/dispatch_table.h"
 #include "com/variant.h"
 #include "scripts/script_source.h"
 #include "scripts/script_watchdog.h"
@@ -120,37 +121,74 @@ std::wstring PositionText(const ScriptError& error) {
 }  // namespace
 
 HRESULT CreateScriptEngine(IUnknown* outer, REFIID riid, void** ppv) noexcept {
-  if (ppv == nullptr) return E_INVALIDARG;
-  *ppv = nullptr;
-  if (outer != nullptr) return CLASS_E_NOAGGREGATION;
-  try {
-    return MakeComObject<CScriptEngine>()->QueryInterface(riid, ppv);
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+  return CScriptEngine::Create(outer, riid, ppv);
 }
 
 CScriptEngine::CScriptEngine() : text_(kDefaultScriptText), progId_(L"JScript") {}
 
-HRESULT CScriptEngine::GetTypeInfoCount(UINT* pctinfo) {
-  if (pctinfo == nullptr) return E_INVALIDARG;
-  *pctinfo = 0;
-  return S_OK;
+namespace {
+
+using Member = DispatchMember<CScriptEngine>;
+
+template <HRESULT (CScriptEngine::*Get)(BSTR*), HRESULT (CScriptEngine::*Put)(BSTR)>
+HRESULT TextProperty(CScriptEngine& engine, WORD kind, std::span<Variant> args, Variant* result) {
+  if (kind == DISPATCH_PROPERTYPUT) return (engine.*Put)(args[0].ref().bstrVal);
+  VARIANT value;
+  VariantInit(&value);
+  const HRESULT hr = (engine.*Get)(&value.bstrVal);
+  if (SUCCEEDED(hr)) {
+    value.vt = VT_BSTR;
+    result->Attach(&value);
+  }
+  return hr;
 }
 
-HRESULT CScriptEngine::GetTypeInfo(UINT, LCID, ITypeInfo** ppTInfo) {
-  if (ppTInfo != nullptr) *ppTInfo = nullptr;
-  return E_NOTIMPL;
+template <class V, HRESULT (CScriptEngine::*Get)(V*), HRESULT (CScriptEngine::*Put)(V)>
+HRESULT LongProperty(CScriptEngine& engine, WORD kind, std::span<Variant> args, Variant* result) {
+  if (kind == DISPATCH_PROPERTYPUT) return (engine.*Put)(static_cast<V>(args[0].ref().lVal));
+  V value{};
+  const HRESULT hr = (engine.*Get)(&value);
+  if (SUCCEEDED(hr)) *result = Variant::I4(static_cast<int32_t>(value));
+  return hr;
 }
 
-HRESULT CScriptEngine::GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) {
-  return DISP_E_UNKNOWNNAME;
+HRESULT CallCheckSyntax(CScriptEngine& engine, WORD, std::span<Variant>, Variant*) {
+  return engine.CheckSyntax();
 }
 
-HRESULT CScriptEngine::Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                              UINT*) {
-  return DISP_E_MEMBERNOTFOUND;
+HRESULT CallExecute(CScriptEngine& engine, WORD, std::span<Variant> args, Variant* result) {
+  // The context parameter's interface was queried when the argument was converted.
+  return engine.Execute(args[0].ref().bstrVal, static_cast<IDictionary*>(args[1].ref().punkVal),
+                        result->get());
 }
+
+constexpr WORD kProperty = DISPATCH_PROPERTYGET | DISPATCH_PROPERTYPUT;
+constexpr DispatchParam kText[] = {{L"newVal", VT_BSTR}};
+constexpr DispatchParam kLong[] = {{L"newVal", VT_I4}};
+constexpr DispatchParam kExecuteParams[] = {{L"bstrStartupMethod", VT_BSTR},
+                                            {L"lpContext", VT_DISPATCH, &IID_IDictionary}};
+
+// IScriptEngine as its type library declares it: the DISPIDs follow the interface's order.
+constexpr Member kMembers[] = {
+    {L"ScriptText", 1, kProperty,
+     &TextProperty<&CScriptEngine::get_ScriptText, &CScriptEngine::put_ScriptText>, kText},
+    {L"ScriptPath", 2, kProperty,
+     &TextProperty<&CScriptEngine::get_ScriptPath, &CScriptEngine::put_ScriptPath>, kText},
+    {L"ScriptType", 3, kProperty,
+     &LongProperty<LMK_SCRIPT_TYPE, &CScriptEngine::get_ScriptType, &CScriptEngine::put_ScriptType>,
+     kLong},
+    {L"ScriptEngineProgID", 4, kProperty,
+     &TextProperty<&CScriptEngine::get_ScriptEngineProgID, &CScriptEngine::put_ScriptEngineProgID>,
+     kText},
+    {L"Timeout", 5, kProperty,
+     &LongProperty<LONG, &CScriptEngine::get_Timeout, &CScriptEngine::put_Timeout>, kLong},
+    {L"CheckSyntax", 6, DISPATCH_METHOD, &CallCheckSyntax},
+    {L"Execute", 7, DISPATCH_METHOD, &CallExecute, kExecuteParams},
+};
+
+}  // namespace
+
+std::span<const DispatchMember<CScriptEngine>> CScriptEngine::DispatchMembers() { return kMembers; }
 
 HRESULT CScriptEngine::get_ScriptText(BSTR* pVal) { return CopyOut(text_, pVal); }
 

@@ -1,11 +1,13 @@
 // CScriptEngine: runs one user script against a per-file dictionary, under a watchdog.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
+#include "com/aggregatable.h"
 #include "com/bstr.h"
-#include "com/com_object.h"
+#include "com/dispatch_table.h"
 #include "scripts/iscript_engine.h"
 #include "scripts/script_runtime.h"
 
@@ -27,19 +29,16 @@ inline constexpr HRESULT kUnknownScriptEngine = static_cast<HRESULT>(0x800401F3)
 inline constexpr BYTE kScriptEngineStreamVersion = 1;
 
 /// Not shared between threads: each rule element makes one per file and drops it after the call.
-/// The interpreter state lives only inside one Execute or CheckSyntax.
-class CScriptEngine final : public ComObject<CScriptEngine, IScriptEngine> {
+/// The interpreter state lives only inside one Execute or CheckSyntax. Aggregatable: an outer
+/// object that creates it gets the inner unknown and controls its life.
+class CScriptEngine final
+    : public DispatchTable<Aggregatable<CScriptEngine, IScriptEngine>, CScriptEngine> {
  public:
   CScriptEngine();
 
-  // IDispatch: scripts reach the engine only through its C++ callers; there is no type library.
-  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override;
-  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) override;
-  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid,
-                                          DISPID* rgDispId) override;
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
-                                   DISPPARAMS* pDispParams, VARIANT* pVarResult,
-                                   EXCEPINFO* pExcepInfo, UINT* puArgErr) override;
+  /// Every member of IScriptEngine, with the DISPIDs of its type library (1 to 7 in interface
+  /// order), for IDispatch.
+  static std::span<const DispatchMember<CScriptEngine>> DispatchMembers();
 
   // IScriptEngine
   HRESULT STDMETHODCALLTYPE get_ScriptText(BSTR* pVal) override;

@@ -1,13 +1,10 @@
 // CFileUtilities: the plug-in's answers to its host, and its aggregatable identity.
 #include "shell/file_utilities.h"
 
-#include <array>
-#include <cwctype>
-#include <string_view>
-
 #include "batch/main_dialog.h"
 #include "batch/terminal_dialog_view.h"
 #include "com/bstr_out.h"
+#include "com/dispatch_table.h"
 #include "lumarko_version.h"
 #include "platform/interrupt_handler.h"
 #include "platform/usage_counter.h"
@@ -15,175 +12,47 @@
 namespace lmk {
 namespace {
 
-enum : DISPID {
-  kDispInitialize = 1,
-  kDispTerminate,
-  kDispGetCapabilities,
-  kDispGetPreferredHotkey,
-  kDispGetDisplayName,
-  kDispGetDescription,
-  kDispGetAuthorInformation,
-  kDispGetVersionInformation,
-  kDispConfigure,
-  kDispProcess,
-  kDispCancel,
-};
+using Member = DispatchMember<CFileUtilities>;
+
+HRESULT CallTerminate(CFileUtilities& plugin, WORD, std::span<Variant>, Variant*) {
+  return plugin.Terminate();
+}
+
+template <HRESULT (CFileUtilities::*Get)(DWORD*)>
+HRESULT CallNumber(CFileUtilities& plugin, WORD, std::span<Variant>, Variant* result) {
+  DWORD value = 0;
+  const HRESULT hr = (plugin.*Get)(&value);
+  if (SUCCEEDED(hr)) *result = Variant::I4(static_cast<LONG>(value));
+  return hr;
+}
+
+template <HRESULT (CFileUtilities::*Get)(BSTR*)>
+HRESULT CallText(CFileUtilities& plugin, WORD, std::span<Variant>, Variant* result) {
+  Bstr text;
+  const HRESULT hr = (plugin.*Get)(&text);
+  if (SUCCEEDED(hr)) *result = Variant::String(text.view());
+  return hr;
+}
 
 // Members reachable by late binding: those without interface or window arguments. Initialize
-// and Process are called early-bound by hosts, through the vtable.
-struct DispatchMember {
-  std::wstring_view name;
-  DISPID id;
+// and Process are called early-bound by hosts, through the vtable. A getter may also be read as
+// a property, as scripts that leave out the parentheses do.
+constexpr WORD kGetter = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+// The DISPIDs follow the interface's order, Initialize being 1.
+constexpr Member kDispatchMembers[] = {
+    {L"Terminate", 2, DISPATCH_METHOD, &CallTerminate},
+    {L"GetCapabilities", 3, kGetter, &CallNumber<&CFileUtilities::GetCapabilities>},
+    {L"GetPreferredHotkey", 4, kGetter, &CallNumber<&CFileUtilities::GetPreferredHotkey>},
+    {L"GetDisplayName", 5, kGetter, &CallText<&CFileUtilities::GetDisplayName>},
+    {L"GetDescription", 6, kGetter, &CallText<&CFileUtilities::GetDescription>},
+    {L"GetAuthorInformation", 7, kGetter, &CallText<&CFileUtilities::GetAuthorInformation>},
+    {L"GetVersionInformation", 8, kGetter, &CallText<&CFileUtilities::GetVersionInformation>},
 };
-constexpr std::array<DispatchMember, 7> kDispatchMembers = {{
-    {L"Terminate", kDispTerminate},
-    {L"GetCapabilities", kDispGetCapabilities},
-    {L"GetPreferredHotkey", kDispGetPreferredHotkey},
-    {L"GetDisplayName", kDispGetDisplayName},
-    {L"GetDescription", kDispGetDescription},
-    {L"GetAuthorInformation", kDispGetAuthorInformation},
-    {L"GetVersionInformation", kDispGetVersionInformation},
-}};
-
-// Automation names compare without regard to case.
-bool SameName(std::wstring_view a, const wchar_t* b) {
-  std::size_t i = 0;
-  for (; i < a.size(); ++i) {
-    if (b[i] == L'\0' || std::towlower(a[i]) != std::towlower(b[i])) return false;
-  }
-  return b[i] == L'\0';
-}
 
 }  // namespace
 
-HRESULT CFileUtilities::Create(IUnknown* outer, REFIID riid, void** ppv) noexcept {
-  if (ppv == nullptr) return E_INVALIDARG;
-  *ppv = nullptr;
-  // An aggregating object must get the inner unknown, or it could never release us.
-  if (outer != nullptr && !IsEqualGUID(riid, IID_IUnknown)) return CLASS_E_NOAGGREGATION;
-  try {
-    // The one reference MakeComObject takes is moved to the inner unknown, which owns the object
-    // whether or not it is aggregated.
-    CFileUtilities* object = MakeComObject<CFileUtilities>().Detach();
-    InnerUnknown* inner = &object->inner_;
-    if (outer != nullptr) {
-      object->controlling_ = outer;
-      *ppv = inner;
-      return S_OK;
-    }
-    HRESULT hr = inner->QueryInterface(riid, ppv);
-    inner->Release();
-    return hr;
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::InnerUnknown::QueryInterface(REFIID riid, void** ppv) {
-  if (ppv == nullptr) return E_POINTER;
-  if (IsEqualGUID(riid, IID_IUnknown)) {
-    *ppv = static_cast<IUnknown*>(this);
-    AddRef();
-    return S_OK;
-  }
-  // The exposed interfaces go out counted on the controlling unknown, as COM requires.
-  return owner_->Base::QueryInterface(riid, ppv);
-}
-
-ULONG STDMETHODCALLTYPE CFileUtilities::InnerUnknown::AddRef() { return owner_->Base::AddRef(); }
-
-ULONG STDMETHODCALLTYPE CFileUtilities::InnerUnknown::Release() { return owner_->Base::Release(); }
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::QueryInterface(REFIID riid, void** ppv) {
-  return controlling_->QueryInterface(riid, ppv);
-}
-
-ULONG STDMETHODCALLTYPE CFileUtilities::AddRef() { return controlling_->AddRef(); }
-
-ULONG STDMETHODCALLTYPE CFileUtilities::Release() { return controlling_->Release(); }
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfoCount(UINT* pctinfo) {
-  if (pctinfo == nullptr) return E_INVALIDARG;
-  *pctinfo = 0;
-  return S_OK;
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::GetTypeInfo(UINT /*iTInfo*/, LCID /*lcid*/,
-                                                      ITypeInfo** ppTInfo) {
-  if (ppTInfo == nullptr) return E_INVALIDARG;
-  *ppTInfo = nullptr;
-  return DISP_E_BADINDEX;
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames,
-                                                        UINT cNames, LCID /*lcid*/,
-                                                        DISPID* rgDispId) {
-  if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
-  if (cNames == 0) return S_OK;
-  if (rgszNames == nullptr || rgDispId == nullptr) return E_INVALIDARG;
-  for (UINT i = 0; i < cNames; ++i) rgDispId[i] = DISPID_UNKNOWN;
-  if (rgszNames[0] == nullptr) return DISP_E_UNKNOWNNAME;
-  for (const DispatchMember& member : kDispatchMembers) {
-    if (SameName(member.name, rgszNames[0])) {
-      rgDispId[0] = member.id;
-      // None of these members has named parameters.
-      return cNames == 1 ? S_OK : DISP_E_UNKNOWNNAME;
-    }
-  }
-  return DISP_E_UNKNOWNNAME;
-}
-
-HRESULT STDMETHODCALLTYPE CFileUtilities::Invoke(DISPID dispIdMember, REFIID riid, LCID /*lcid*/,
-                                                 WORD wFlags, DISPPARAMS* pDispParams,
-                                                 VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
-                                                 UINT* /*puArgErr*/) {
-  try {
-    if (!IsEqualGUID(riid, IID_NULL)) return DISP_E_UNKNOWNINTERFACE;
-    if ((wFlags & (DISPATCH_METHOD | DISPATCH_PROPERTYGET)) == 0) return DISP_E_MEMBERNOTFOUND;
-    if (pDispParams != nullptr && pDispParams->cNamedArgs != 0) return DISP_E_NONAMEDARGS;
-    if (pDispParams != nullptr && pDispParams->cArgs != 0) return DISP_E_BADPARAMCOUNT;
-
-    HRESULT hr = S_OK;
-    Variant result;
-    switch (dispIdMember) {
-      case kDispTerminate:
-        hr = Terminate();
-        break;
-      case kDispGetCapabilities:
-      case kDispGetPreferredHotkey: {
-        DWORD value = 0;
-        hr = dispIdMember == kDispGetCapabilities ? GetCapabilities(&value)
-                                                  : GetPreferredHotkey(&value);
-        if (SUCCEEDED(hr)) result = Variant::I4(static_cast<LONG>(value));
-        break;
-      }
-      case kDispGetDisplayName:
-      case kDispGetDescription:
-      case kDispGetAuthorInformation:
-      case kDispGetVersionInformation: {
-        Bstr text;
-        hr = dispIdMember == kDispGetDisplayName         ? GetDisplayName(&text)
-             : dispIdMember == kDispGetDescription       ? GetDescription(&text)
-             : dispIdMember == kDispGetAuthorInformation ? GetAuthorInformation(&text)
-                                                         : GetVersionInformation(&text);
-        if (SUCCEEDED(hr)) result = Variant::String(text.view());
-        break;
-      }
-      default:
-        return DISP_E_MEMBERNOTFOUND;
-    }
-    if (FAILED(hr)) {
-      if (pExcepInfo != nullptr) {
-        *pExcepInfo = EXCEPINFO{};
-        pExcepInfo->scode = hr;
-      }
-      return DISP_E_EXCEPTION;
-    }
-    if (pVarResult != nullptr) result.Detach(pVarResult);
-    return S_OK;
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+std::span<const DispatchMember<CFileUtilities>> CFileUtilities::DispatchMembers() {
+  return kDispatchMembers;
 }
 
 HRESULT STDMETHODCALLTYPE CFileUtilities::Initialize(IUnknown* lpHost, WORD langid,

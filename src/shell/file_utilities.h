@@ -1,7 +1,11 @@
 // CFileUtilities: the plug-in object a host creates, initialises and invokes.
 #pragma once
 
+#include <span>
+
+#include "com/aggregatable.h"
 #include "com/com.h"
+#include "com/dispatch_table.h"
 #include "host_api/lumarko_host.h"
 #include "shell/lumarko_plugin.h"
 
@@ -9,7 +13,8 @@ namespace lmk {
 
 /// The plug-in object. Aggregatable: created with an outer unknown, its ILumarkoPlugin delegates
 /// IUnknown to the outer object and the outer holds the inner (non-delegating) IUnknown.
-class CFileUtilities final : public ComObject<CFileUtilities, ILumarkoPlugin> {
+class CFileUtilities final
+    : public DispatchTable<Aggregatable<CFileUtilities, ILumarkoPlugin>, CFileUtilities> {
  public:
   /// The capabilities reported to the host: uses init data, changes or erases files, minimises
   /// the viewer's memory, changes metadata (394). Deliberately neither configurable nor
@@ -24,27 +29,10 @@ class CFileUtilities final : public ComObject<CFileUtilities, ILumarkoPlugin> {
       L"Rule-based file copy / move / delete / rename / export batch processing utilities.";
   static constexpr const wchar_t* kAuthor = L"The Lumarko project";
 
-  /// Creates one object queried for riid into *ppv. With an outer unknown only IID_IUnknown may
-  /// be asked for (CLASS_E_NOAGGREGATION otherwise) and *ppv receives the inner unknown.
-  /// E_INVALIDARG for a null ppv; E_NOINTERFACE; E_OUTOFMEMORY.
-  static HRESULT Create(IUnknown* outer, REFIID riid, void** ppv) noexcept;
-
   CFileUtilities() = default;
 
-  // IUnknown of the exposed interfaces: always the controlling unknown's.
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
-  ULONG STDMETHODCALLTYPE AddRef() override;
-  ULONG STDMETHODCALLTYPE Release() override;
-
-  // IDispatch: no type library is bound on every platform, so late binding is answered from a
-  // small table of the members that take no interface or window arguments.
-  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* pctinfo) override;
-  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT iTInfo, LCID lcid, ITypeInfo** ppTInfo) override;
-  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID riid, LPOLESTR* rgszNames, UINT cNames, LCID lcid,
-                                          DISPID* rgDispId) override;
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
-                                   DISPPARAMS* pDispParams, VARIANT* pVarResult,
-                                   EXCEPINFO* pExcepInfo, UINT* puArgErr) override;
+  /// The members reachable by late binding: those without interface or window arguments.
+  static std::span<const DispatchMember<CFileUtilities>> DispatchMembers();
 
   // ILumarkoPlugin.
   HRESULT STDMETHODCALLTYPE Initialize(IUnknown* lpHost, WORD langid, IUnknown* lpStream,
@@ -70,19 +58,6 @@ class CFileUtilities final : public ComObject<CFileUtilities, ILumarkoPlugin> {
   DWORD flags() const noexcept { return flags_; }
 
  private:
-  using Base = ComObject<CFileUtilities, ILumarkoPlugin>;
-
-  /// The non-delegating IUnknown that an aggregating outer object holds.
-  struct InnerUnknown final : public IUnknown {
-    explicit InnerUnknown(CFileUtilities* owner) noexcept : owner_(owner) {}
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
-    ULONG STDMETHODCALLTYPE Release() override;
-    CFileUtilities* owner_;
-  };
-
-  InnerUnknown inner_{this};
-  IUnknown* controlling_ = &inner_;  // the outer unknown once aggregated
   ComPtr<ILumarkoHost> host_;
   ComPtr<IStream> initStream_;
   WORD langid_ = 0;

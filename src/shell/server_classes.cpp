@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "com/dispatch_table.h"
 #include "dictionary/idictionary.h"
 #include "shell/file_utilities.h"
 #include "shell/lumarko_plugin.h"
@@ -26,6 +27,16 @@ std::span<const ServerClass> ServerClasses() {
 const ServerClass* FindServerClass(REFCLSID clsid) {
   for (const ServerClass& server_class : ServerClasses()) {
     if (IsEqualGUID(server_class.clsid, clsid)) return &server_class;
+  }
+  return nullptr;
+}
+
+const ServerClass* FindServerClassByProgId(std::wstring_view progId) {
+  for (const ServerClass& server_class : ServerClasses()) {
+    if (SameDispatchName(progId, server_class.progId) ||
+        SameDispatchName(progId, server_class.versionIndependentProgId)) {
+      return &server_class;
+    }
   }
   return nullptr;
 }

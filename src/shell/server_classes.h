@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 
 #include "com/com.h"
 #include "scripts/iscript_engine.h"
@@ -36,5 +37,9 @@ std::span<const ServerClass> ServerClasses();
 
 /// The class of clsid, or null when this server does not have it.
 const ServerClass* FindServerClass(REFCLSID clsid);
+
+/// The class registered under progId, with or without its version, compared without regard to
+/// case as registry key names are; null when this server has none.
+const ServerClass* FindServerClassByProgId(std::wstring_view progId);
 
 }  // namespace lmk
