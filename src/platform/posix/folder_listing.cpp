@@ -299,6 +299,7 @@ void ForgetFolderListings() {
   ProcessListings().Clear();
   ForgetMadeFolders();
   ForgetFolderDevices();
+  CloseIdleVolumeLockFiles();
 }
 
 bool ListedFileExists(std::wstring_view path) {
