@@ -9,21 +9,13 @@
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
+me=compare_exiftool.sh
 count=${1:-5000}
-work=${2:-$(mktemp -d "${TMPDIR:-/tmp}/lumarko-bench.XXXXXX")}
-lumarko=${LUMARKO:-lumarko}
-
-command -v exiftool >/dev/null 2>&1 || { echo "compare_exiftool.sh: exiftool is missing" >&2; exit 1; }
-command -v "$lumarko" >/dev/null 2>&1 || [ -x "$lumarko" ] ||
-  { echo "compare_exiftool.sh: set LUMARKO to the lumarko command" >&2; exit 1; }
-mkdir -p "$work"
-work=$(cd "$work" && pwd)
-export LUMARKO_CONFIG_DIR="$work/config"
-
+. "$here/lib.sh"
+lmk_need exiftool
+lmk_setup "${2:-$(mktemp -d "${TMPDIR:-/tmp}/lumarko-bench.XXXXXX")}"
 pictures="$work/pictures"
-if [ ! -d "$pictures" ]; then
-  "$here/make_pictures.sh" "$pictures" "$count" >/dev/null
-fi
+lmk_pictures "$pictures" "$count"
 files=$(find "$pictures" -maxdepth 1 -type f -name '*.jpg' | wc -l)
 
 now() { date +%s.%N; }
@@ -65,31 +57,10 @@ best() { awk -v a="$1" -v b="${2:-0}" 'BEGIN { printf "%.0f", (a > b ? a : b) }'
 # per_second START END: files per second between two times.
 per_second() { awk -v n="$files" -v s="$1" -v e="$2" 'BEGIN { t = e - s; printf "%.0f", (t > 0 ? n / t : 0) }'; }
 
-# The floor: read the first 64 KiB of each file and rename it, names computed beforehand.
-cat >"$work/floor.c" <<'C'
-#include <fcntl.h>
-#include <stdio.h>
-#include <string.h>
-#include <unistd.h>
-int main(int argc, char** argv) {
-  static char buffer[65536], line[8192];
-  FILE* list = fopen(argv[1], "r");
-  if (list == NULL) return 1;
-  while (fgets(line, sizeof line, list) != NULL) {
-    line[strcspn(line, "\n")] = 0;
-    char* to = strchr(line, '\t');
-    if (to == NULL) continue;
-    *to++ = 0;
-    int fd = open(line, O_RDONLY);
-    if (fd < 0 || read(fd, buffer, sizeof buffer) < 0) return 1;
-    close(fd);
-    if (rename(line, to) != 0) return 1;
-  }
-  return 0;
-}
-C
+# The floor (bench/lib.sh): read the first 64 KiB of each file and rename it, names computed
+# beforehand.
 floor=""
-if cc -O2 -o "$work/floor" "$work/floor.c" 2>/dev/null; then floor="$work/floor"; fi
+if lmk_helpers; then floor="$work/floor"; fi
 
 # measure NAME KEY [REFNAME REFKEY COMMAND...]: runs the rule set over fresh pictures, and the
 # reference command (if any) over fresh pictures right after it, `repeats` times. Prints the

@@ -15,102 +15,15 @@
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
+me=compare_native.sh
 count=${1:-5000}
 rounds=${ROUNDS:-5}
-default_work=${TMPDIR:-/tmp}
-[ -d /dev/shm ] && [ -w /dev/shm ] && default_work=/dev/shm
-work=${2:-$(mktemp -d "$default_work/lumarko-native.XXXXXX")}
-lumarko=${LUMARKO:-lumarko}
-
-for tool in jhead exiv2 exiftool cc; do
-  command -v "$tool" >/dev/null 2>&1 ||
-    { echo "compare_native.sh: $tool is missing (make bench installs it)" >&2; exit 1; }
-done
-# Every command runs inside the pictures' folder: a relative path is taken from here first.
-case $lumarko in
-  */*) [ -x "$lumarko" ] && lumarko=$(cd "$(dirname "$lumarko")" && pwd)/$(basename "$lumarko") ;;
-esac
-command -v "$lumarko" >/dev/null 2>&1 ||
-  { echo "compare_native.sh: set LUMARKO to the lumarko command" >&2; exit 1; }
-mkdir -p "$work"
-work=$(cd "$work" && pwd)
-export LUMARKO_CONFIG_DIR="$work/config"
-
-# The pictures: up to 5,000 made by make_pictures.sh, then copies of those under new names,
-# since exiftool writes a few hundred pictures per second at best.
+. "$here/lib.sh"
+lmk_need jhead exiv2 exiftool cc
+lmk_setup "${2:-}"
 pictures="$work/pictures-$count"
-if [ ! -d "$pictures" ]; then
-  base=$count
-  [ "$base" -gt 5000 ] && base=5000
-  "$here/make_pictures.sh" "$pictures.tmp" "$base" >/dev/null
-  i=$((base + 1))
-  while [ "$i" -le "$count" ]; do
-    cp "$(printf '%s/pic_%05d.jpg' "$pictures.tmp" $(((i - 1) % base + 1)))" \
-      "$(printf '%s/pic_%05d.jpg' "$pictures.tmp" "$i")"
-    i=$((i + 1))
-  done
-  mv "$pictures.tmp" "$pictures"
-fi
-
-# timed: runs a command and prints its wall time in seconds and its peak resident size in KiB.
-cat >"$work/timed.c" <<'C'
-#include <stdio.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <time.h>
-#include <unistd.h>
-int main(int argc, char** argv) {
-  struct timespec s, e;
-  struct rusage usage;
-  int status = 0;
-  if (argc < 2) return 2;
-  clock_gettime(CLOCK_MONOTONIC, &s);
-  pid_t pid = fork();
-  if (pid == 0) {
-    freopen("/dev/null", "w", stdout);
-    execvp(argv[1], argv + 1);
-    _exit(127);
-  }
-  if (pid < 0 || wait4(pid, &status, 0, &usage) != pid) return 2;
-  clock_gettime(CLOCK_MONOTONIC, &e);
-  printf("%.4f %ld\n", (e.tv_sec - s.tv_sec) + (e.tv_nsec - s.tv_nsec) / 1e9, usage.ru_maxrss);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
-}
-C
-# The floors: read the first 64 KiB of each file, then rename it (or copy it whole into place
-# through a temporary name), with the names computed beforehand.
-cat >"$work/floor.c" <<'C'
-#include <fcntl.h>
-#include <stdio.h>
-#include <string.h>
-#include <unistd.h>
-int main(int argc, char** argv) {
-  static char buffer[65536], line[8192], part[8300];
-  int copy = argc > 2;
-  FILE* list = fopen(argv[1], "r");
-  if (list == NULL) return 1;
-  while (fgets(line, sizeof line, list) != NULL) {
-    line[strcspn(line, "\n")] = 0;
-    char* to = strchr(line, '\t');
-    if (to == NULL) continue;
-    *to++ = 0;
-    int fd = open(line, O_RDONLY);
-    ssize_t n = fd < 0 ? -1 : read(fd, buffer, sizeof buffer);
-    if (n < 0) return 1;
-    if (copy) {
-      snprintf(part, sizeof part, "%s.part", to);
-      int out = open(part, O_WRONLY | O_CREAT | O_EXCL, 0644);
-      if (out < 0 || write(out, buffer, n) != n || close(out) != 0 || rename(part, to) != 0) return 1;
-    } else if (rename(line, to) != 0) {
-      return 1;
-    }
-    close(fd);
-  }
-  return 0;
-}
-C
-cc -O2 -o "$work/timed" "$work/timed.c"
-cc -O2 -o "$work/floor" "$work/floor.c"
+lmk_pictures "$pictures" "$count"
+lmk_helpers || { echo "$me: the C helpers do not compile" >&2; exit 1; }
 
 rules() {
   cat >"$work/$1.yaml" <<YAML

@@ -400,6 +400,12 @@ unsigned CBatchRunner::WorkerCount() const {
 
 HRESULT CBatchRunner::ApplyRules(IDictionary* record, std::wstring_view fileName,
                                  bool firstFrame) const {
+  // A match line is held until the action's own line goes out with it in one write; whatever is
+  // still held when the file is done goes out then.
+  struct HeldFlush {
+    EventLogWriter& log;
+    ~HeldFlush() { log.FlushHeld(); }
+  } const heldFlush{*log_};
   for (const std::shared_ptr<const CRule>& rule : rules_) {
     if (!rule || !rule->IsChecked()) continue;
     TakeErrorDescription();
@@ -416,7 +422,8 @@ HRESULT CBatchRunner::ApplyRules(IDictionary* record, std::wstring_view fileName
     // Each frame of a multi-frame file is its own image; the file is reported once.
     if (firstFrame) {
       const bool selective = !rule->Conditions().empty() || !rule->Exceptions().empty();
-      log_->Info(selective ? batch_text::kMatches : batch_text::kUnconditional, fileName);
+      log_->Hold(kEventLevelInformation,
+                 selective ? batch_text::kMatches : batch_text::kUnconditional, fileName);
     }
 
     for (const std::shared_ptr<CAction>& action : rule->Actions()) {

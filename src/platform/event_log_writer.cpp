@@ -3,6 +3,7 @@
 
 #include <cassert>
 #include <new>
+#include <vector>
 
 #include "platform/known_folders.h"
 #include "platform/process_shared_slot.h"
@@ -13,6 +14,14 @@ namespace {
 // Shared with the host program that loaded this module, so that what the host logs about a
 // picture lands in the run's log too.
 std::atomic<void*>& CurrentSlot() { return ProcessSharedSlot(ProcessSlot::kCurrentEventLog); }
+
+// The events a thread holds back for one writer (EventLogWriter::Hold).
+struct HeldEvents {
+  const EventLogWriter* owner = nullptr;
+  std::vector<std::pair<BYTE, std::wstring>> events;
+};
+thread_local HeldEvents t_held;
+
 }  // namespace
 
 EventLogWriter::EventLogWriter() : EventLogWriter(CreateEventTraceSink()) {}
@@ -23,6 +32,7 @@ EventLogWriter::EventLogWriter(std::unique_ptr<EventTraceSink> sink) : sink_(std
 
 EventLogWriter::~EventLogWriter() {
   assert(CurrentSlot().load() != this);
+  if (t_held.owner == this) t_held = HeldEvents{};
   if (sink_->IsStarted()) sink_->Stop();
 }
 
@@ -51,16 +61,54 @@ DWORD EventLogWriter::CloseBatchLog() {
   return Close();
 }
 
+DWORD EventLogWriter::Emit(BYTE level, BYTE type, std::optional<std::wstring_view> text) {
+  if (t_held.owner != this || t_held.events.empty()) return sink_->Write(level, type, text);
+  std::vector<EventTraceEvent> events;
+  events.reserve(t_held.events.size() + 1);
+  for (const auto& [heldLevel, heldText] : t_held.events) {
+    events.push_back({heldLevel, 0, std::wstring_view(heldText)});
+  }
+  events.push_back({level, type, text});
+  const DWORD result = sink_->WriteAll(events);
+  t_held.events.clear();
+  return result;
+}
+
 DWORD EventLogWriter::Write(BYTE level, std::wstring_view text, BYTE type) {
-  return sink_->Write(level, type, text);
+  return Emit(level, type, text);
 }
 
 DWORD EventLogWriter::WriteWithoutText(BYTE level, BYTE type) {
-  return sink_->Write(level, type, std::nullopt);
+  return Emit(level, type, std::nullopt);
 }
 
-DWORD EventLogWriter::WriteInternalError() {
-  return sink_->Write(kEventLevelError, 0, kInternalErrorText);
+DWORD EventLogWriter::WriteInternalError() { return Emit(kEventLevelError, 0, kInternalErrorText); }
+
+void EventLogWriter::HoldFormatted(BYTE level, std::wstring_view format,
+                                   std::span<const FormatArg> args) {
+  if (!IsValidEventLevel(level)) return;
+  // Events a thread left held for another writer were that writer's to flush.
+  if (t_held.owner != this) {
+    t_held.events.clear();
+    t_held.owner = this;
+  }
+  std::optional<std::wstring> text = FormatMessageText(format, args);
+  if (text) {
+    t_held.events.emplace_back(level, std::move(*text));
+  } else {
+    t_held.events.emplace_back(kEventLevelError, std::wstring(kInternalErrorText));
+  }
+}
+
+DWORD EventLogWriter::FlushHeld() {
+  if (t_held.owner != this || t_held.events.empty()) return ERROR_SUCCESS;
+  std::vector<EventTraceEvent> events;
+  events.reserve(t_held.events.size());
+  for (const auto& [level, text] : t_held.events)
+    events.push_back({level, 0, std::wstring_view(text)});
+  const DWORD result = sink_->WriteAll(events);
+  t_held.events.clear();
+  return result;
 }
 
 DWORD EventLogWriter::WriteFormatted(BYTE level, std::wstring_view format,
@@ -69,7 +117,7 @@ DWORD EventLogWriter::WriteFormatted(BYTE level, std::wstring_view format,
   try {
     const std::optional<std::wstring> text = FormatMessageText(format, args);
     if (!text) return WriteInternalError();
-    return sink_->Write(level, 0, *text);
+    return Emit(level, 0, *text);
   } catch (const std::bad_alloc&) {
     return ERROR_OUTOFMEMORY;
   }

@@ -93,6 +93,20 @@ class EventLogWriter {
 
   DWORD WriteFormatted(BYTE level, std::wstring_view format, std::span<const FormatArg> args);
 
+  /// Formats an event as Printf does but keeps it back in this thread's held events: it goes
+  /// out with this thread's next event through this writer, in the same write, or with
+  /// FlushHeld. A file's match line is held so that the action's line, written just before the
+  /// action touches the file, carries it: one write per file instead of two. Whoever holds
+  /// must FlushHeld before the thread uses another writer or this one is destroyed.
+  template <class... Args>
+  void Hold(BYTE level, std::wstring_view format, const Args&... args) {
+    const std::array<FormatArg, sizeof...(Args)> list{FormatArg(args)...};
+    HoldFormatted(level, format, list);
+  }
+  void HoldFormatted(BYTE level, std::wstring_view format, std::span<const FormatArg> args);
+  /// Writes this thread's held events, if any. Results as Write.
+  DWORD FlushHeld();
+
   /// Events of `level` written since the last Open; 0 for an invalid level.
   LONG Count(BYTE level) const { return sink_->Count(level); }
 
@@ -115,6 +129,9 @@ class EventLogWriter {
   };
 
  private:
+  // Writes one event, with this thread's held events before it.
+  DWORD Emit(BYTE level, BYTE type, std::optional<std::wstring_view> text);
+
   std::unique_ptr<EventTraceSink> sink_;
 };
 

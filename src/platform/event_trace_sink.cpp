@@ -2,6 +2,7 @@
 #include "platform/event_trace_sink.h"
 
 #include <new>
+#include <vector>
 
 namespace lmk {
 
@@ -33,6 +34,39 @@ DWORD EventTraceSink::Write(BYTE level, BYTE type, std::optional<std::wstring_vi
   } catch (const std::bad_alloc&) {
     return ERROR_OUTOFMEMORY;
   }
+}
+
+DWORD EventTraceSink::WriteAll(std::span<const EventTraceEvent> events) {
+  DWORD refused = ERROR_SUCCESS;
+  try {
+    std::vector<EventTraceEvent> accepted;
+    accepted.reserve(events.size());
+    for (EventTraceEvent event : events) {
+      if (!IsValidEventLevel(event.level) || event.type >= kEventTypeLimit) {
+        if (refused == ERROR_SUCCESS) refused = ERROR_INVALID_PARAMETER;
+        continue;
+      }
+      counters_[event.level - 1].fetch_add(1);
+      if (event.text && event.text->size() > kMaxEventTextLength) {
+        event.text = event.text->substr(0, kMaxEventTextLength);
+      }
+      accepted.push_back(event);
+    }
+    if (accepted.empty()) return refused;
+    const DWORD written = DoWriteAll(accepted);
+    return refused != ERROR_SUCCESS ? refused : written;
+  } catch (const std::bad_alloc&) {
+    return ERROR_OUTOFMEMORY;
+  }
+}
+
+DWORD EventTraceSink::DoWriteAll(std::span<const EventTraceEvent> events) {
+  DWORD result = ERROR_SUCCESS;
+  for (const EventTraceEvent& event : events) {
+    const DWORD written = DoWrite(event.level, event.type, event.text);
+    if (result == ERROR_SUCCESS) result = written;
+  }
+  return result;
 }
 
 DWORD EventTraceSink::Stop() {

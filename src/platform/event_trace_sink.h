@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,13 @@ constexpr bool IsValidEventLevel(BYTE level) {
   return level >= kEventLevelFatal && level <= kEventLevelVerbose;
 }
 
+/// One event of a group that EventTraceSink::WriteAll writes together.
+struct EventTraceEvent {
+  BYTE level = 0;
+  BYTE type = 0;
+  std::optional<std::wstring_view> text;
+};
+
 /// One session at a time writes events to one log file. Every method is safe to call from any
 /// thread; events written concurrently never interleave in the file.
 ///
@@ -61,6 +69,11 @@ class EventTraceSink {
   /// the counters tell the runner that errors happened, and a full disk must not hide them.
   DWORD Write(BYTE level, BYTE type, std::optional<std::wstring_view> text);
 
+  /// Writes `events` in their order as one piece (one system call for a file), so that no other
+  /// thread's event comes between them. Each is checked and counted as Write does; one that is
+  /// refused is left out. Returns the first failure, or 0.
+  DWORD WriteAll(std::span<const EventTraceEvent> events);
+
   /// Ends the session and makes the file durable. ERROR_INVALID_HANDLE when none runs.
   /// The counters keep their values until the next Start.
   DWORD Stop();
@@ -84,6 +97,8 @@ class EventTraceSink {
   virtual DWORD DoStart(std::wstring_view session_name, std::wstring_view log_file_path) = 0;
   /// Arguments are checked and the event is counted; the implementation writes it.
   virtual DWORD DoWrite(BYTE level, BYTE type, std::optional<std::wstring_view> text) = 0;
+  /// Every event is checked and counted. Writes them one by one unless the sink can do better.
+  virtual DWORD DoWriteAll(std::span<const EventTraceEvent> events);
   virtual DWORD DoStop() = 0;
 
  private:

@@ -159,6 +159,25 @@ DWORD FileEventTraceSink::DoWrite(BYTE level, BYTE type, std::optional<std::wstr
   return AppendLocked(record.data(), record.size());
 }
 
+DWORD FileEventTraceSink::DoWriteAll(std::span<const EventTraceEvent> events) {
+  std::vector<uint8_t> records;
+  std::vector<size_t> time_offsets;
+  time_offsets.reserve(events.size());
+  for (const EventTraceEvent& event : events) {
+    time_offsets.push_back(records.size() + (event.text
+                                                 ? EventRecordCodec::kHeaderSizeWithText
+                                                 : EventRecordCodec::kHeaderSizeWithoutText));
+    EventRecordCodec::AppendRecord(event.level, event.type, 0, event.text, &records);
+  }
+  std::lock_guard lock(mutex_);
+  if (fd_ < 0) return ERROR_INVALID_HANDLE;
+  const auto now = static_cast<uint64_t>(NowAsFileTime());
+  for (const size_t at : time_offsets) {
+    for (int i = 0; i < 8; ++i) records[at + i] = static_cast<uint8_t>(now >> (8 * i));
+  }
+  return AppendLocked(records.data(), records.size());
+}
+
 DWORD FileEventTraceSink::DoStop() {
   std::lock_guard lock(mutex_);
   if (fd_ < 0) return ERROR_INVALID_HANDLE;

@@ -29,6 +29,7 @@ class FileEventTraceSink final : public EventTraceSink {
  protected:
   DWORD DoStart(std::wstring_view session_name, std::wstring_view log_file_path) override;
   DWORD DoWrite(BYTE level, BYTE type, std::optional<std::wstring_view> text) override;
+  DWORD DoWriteAll(std::span<const EventTraceEvent> events) override;
   DWORD DoStop() override;
 
  private:

@@ -618,14 +618,16 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     return Fail(E_ACCESSDENIED, context + L": the source is a folder.");
   }
 
+  // A copy that must not replace asks nothing beforehand: its exclusive link or rename refuses an
+  // existing name, and only then is the name looked at, for the message.
+  const auto refusal = [&](const struct stat& targetInfo) {
+    return S_ISDIR(targetInfo.st_mode)
+               ? Fail(E_ACCESSDENIED, context + L": a folder of that name exists.")
+               : Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+  };
   struct stat targetInfo {};
-  if (::stat(target.c_str(), &targetInfo) == 0) {
-    if (S_ISDIR(targetInfo.st_mode)) {
-      return Fail(E_ACCESSDENIED, context + L": a folder of that name exists.");
-    }
-    if (!request.replace) {
-      return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
-    }
+  if (request.replace && ::stat(target.c_str(), &targetInfo) == 0) {
+    if (S_ISDIR(targetInfo.st_mode)) return refusal(targetInfo);
     if (IsReadOnly(targetInfo)) {
       return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
     }
@@ -681,8 +683,9 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
     error = copy.Publish(parts.name, request.replace, request.replaced);
   }
   if (error != 0) {
-    if (error == EEXIST) {
-      return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+    if (error == EEXIST || error == EISDIR) {
+      if (::stat(target.c_str(), &targetInfo) != 0) targetInfo.st_mode = S_IFREG;
+      return refusal(targetInfo);
     }
     return HresultFromErrno(error, context);
   }

@@ -3,6 +3,7 @@
 #include "platform/folder_listing.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <cerrno>
@@ -19,6 +20,7 @@
 #include "platform/file_system.h"
 #include "platform/posix/run_memory.h"
 #include "platform/text_encoding.h"
+#include "platform/volume.h"
 
 namespace lmk {
 namespace {
@@ -103,6 +105,44 @@ bool SplitName(const std::string& path, std::string* folder, std::string* name) 
   return true;
 }
 
+// A folder's device, inode and modification time when its listing was read. A folder that
+// still shows the same had no name added, removed or renamed since, so an old listing of it
+// need not be read again: a run over a large folder that nothing changes read it anew every
+// few seconds, and the reads grew with the run's length times the folder's size.
+struct FolderStamp {
+  dev_t device = 0;
+  ino_t inode = 0;
+  timespec modified{};
+
+  bool operator==(const FolderStamp& other) const {
+    return device == other.device && inode == other.inode &&
+           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+  }
+};
+
+// A folder's times advance by clock ticks: a change within the tick of the stamp could leave
+// it as it was. A stamp is trusted only when the folder last changed well before it was taken,
+// and never on a network file system, whose times may come from a cache.
+constexpr std::chrono::seconds kStampSettled{1};
+
+std::optional<FolderStamp> SettledStamp(const std::string& folder) {
+  struct stat info {};
+  if (::stat(folder.c_str(), &info) != 0) return std::nullopt;
+  const auto modified = std::chrono::system_clock::time_point(
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(
+          std::chrono::seconds(info.st_mtim.tv_sec) +
+          std::chrono::nanoseconds(info.st_mtim.tv_nsec)));
+  if (std::chrono::system_clock::now() - modified < kStampSettled) return std::nullopt;
+  if (GetFolderVolumeKey(FromUtf8(folder)) == L"Network") return std::nullopt;
+  return FolderStamp{info.st_dev, info.st_ino, info.st_mtim};
+}
+
+bool StillAsStamped(const std::string& folder, const FolderStamp& stamp) {
+  struct stat info {};
+  return ::stat(folder.c_str(), &info) == 0 &&
+         FolderStamp{info.st_dev, info.st_ino, info.st_mtim} == stamp;
+}
+
 struct Listing {
   // Set while one thread reads the folder; the others wait for it.
   bool reading = true;
@@ -112,6 +152,8 @@ struct Listing {
   NameSet names;
   // Names this process made while the folder was being read, which the read may have missed.
   std::vector<std::string> addedWhileReading;
+  // Taken just before the read; absent when it cannot be trusted.
+  std::optional<FolderStamp> stamp;
 };
 
 std::atomic<int> g_runScopes{0};
@@ -177,12 +219,16 @@ struct FolderListings::Table {
     for (;;) {
       const auto found = listings.find(folder);
       if (found == listings.end()) break;
-      const Listing& known = *found->second;
+      Listing& known = *found->second;
       if (known.reading) {
         readDone.wait(lock);
         continue;
       }
       if (now() - known.readAt <= maxAge) return AnswerFrom(known, name);
+      if (known.readable && known.stamp && StillAsStamped(folder, *known.stamp)) {
+        known.readAt = now();
+        return AnswerFrom(known, name);
+      }
       break;
     }
     if (listings.size() >= kSweepAbove) SweepExpired();
@@ -192,7 +238,9 @@ struct FolderListings::Table {
 
     const SteadyTime started = now();
     std::optional<NameSet> names;
+    std::optional<FolderStamp> stamp;
     try {
+      stamp = SettledStamp(folder);
       names = ReadNames(folder);
     } catch (...) {
       // Out of memory: the folder is asked name by name instead.
@@ -208,6 +256,7 @@ struct FolderListings::Table {
         for (std::string& added : listing->addedWhileReading) names->Insert(std::move(added));
         listing->names = std::move(*names);
         listing->readable = true;
+        listing->stamp = stamp;
       }
     } catch (...) {
       listing->readable = false;
@@ -299,6 +348,7 @@ void ForgetFolderListings() {
   ProcessListings().Clear();
   ForgetMadeFolders();
   ForgetFolderDevices();
+  CloseIdleVolumeLockFiles();
 }
 
 bool ListedFileExists(std::wstring_view path) {

@@ -18,4 +18,8 @@ void ForgetMadeFolders();
 /// Forgets the remembered devices of folders (platform/posix/volume.cpp).
 void ForgetFolderDevices();
 
+/// Closes the volume lock files that a run kept open, except those a thread is using
+/// (platform/posix/volume.cpp).
+void CloseIdleVolumeLockFiles();
+
 }  // namespace lmk

@@ -286,8 +286,10 @@ unsigned VolumeSlotCount(DriveKind kind) {
 // here and are woken when a slot is freed, instead of polling the slot files; the files' locks
 // keep other processes out. The files stay open while any thread holds or waits for a slot, so
 // that a run of copies costs two flock calls each rather than an open, a flock and a close (and
-// a sleep whenever two workers met); when the last thread leaves they are closed, so that a lock
-// folder removed meanwhile is made again.
+// a sleep whenever two workers met). Outside a run they are closed when the last thread leaves,
+// and after a run when it ends, so that a lock folder removed meanwhile is made again; within a
+// run they stay open between copies, since workers taking turns would otherwise open and close
+// them for nearly every copy.
 class VolumeGate {
  public:
   VolumeGate(std::string folder, std::wstring key)
@@ -347,12 +349,18 @@ class VolumeGate {
       // closing our descriptor alone would leave the slot locked for as long as the child lives.
       ::flock(files_[slot], LOCK_UN);
       if (--users_ == 0) {
-        CloseFiles();
+        if (!RunMemoryOn()) CloseFiles();
         return;
       }
     }
     // Woken after the lock is let go, so that the waiter does not at once wait for it again.
     freed_.notify_one();
+  }
+
+  // Closes the files unless a thread holds or waits for a slot.
+  void CloseIfIdle() noexcept {
+    std::lock_guard lock(mutex_);
+    if (users_ == 0) CloseFiles();
   }
 
  private:
@@ -404,21 +412,30 @@ namespace {
 std::atomic<unsigned> g_forkGeneration{0};
 
 // One gate per lock folder and key, for the life of the process.
+std::mutex g_gatesMutex;
+std::map<std::tuple<unsigned, std::string, std::wstring>, std::shared_ptr<VolumeGate>> g_gates;
+
 std::shared_ptr<VolumeGate> GateOf(const std::string& folder, std::wstring_view key) {
   static std::once_flag watchForks;
   std::call_once(watchForks,
                  [] { ::pthread_atfork(nullptr, nullptr, [] { g_forkGeneration.fetch_add(1); }); });
-  static std::mutex mutex;
-  static std::map<std::tuple<unsigned, std::string, std::wstring>, std::shared_ptr<VolumeGate>>
-      gates;
   const unsigned generation = g_forkGeneration.load();
-  std::lock_guard lock(mutex);
-  std::shared_ptr<VolumeGate>& gate = gates[{generation, folder, std::wstring(key)}];
+  std::lock_guard lock(g_gatesMutex);
+  std::shared_ptr<VolumeGate>& gate = g_gates[{generation, folder, std::wstring(key)}];
   if (!gate) gate = std::make_shared<VolumeGate>(folder, std::wstring(key));
   return gate;
 }
 
 }  // namespace
+
+void CloseIdleVolumeLockFiles() {
+  std::vector<std::shared_ptr<VolumeGate>> gates;
+  {
+    std::lock_guard lock(g_gatesMutex);
+    for (const auto& [key, gate] : g_gates) gates.push_back(gate);
+  }
+  for (const std::shared_ptr<VolumeGate>& gate : gates) gate->CloseIfIdle();
+}
 
 VolumeLockGuard::~VolumeLockGuard() { Release(); }
 
