@@ -45,6 +45,14 @@ uint32_t CounterBlock::Advance(uint32_t value, uint64_t steps, uint32_t modulus)
   return static_cast<uint32_t>(value + steps);
 }
 
+std::optional<uint32_t> CounterBlock::TakeHeld() {
+  if (left_ == 0) return std::nullopt;
+  const uint32_t value = next_;
+  next_ = Advance(next_, 1, modulus_);
+  --left_;
+  return value;
+}
+
 HRESULT CounterBlock::Take(SettingsStore& store, uint32_t* value) {
   if (left_ == 0) {
     const uint64_t mark = NewMark();
@@ -63,9 +71,7 @@ HRESULT CounterBlock::Take(SettingsStore& store, uint32_t* value) {
     mark_ = mark;
     size_ = std::min(size_ * 2, kMaxSize);
   }
-  *value = next_;
-  next_ = Advance(next_, 1, modulus_);
-  --left_;
+  *value = *TakeHeld();
   return S_OK;
 }
 

@@ -35,6 +35,9 @@ class CounterBlock {
   /// nothing is handed out.
   [[nodiscard]] HRESULT Take(SettingsStore& store, uint32_t* value);
 
+  /// The next value when the block still holds one, taken without touching the store.
+  std::optional<uint32_t> TakeHeld();
+
   /// The value Take would hand out next, when the block still holds one.
   std::optional<uint32_t> Peek() const;
 

@@ -2,6 +2,7 @@
 #include "templates/template_counters.h"
 
 #include <algorithm>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -53,13 +54,9 @@ Counter& CounterAt(size_t index) {
   return *counters.at(index);
 }
 
-std::mutex scopeLock;
-int scopeCount = 0;  // guarded by scopeLock
+std::atomic<int> scopeCount{0};
 
-bool BlocksOn() {
-  std::lock_guard guard(scopeLock);
-  return scopeCount > 0;
-}
+bool BlocksOn() { return scopeCount.load() > 0; }
 
 // The value to hand out, and unless `preview` the counter advanced past it. Throws ComError
 // when the store cannot be opened, read or written.
@@ -68,8 +65,10 @@ uint32_t ReadAndAdvance(size_t index, bool preview, SettingsStore* transaction) 
   const wchar_t* name = counter.name.c_str();
   std::lock_guard guard(counter.lock);
   const bool blocks = transaction == nullptr && BlocksOn();
-  if (blocks && preview) {
-    if (const std::optional<uint32_t> next = counter.block.Peek()) return *next;
+  // A value already reserved costs no lookup of the store at all.
+  if (blocks) {
+    const std::optional<uint32_t> held = preview ? counter.block.Peek() : counter.block.TakeHeld();
+    if (held) return *held;
   }
   std::shared_ptr<SettingsStore> opened;
   SettingsStore* store = transaction;
@@ -106,16 +105,10 @@ uint32_t ReadAndAdvance(size_t index, bool preview, SettingsStore* transaction) 
 
 }  // namespace
 
-TemplateCounters::RunScope::RunScope() {
-  std::lock_guard guard(scopeLock);
-  ++scopeCount;
-}
+TemplateCounters::RunScope::RunScope() { scopeCount.fetch_add(1); }
 
 TemplateCounters::RunScope::~RunScope() {
-  {
-    std::lock_guard guard(scopeLock);
-    if (--scopeCount > 0) return;
-  }
+  if (scopeCount.fetch_sub(1) > 1) return;
   // Only a run that took values opens the store here: a preview must not create a database.
   bool held = false;
   for (size_t index = 0; index < kCounterCount; ++index) {
