@@ -36,6 +36,9 @@ rules select "    conditions:
       - Condition.FileType: { type: jpeg }"
 rules rename "    actions:
       - Action.Rename: { template: \"{DateTaken:6}_{DateTaken:11}_{FileName}\" }"
+# Renaming by counter, against renaming by date: counter values come from blocks reserved per run.
+rules counter "    actions:
+      - Action.Rename: { template: \"n{AutoIncrement:6}_{FileName}\" }"
 rules move "    actions:
       - Action.Move: { destination: \"$work/out/{DateTaken:Year}/{DateTaken:Month0}\" }"
 rules copy "    actions:
@@ -74,6 +77,7 @@ round=1
 while [ "$round" -le "$rounds" ]; do
   apply() { run "$1" lumarko "$lumarko" apply "$work/$1.yaml" "$work/in" --mode all; }
   apply rename
+  apply counter
   run rename jhead jhead -q -n%Y%m%d_%H%M%S_%f $(ls "$pictures")
   run rename exiv2 exiv2 -q -F -r %Y%m%d_%H%M%S_:basename: rename $(ls "$pictures")
   run rename floor "$work/floor" "$work/list"
@@ -114,5 +118,9 @@ awk -v files="$files" '
       if (m > 0) { isort(q, m); line = line sprintf("   %.2f %.2f %.2f", q[1], median(q, m), q[m]) }
       print line
     }
+    m = 0
+    for (r = 1; r <= rounds; r++)
+      if (("counter", "lumarko", r) in t && ("rename", "lumarko", r) in t) c[++m] = t["counter", "lumarko", r] / t["rename", "lumarko", r]
+    if (m > 0) { isort(c, m); printf "rename by counter / rename by date (lumarko): %.2f %.2f %.2f\n", c[1], median(c, m), c[m] }
   }' "$results"
 rm -rf "$work/in" "$work/out"

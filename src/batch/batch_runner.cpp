@@ -18,6 +18,7 @@
 #include "platform/settings_store.h"
 #include "platform/thread_priority.h"
 #include "platform/usage_counter.h"
+#include "templates/template_counters.h"
 
 namespace lmk {
 namespace {
@@ -167,6 +168,8 @@ void CBatchRunner::RunThread() {
 void CBatchRunner::Run(RunState& state) {
   // Folder listings, made folders and folder devices are remembered for this run only.
   const ScopedRunMemory runMemory;
+  // Counter values come from blocks reserved for the run; the unused rest goes back at its end.
+  const TemplateCounters::RunScope counterBlocks;
   imagesSkipped_.store(0);
   imagesProcessed_.store(0);
   abort_.store(false);

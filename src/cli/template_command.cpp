@@ -13,6 +13,7 @@
 #include "host/picture_file_scanner.h"
 #include "platform/text_encoding.h"
 #include "templates/template_context.h"
+#include "templates/template_counters.h"
 
 namespace lmk::cli {
 namespace {
@@ -109,6 +110,8 @@ int RunTemplate(const TemplateOptions& options) {
     for (const Target& target : targets) paths.push_back(target.path);
     const CFileRecordSource records(std::move(paths));
     const std::wstring templ = FromUtf8(options.templ);
+    // With --live the counters advance as in a run: from a block, the rest given back after.
+    const TemplateCounters::RunScope counterBlocks;
     for (std::size_t i = 0; i < targets.size(); ++i) {
       ComPtr<IDictionary> record;
       std::wstring problem;
