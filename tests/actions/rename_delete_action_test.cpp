@@ -16,30 +16,25 @@ namespace lmk {
 namespace {
 
 using test::MakeImageRecord;
-using test::MemoryLog;
 using test::ReadFile;
 using test::WideOf;
 using test::WriteFile;
 
 constexpr SharingRetry kQuickRetry{15, std::chrono::milliseconds(1)};
 
-class RenameTest : public ::testing::TestWithParam<test::CaseRow> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using RenameTest = test::FileActionParamTest<test::CaseRow>;
 
 // Fields: file, template, new name, frame.
 TEST_P(RenameTest, RenamesInPlace) {
   const test::CaseRow& c = GetParam();
-  const std::wstring root = WideOf(dir_.path()), templ = test::Wide(c[1]);
+  const std::wstring root = Root(), templ = test::Wide(c[1]);
   const std::wstring old = root + L"/" + test::Wide(c[0]);
   WriteFile(test::PathOf(old), "img");
   ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
   CRenameAction rename;
   rename.SetTemplate(templ);
   ComPtr<IDictionary> record =
-      MakeImageRecord(old, root, static_cast<unsigned short>(std::stoi(c[3])), host.Get());
+      Record(test::Wide(c[0]), static_cast<unsigned short>(std::stoi(c[3])), host.Get());
 
   EXPECT_EQ(rename.Execute(record.Get()), c[2].empty() ? S_FALSE : S_OK)
       << ToUtf8(TakeErrorDescription());
@@ -62,19 +57,14 @@ INSTANTIATE_TEST_SUITE_P(Templates, RenameTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/renames.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-class RenameFilesTest : public ::testing::Test {
- protected:
-  std::wstring Root() const { return WideOf(dir_.path()); }
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using RenameFilesTest = test::FileActionTest;
 
 TEST_F(RenameFilesTest, ExistingNameIsKeptWithoutOverwrite) {
   WriteFile(dir_ / "a.jpg", "a");
   WriteFile(dir_ / "b.jpg", "b");
   CRenameAction rename;
   rename.SetTemplate(L"b");
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/a.jpg", Root());
+  ComPtr<IDictionary> record = Record(L"a.jpg");
   EXPECT_EQ(rename.Execute(record.Get()), HRESULT_FROM_WIN32(ERROR_FILE_EXISTS));
   EXPECT_EQ(TakeErrorDescription(), L"Cannot rename '" + Root() + L"/a.jpg' to '" + Root() +
                                         L"/b.jpg'. The file exists. (0x80070050)");
@@ -94,7 +84,7 @@ TEST_F(RenameFilesTest, SidecarsFollow) {
   WriteFile(dir_ / "s.WAV", "wav");
   CRenameAction rename;
   rename.SetTemplate(L"t");
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/s.cr2", Root());
+  ComPtr<IDictionary> record = Record(L"s.cr2");
   ASSERT_EQ(rename.Execute(record.Get()), S_OK);
   EXPECT_EQ(ReadFile(dir_ / "t.cr2"), "raw");
   EXPECT_EQ(ReadFile(dir_ / "t.xmp"), "xmp");
@@ -108,7 +98,7 @@ struct RetryCase {
   HRESULT expected;
 };
 
-class SharingRetryTest : public RenameFilesTest, public ::testing::WithParamInterface<RetryCase> {};
+using SharingRetryTest = test::FileActionParamTest<RetryCase>;
 
 TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
   WriteFile(dir_ / "held.jpg", "img");
@@ -121,7 +111,7 @@ TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
   CRenameAction rename;
   rename.SetTemplate(L"free");
   rename.SetSharingRetry(kQuickRetry);
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/held.jpg", Root());
+  ComPtr<IDictionary> record = Record(L"held.jpg");
   EXPECT_EQ(rename.Execute(record.Get()), GetParam().expected);
   TakeErrorDescription();
   EXPECT_EQ(calls, std::min(shared + 1, 16));
@@ -143,15 +133,11 @@ struct DeleteCase {
   HRESULT expected;
 };
 
-class PermanentDeleteTest : public ::testing::TestWithParam<DeleteCase> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using PermanentDeleteTest = test::FileActionParamTest<DeleteCase>;
 
 TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
   const DeleteCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
+  const std::wstring root = Root();
   WriteFile(dir_ / "x.jpg", "img");
   WriteFile(dir_ / "x.xmp", "xmp");
   if (c.readOnly) test::MakeReadOnly(dir_ / "x.jpg");
@@ -159,7 +145,7 @@ TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
   action.SetOption(kDeleteReadOnly, c.readOnlyOption);
-  ComPtr<IDictionary> record = MakeImageRecord(root + L"/x.jpg", root, 0, host.Get());
+  ComPtr<IDictionary> record = Record(L"x.jpg", 0, host.Get());
 
   EXPECT_EQ(action.Execute(record.Get()), c.expected);
   const bool deleted = SUCCEEDED(c.expected);
@@ -205,15 +191,11 @@ std::vector<ClimbCase> ClimbCases() {
   };
 }
 
-class ClimbTest : public ::testing::TestWithParam<ClimbCase> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using ClimbTest = test::FileActionParamTest<ClimbCase>;
 
 TEST_P(ClimbTest, RemovesEmptiedFoldersAndStops) {
   const ClimbCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
+  const std::wstring root = Root();
   WriteFile(dir_ / "pics/2024/03/last.jpg", "img");
   for (const std::string& other : c.others) WriteFile(dir_ / other, "x");
   CDeleteAction action;
@@ -240,14 +222,13 @@ TEST_P(ClimbTest, RemovesEmptiedFoldersAndStops) {
 INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest, ::testing::ValuesIn(ClimbCases()),
                          [](const auto& i) { return i.param.name; });
 
-TEST(DeleteActionTest, LaterFrameIsNotDeleted) {
-  test::ScopedTempDir dir;
-  WriteFile(dir / "m.tif", "img");
+TEST_F(RenameFilesTest, LaterFrameIsNotDeleted) {
+  WriteFile(dir_ / "m.tif", "img");
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
-  ComPtr<IDictionary> record = MakeImageRecord(WideOf(dir / "m.tif"), WideOf(dir.path()), 2);
+  ComPtr<IDictionary> record = Record(L"m.tif", 2);
   EXPECT_EQ(action.Execute(record.Get()), S_FALSE);
-  EXPECT_TRUE(std::filesystem::exists(dir / "m.tif"));
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "m.tif"));
 }
 
 }  // namespace
