@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "condition_fixture.h"
-#include "conditions/condition_registration.h"
 #include "conditions/gps_altitude_condition.h"
 #include "conditions/gps_direction_condition.h"
 #include "conditions/gps_metadata_condition.h"
@@ -126,15 +125,6 @@ TEST(GpsStream, RefusesANewerVersion) {
 
 // ---- named parameters, from tests/data/cases/gps_named_parameters.tsv ----
 
-CElementRegistry& Registry() {
-  static CElementRegistry registry = [] {
-    CElementRegistry r(CElementRegistry::Product());
-    RegisterConditions(r);
-    return r;
-  }();
-  return registry;
-}
-
 std::vector<NamedParam> Params(const std::string& text) {
   std::vector<NamedParam> params;
   for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
@@ -153,7 +143,7 @@ class NamedParameterTest : public testing::TestWithParam<test::CaseRow> {};
 // Fields: element key, parameters, what is saved back or "refused", the sentence if any.
 TEST_P(NamedParameterTest, LoadsAndSaves) {
   const test::CaseRow& c = GetParam();
-  const auto element = Registry().Create(test::Wide(c[0]));
+  const auto element = test::ConditionRegistry().Create(test::Wide(c[0]));
   if (c[2] == "refused") {
     EXPECT_THROW(LoadNamed(*element, Params(c[1])), CRuleSetError);
     return;
@@ -164,7 +154,7 @@ TEST_P(NamedParameterTest, LoadsAndSaves) {
   EXPECT_TRUE(element->IsValid(&reason)) << std::string(reason.begin(), reason.end());
   if (c.fields.size() > 3) EXPECT_EQ(element->Description(), test::Wide(c[3]));
   // What was saved loads into a fresh element that saves the same.
-  const auto again = Registry().Create(test::Wide(c[0]));
+  const auto again = test::ConditionRegistry().Create(test::Wide(c[0]));
   LoadNamed(*again, element->NamedParameters());
   EXPECT_EQ(NamedText(*again), test::Wide(c[2]));
 }

@@ -3,36 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "record_fixture.h"
+#include "support/scoped_env.h"
 #include "templates/date_formatter.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
 namespace {
-
-// Sets TZ for the life of the object (and tzset so localtime sees it).
-class ScopedTimeZone {
- public:
-  explicit ScopedTimeZone(const char* zone) {
-    if (const char* old = std::getenv("TZ")) old_ = old;
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ScopedTimeZone() {
-    old_ ? setenv("TZ", old_->c_str(), 1) : unsetenv("TZ");
-    tzset();
-  }
-
- private:
-  std::optional<std::string> old_;
-};
 
 // Unix seconds of the instants checked: leap day, both sides of the European DST changes,
 // New Year's Eve late in the evening, a morning and noon (am/pm), and dates around week 1.
@@ -84,7 +65,7 @@ struct ZoneCase {
 class DateAgainstPython : public ::testing::TestWithParam<ZoneCase> {};
 
 TEST_P(DateAgainstPython, PartsMatch) {
-  ScopedTimeZone zone(GetParam().zone);
+  test::ScopedTimeZone zone(GetParam().zone);
   std::vector<std::string> expected = PythonFields(GetParam().utc_token ? "UTC0" : GetParam().zone);
   ASSERT_EQ(expected.size(), kInstants.size()) << "python3 did not answer";
   std::wstring name = GetParam().utc_token ? L"DateTakenUtc" : L"DateTaken";
