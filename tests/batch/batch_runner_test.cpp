@@ -2,6 +2,7 @@
 // cancel, skipped images, per-file logging, progress, counters and the parallel phase.
 #include "batch/batch_runner.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -49,10 +50,7 @@ class RecordingSink final : public ProgressSink {
     finished = static_cast<int>(aborted);
     done_.notify_all();
   }
-  void OnInternalError(std::wstring_view, std::wstring_view text) override {
-    std::lock_guard lock(mutex_);
-    internalErrors.emplace_back(text);
-  }
+  void OnInternalError(std::wstring_view, std::wstring_view) override {}
   void Wait() {
     std::unique_lock lock(mutex_);
     done_.wait(lock, [this] { return finished >= 0; });
@@ -61,7 +59,6 @@ class RecordingSink final : public ProgressSink {
   int started = -1;
   int finished = -1;
   std::vector<DWORD> progress;
-  std::vector<std::wstring> internalErrors;
 
  private:
   std::mutex mutex_;
@@ -422,13 +419,10 @@ TEST_F(RunnerTest, ImagesAreCountedForTheHost) {
   host_->undeliverable = {1};
   Run({Rule({Action(0, {S_OK})})});
   ReleaseUsageCounter();
-  const auto events = counterClass.factory().counter->events();
-  EXPECT_NE(std::find(events.begin(), events.end(),
-                      test::UsageEvent{L"Plugin:FileUtilities", L"ImagesProcessed", 4}),
-            events.end());
-  EXPECT_NE(std::find(events.begin(), events.end(),
-                      test::UsageEvent{L"Plugin:FileUtilities", L"ImagesSkipped", 1}),
-            events.end());
+  EXPECT_THAT(
+      counterClass.factory().counter->events(),
+      ::testing::IsSupersetOf({test::UsageEvent{L"Plugin:FileUtilities", L"ImagesProcessed", 4},
+                               test::UsageEvent{L"Plugin:FileUtilities", L"ImagesSkipped", 1}}));
 }
 
 // Actions see the session in the run's globals, and a keep-copy index they advance goes back to
@@ -463,14 +457,6 @@ TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
   EXPECT_FALSE(runner_->Start(&sink_, nullptr, rules, 2, host_.Get()));  // until taken back
   runner_->Finish();
   EXPECT_FALSE(runner_->IsBusy());
-}
-
-TEST_F(RunnerTest, MinimumRunTimeHoldsTheEnd) {
-  runner_ = QuickRunner();
-  runner_->Options().minimumRunTime = std::chrono::milliseconds(300);
-  const auto begin = std::chrono::steady_clock::now();
-  Run({Rule({Action(0, {S_OK})})});
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(300));
 }
 
 // ---- Pure rules ---------------------------------------------------------------------------------
