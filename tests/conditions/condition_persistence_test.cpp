@@ -13,6 +13,7 @@
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
 #include "support/data_table.h"
+#include "support/named_params.h"
 
 namespace lmk {
 namespace {
@@ -58,9 +59,7 @@ TEST_P(ConditionPersistenceTest, NamedParametersRoundTrip) {
   const auto original = Configured(GetParam());
   const auto copy = test::ConditionRegistry().Create(original->Key());
   ASSERT_TRUE(copy);
-  CParamArchive archive = CParamArchive::ForLoad(original->NamedParameters());
-  copy->ExchangeNamedParameters(archive);
-  archive.Finish();
+  test::LoadNamed(*copy, original->NamedParameters());
   // The exception bit comes from the key, not from the parameters.
   EXPECT_EQ(SaveBytes(*copy), SaveBytes(*original));
 }
