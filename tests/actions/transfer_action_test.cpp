@@ -26,22 +26,11 @@ using test::ReadFile;
 using test::WideOf;
 using test::WriteFile;
 
-enum class Kind { Copy, Move, Link };
-
-std::unique_ptr<CTransferAction> MakeAction(Kind kind) {
-  switch (kind) {
-    case Kind::Copy:
-      return std::make_unique<CCopyAction>();
-    case Kind::Move:
-      return std::make_unique<CMoveAction>();
-    case Kind::Link:
-      return std::make_unique<CLinkAction>();
-  }
-  return nullptr;
-}
-
-Kind KindOf(const std::string& name) {
-  return name == "copy" ? Kind::Copy : name == "move" ? Kind::Move : Kind::Link;
+// "copy", "move" or "link".
+std::unique_ptr<CTransferAction> MakeAction(const std::string& kind) {
+  if (kind == "copy") return std::make_unique<CCopyAction>();
+  if (kind == "move") return std::make_unique<CMoveAction>();
+  return std::make_unique<CLinkAction>();
 }
 
 // A row's text with <root> replaced by root.
@@ -57,11 +46,11 @@ using TransferTest = test::FileActionParamTest<test::CaseRow>;
 // Fields: action, destination, rename template, image, where it lands, log line, options.
 TEST_P(TransferTest, PutsTheImageWhereTheTemplatesSay) {
   const test::CaseRow& c = GetParam();
-  const Kind kind = KindOf(c[0]);
+  const bool move = c[0] == "move";
   const std::wstring root = Root();
   const std::wstring image = root + L"/" + test::Wide(c[3]);
   WriteFile(PathOf(image), "pixels");
-  auto action = MakeAction(kind);
+  auto action = MakeAction(c[0]);
   action->SetDestination(test::Wide(c[1]));
   action->SetRenameTemplate(test::Wide(c[2]));
   if (c[6] == "hierarchy") action->SetOption(kTransferPreserveHierarchy, true);
@@ -71,10 +60,10 @@ TEST_P(TransferTest, PutsTheImageWhereTheTemplatesSay) {
 
   const std::wstring target = root + L"/" + test::Wide(c[4]);
   EXPECT_EQ(ReadFile(PathOf(target)), "pixels");
-  EXPECT_EQ(std::filesystem::exists(PathOf(image)), kind != Kind::Move);
+  EXPECT_EQ(std::filesystem::exists(PathOf(image)), !move);
   EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{Rooted(c[5], root)});
   // Only a move changes where the rule's later actions find the file.
-  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), kind == Kind::Move ? target : image);
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), move ? target : image);
 }
 
 INSTANTIATE_TEST_SUITE_P(Actions, TransferTest,
@@ -83,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(Actions, TransferTest,
 
 struct RefusalCase {
   std::string name;
-  Kind kind;
+  std::string kind;
   bool overwrite;
   bool targetReadOnly;
   HRESULT expected;
@@ -93,12 +82,12 @@ struct RefusalCase {
 std::vector<RefusalCase> RefusalCases() {
   const HRESULT exists = HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
   return {
-      {"CopyKeepsBoth", Kind::Copy, false, false, exists, "old"},
-      {"MoveKeepsBoth", Kind::Move, false, false, exists, "old"},
-      {"LinkKeepsBoth", Kind::Link, false, false, exists, "old"},
-      {"CopyOverwritesReadOnly", Kind::Copy, true, true, S_OK, "new"},
-      {"MoveOverwritesReadOnly", Kind::Move, true, true, S_OK, "new"},
-      {"LinkOverwrites", Kind::Link, true, false, S_OK, "new"},
+      {"CopyKeepsBoth", "copy", false, false, exists, "old"},
+      {"MoveKeepsBoth", "move", false, false, exists, "old"},
+      {"LinkKeepsBoth", "link", false, false, exists, "old"},
+      {"CopyOverwritesReadOnly", "copy", true, true, S_OK, "new"},
+      {"MoveOverwritesReadOnly", "move", true, true, S_OK, "new"},
+      {"LinkOverwrites", "link", true, false, S_OK, "new"},
   };
 }
 
@@ -134,7 +123,7 @@ TEST_P(TransferFailureTest, ReportsWhatFailed) {
   const bool sourceMissing = c[1] == "missing-source";
   if (!sourceMissing) WriteFile(dir_ / "img.jpg", "data");
   if (!sourceMissing) WriteFile(dir_ / "out", "a file");
-  auto action = MakeAction(KindOf(c[0]));
+  auto action = MakeAction(c[0]);
   action->SetDestination(L"out");
   ComPtr<IDictionary> record = Record(L"img.jpg");
 
