@@ -78,41 +78,25 @@ TEST(ActionParametersTest, BinaryRoundTripWithVersionByte) {
   EXPECT_THROW(refused.Load(newer), CRuleSetError);
 }
 
-struct ValidityCase {
-  std::string name;
-  std::wstring destination;
-  std::wstring rename;
-  bool valid;
-  std::wstring reasonStart;
-};
-
-class TransferValidityTest : public ::testing::TestWithParam<ValidityCase> {
+class TransferValidityTest : public ::testing::TestWithParam<test::CaseRow> {
  protected:
   test::ScopedConfigDir config_;
 };
 
+// Fields: destination, rename template, valid or invalid, how the reason begins.
 TEST_P(TransferValidityTest, SaysWhatIsWrong) {
-  const ValidityCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
   CMoveAction move;
-  move.SetDestination(c.destination);
-  move.SetRenameTemplate(c.rename);
+  move.SetDestination(test::Wide(c[0]));
+  move.SetRenameTemplate(test::Wide(c[1]));
   std::wstring reason;
-  EXPECT_EQ(move.IsValid(&reason), c.valid);
-  EXPECT_EQ(reason.substr(0, c.reasonStart.size()), c.reasonStart);
+  EXPECT_EQ(move.IsValid(&reason), c[2] == "valid");
+  EXPECT_EQ(reason.substr(0, c[3].size()), test::Wide(c[3]));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Parameters, TransferValidityTest,
-    ::testing::Values(ValidityCase{"Complete", L"Out/{DateTaken:Year}", L"", true, L""},
-                      ValidityCase{"NoDestination", L"  ", L"", false,
-                                   L"destination: the destination folder is missing"},
-                      ValidityCase{"UnclosedBrace", L"Out/{DateTaken:Year", L"", false,
-                                   L"destination: the '{' at character 5 has no closing '}'"},
-                      ValidityCase{"LiteralBraces", L"Out/{{x}}", L"", true, L""},
-                      ValidityCase{"InlineRename", L"Out", L"{FileName}_1", true, L""},
-                      ValidityCase{"UnknownTemplateName", L"Out", L"Holiday", false,
-                                   L"rename: There is no renaming template named 'Holiday'."}),
-    [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Parameters, TransferValidityTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_validity.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(RenameValidityTest, NeedsATemplate) {
   CRenameAction rename;

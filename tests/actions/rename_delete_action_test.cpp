@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -92,18 +94,13 @@ TEST_F(RenameFilesTest, SidecarsFollow) {
   EXPECT_EQ(log_.Texts().size(), 3u);
 }
 
-struct RetryCase {
-  std::string name;
-  int sharedAttempts;  // how many first attempts meet a sharing violation
-  HRESULT expected;
-};
-
-using SharingRetryTest = test::FileActionParamTest<RetryCase>;
+// The parameter is how many first attempts meet a sharing violation; 15 retries follow the first.
+using SharingRetryTest = test::FileActionParamTest<int>;
 
 TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
   WriteFile(dir_ / "held.jpg", "img");
   int calls = 0;
-  const int shared = GetParam().sharedAttempts;
+  const int shared = GetParam();
   ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
     if (step != FileStep::kRename) return 0;
     return ++calls <= shared ? ERROR_SHARING_VIOLATION : 0;
@@ -112,19 +109,17 @@ TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
   rename.SetTemplate(L"free");
   rename.SetSharingRetry(kQuickRetry);
   ComPtr<IDictionary> record = Record(L"held.jpg");
-  EXPECT_EQ(rename.Execute(record.Get()), GetParam().expected);
+  EXPECT_EQ(rename.Execute(record.Get()),
+            shared <= 15 ? S_OK : HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION));
   TakeErrorDescription();
   EXPECT_EQ(calls, std::min(shared + 1, 16));
-  EXPECT_EQ(std::filesystem::exists(dir_ / "free.jpg"), SUCCEEDED(GetParam().expected));
+  EXPECT_EQ(std::filesystem::exists(dir_ / "free.jpg"), shared <= 15);
   EXPECT_TRUE(std::filesystem::exists(dir_ / "free.jpg") ||
               std::filesystem::exists(dir_ / "held.jpg"));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Attempts, SharingRetryTest,
-    ::testing::Values(RetryCase{"FreedAfterTwo", 2, S_OK}, RetryCase{"FreedOnLastRetry", 15, S_OK},
-                      RetryCase{"NeverFreed", 100, HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)}),
-    [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Attempts, SharingRetryTest, ::testing::Values(2, 15, 100),
+                         [](const auto& i) { return "HeldFor" + std::to_string(i.param); });
 
 struct DeleteCase {
   std::string name;
@@ -168,58 +163,44 @@ INSTANTIATE_TEST_SUITE_P(Files, PermanentDeleteTest,
                                            DeleteCase{"ReadOnlyWhenAsked", true, true, S_OK}),
                          [](const auto& i) { return i.param.name; });
 
-struct ClimbCase {
-  std::string name;
-  std::vector<std::string> others;  // files left in the tree, relative to the root
-  std::string keepCopy;             // relative keep-copy folder, or empty
-  std::vector<std::string> remaining;
-  std::vector<std::string> removed;
-};
-
-// The records name no run paths: the images folder "pics" stands for them, so the climb may
-// take it (it is not the first folder) but never its parent.
-std::vector<ClimbCase> ClimbCases() {
-  return {
-      {"UpToTheImagesFolder", {}, "", {""}, {"pics/2024/03", "pics/2024", "pics"}},
-      {"StopsAtAFolderInUse", {"pics/2024/other.jpg"}, "", {"pics/2024"}, {"pics/2024/03"}},
-      {"ThumbsDbIsNoContent",
-       {"pics/2024/03/Thumbs.db"},
-       "",
-       {""},
-       {"pics/2024/03", "pics/2024", "pics"}},
-      {"StopsAtKeepCopyFolder", {}, "pics/2024/03", {"pics/2024/03"}, {}},
-  };
+// A case table's list of paths separated by spaces; "-" is none.
+std::vector<std::string> Paths(const std::string& text) {
+  std::istringstream words(text == "-" ? "" : text);
+  return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
-using ClimbTest = test::FileActionParamTest<ClimbCase>;
+using ClimbTest = test::FileActionParamTest<test::CaseRow>;
 
+// Fields: files left in the tree, the keep-copy folder, the folders that remain, those removed.
 TEST_P(ClimbTest, RemovesEmptiedFoldersAndStops) {
-  const ClimbCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
   const std::wstring root = Root();
   WriteFile(dir_ / "pics/2024/03/last.jpg", "img");
-  for (const std::string& other : c.others) WriteFile(dir_ / other, "x");
+  for (const std::string& other : Paths(c[0])) WriteFile(dir_ / other, "x");
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
   action.SetOption(kDeleteEmptyFolders, true);
   action.SetSharingRetry(kQuickRetry);
   ComPtr<IDictionary> record =
       MakeImageRecord(root + L"/pics/2024/03/last.jpg", root + L"/pics", 0, nullptr,
-                      c.keepCopy.empty() ? L"" : root + L"/" + WideOf(c.keepCopy));
+                      c[1] == "-" ? L"" : root + L"/" + WideOf(c[1]));
   ASSERT_EQ(action.Execute(record.Get()), S_OK);
-  for (const std::string& folder : c.remaining) {
+  for (const std::string& folder : Paths(c[2])) {
     EXPECT_TRUE(std::filesystem::is_directory(dir_ / folder)) << folder;
   }
-  for (const std::string& folder : c.removed) {
+  const std::vector<std::string> removed = Paths(c[3]);
+  for (const std::string& folder : removed) {
     EXPECT_FALSE(std::filesystem::exists(dir_ / folder)) << folder;
   }
   const std::vector<std::wstring> texts = log_.Texts();
-  ASSERT_EQ(texts.size(), 1 + c.removed.size());
-  if (!c.removed.empty()) {
-    EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(c.removed[0]) + L"\".");
+  ASSERT_EQ(texts.size(), 1 + removed.size());
+  if (!removed.empty()) {
+    EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(removed[0]) + L"\".");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest, ::testing::ValuesIn(ClimbCases()),
+INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/emptied_folders.tsv")),
                          [](const auto& i) { return i.param.name; });
 
 TEST_F(RenameFilesTest, LaterFrameIsNotDeleted) {

@@ -70,50 +70,33 @@ INSTANTIATE_TEST_SUITE_P(Actions, TransferTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_actions.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-struct RefusalCase {
-  std::string name;
-  std::string kind;
-  bool overwrite;
-  bool targetReadOnly;
-  HRESULT expected;
-  const char* expectedTarget;  // content of the target afterwards
-};
+using ExistingTargetTest = test::FileActionParamTest<test::CaseRow>;
 
-std::vector<RefusalCase> RefusalCases() {
-  const HRESULT exists = HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
-  return {
-      {"CopyKeepsBoth", "copy", false, false, exists, "old"},
-      {"MoveKeepsBoth", "move", false, false, exists, "old"},
-      {"LinkKeepsBoth", "link", false, false, exists, "old"},
-      {"CopyOverwritesReadOnly", "copy", true, true, S_OK, "new"},
-      {"MoveOverwritesReadOnly", "move", true, true, S_OK, "new"},
-      {"LinkOverwrites", "link", true, false, S_OK, "new"},
-  };
-}
-
-using ExistingTargetTest = test::FileActionParamTest<RefusalCase>;
-
+// Fields: action, overwrite, the target read-only, refused or done, the target's content after.
 TEST_P(ExistingTargetTest, OverwritesOnlyWhenAsked) {
-  const RefusalCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
   WriteFile(dir_ / "img.jpg", "new");
   WriteFile(dir_ / "out/img.jpg", "old");
-  if (c.targetReadOnly) test::MakeReadOnly(dir_ / "out/img.jpg");
-  auto action = MakeAction(c.kind);
+  if (c[2] == "yes") test::MakeReadOnly(dir_ / "out/img.jpg");
+  auto action = MakeAction(c[0]);
   action->SetDestination(L"out");
-  action->SetOption(kTransferOverwrite, c.overwrite);
+  action->SetOption(kTransferOverwrite, c[1] == "yes");
   ComPtr<IDictionary> record = Record(L"img.jpg");
 
-  EXPECT_EQ(action->Execute(record.Get()), c.expected);
-  EXPECT_EQ(ReadFile(dir_ / "out/img.jpg"), c.expectedTarget);
-  if (FAILED(c.expected)) {
+  const bool refused = c[3] == "refused";
+  EXPECT_EQ(action->Execute(record.Get()), refused ? HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) : S_OK);
+  EXPECT_EQ(ReadFile(dir_ / "out/img.jpg"), c[4]);
+  if (refused) {
     EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "new");
     EXPECT_EQ(TakeErrorDescription(),
               L"File already exists: '" + Root() + L"/out/img.jpg'. (0x80070050)");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Actions, ExistingTargetTest, ::testing::ValuesIn(RefusalCases()),
-                         [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Actions, ExistingTargetTest,
+    ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_existing_targets.tsv")),
+    [](const auto& i) { return i.param.name; });
 
 using TransferFailureTest = test::FileActionParamTest<test::CaseRow>;
 
