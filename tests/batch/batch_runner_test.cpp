@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <condition_variable>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -297,38 +299,28 @@ TEST_F(RunnerTest, NoActionRunsWithoutASessionOrForAnUncheckedRule) {
 
 // ---- Modes ------------------------------------------------------------------------------------
 
-struct ModeCase {
-  const char* name;
-  DWORD mode;
-  ULONG current;
-  std::vector<ULONG> delivered;
-  int started;
-};
-
-class Mode : public RunnerTest, public ::testing::WithParamInterface<ModeCase> {
+class Mode : public RunnerTest, public ::testing::WithParamInterface<test::CaseRow> {
  protected:
   Mode() : RunnerTest(10) {}
 };
 
+// Fields: mode, current image, the images delivered.
 TEST_P(Mode, ProcessesItsRange) {
-  host_->currentIndex = GetParam().current;
-  auto action = Action(0, {S_OK});
-  const BatchRunResult result = Run({Rule({action})}, GetParam().mode);
-  EXPECT_EQ(host_->Delivered(), GetParam().delivered);
-  EXPECT_EQ(result.processed, static_cast<LONG>(GetParam().delivered.size()));
-  EXPECT_EQ(sink_.started, GetParam().started);
+  const DWORD mode = std::stoul(GetParam()[0]);
+  host_->currentIndex = std::stoul(GetParam()[1]);
+  std::istringstream words(GetParam()[2]);
+  const std::vector<ULONG> delivered{std::istream_iterator<ULONG>(words), {}};
+  const BatchRunResult result = Run({Rule({Action(0, {S_OK})})}, mode);
+  EXPECT_EQ(host_->Delivered(), delivered);
+  EXPECT_EQ(result.processed, static_cast<LONG>(delivered.size()));
+  EXPECT_EQ(sink_.started, mode == 1 ? 0 : 1) << "progress is shown for a run over several";
   EXPECT_EQ(sink_.finished, 0);
   EXPECT_EQ(sink_.progress.back(), 100u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Runner, Mode,
-                         ::testing::ValuesIn(std::vector<ModeCase>{
-                             {"CurrentOnly", 1, 3, {3}, 0},
-                             {"All", 2, 3, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, 1},
-                             {"CurrentAndRemaining", 3, 6, {6, 7, 8, 9}, 1},
-                             {"RemainingFromLast", 3, 9, {9}, 1},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/run_modes.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 TEST_F(RunnerTest, SingleImageShowsThreeQuartersThenDone) {
   host_->currentIndex = 2;
