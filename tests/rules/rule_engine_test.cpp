@@ -41,30 +41,19 @@ class RuleEngineFileTest : public ::testing::Test {
   test::ScopedTempDir dir_;
 };
 
-struct FormatCase {
-  const char* name;
-  const char* file;
-  RuleSetFormat format;
-};
-
-const FormatCase kFormats[] = {
-    {"Yaml", "set.yaml", RuleSetFormat::Yaml},
-    {"YmlUpperCase", "SET.YML", RuleSetFormat::Yaml},
-    {"Binary", "set.rules", RuleSetFormat::Binary},
-    {"OtherExtensionIsBinary", "set.txt", RuleSetFormat::Binary},
-};
-
 class RuleEngineFormatTest : public RuleEngineFileTest,
-                             public ::testing::WithParamInterface<FormatCase> {};
+                             public ::testing::WithParamInterface<test::CaseRow> {};
 
+// Fields: file name, yaml or binary.
 TEST_P(RuleEngineFormatTest, SavedFileOpensToTheSameRules) {
-  const auto path = dir_ / GetParam().file;
-  EXPECT_EQ(RuleSetFormatForPath(path), GetParam().format);
+  const auto path = dir_ / GetParam()[0];
+  const bool binary = GetParam()[1] == "binary";
+  EXPECT_EQ(RuleSetFormatForPath(path), binary ? RuleSetFormat::Binary : RuleSetFormat::Yaml);
   engine_.Save(path);
   std::ifstream in(path, std::ios::binary);
   char head[4] = {};
   in.read(head, 4);
-  EXPECT_EQ(std::string(head, 4) == "LMKR", GetParam().format == RuleSetFormat::Binary);
+  EXPECT_EQ(std::string(head, 4) == "LMKR", binary);
 
   CRuleEngine opened(*registry_);
   opened.Add(std::make_shared<CRule>(L"replaced"));
@@ -76,8 +65,9 @@ TEST_P(RuleEngineFormatTest, SavedFileOpensToTheSameRules) {
       << "no temporary file is left behind";
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, RuleEngineFormatTest, ::testing::ValuesIn(kFormats),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Formats, RuleEngineFormatTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/rule_set_formats.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST_F(RuleEngineFileTest, MergeAppendsTheRulesOfAnotherFile) {
   const auto yaml = dir_ / "more.yaml";
