@@ -6,6 +6,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "actions/action_fixture.h"
@@ -121,29 +122,23 @@ TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
 INSTANTIATE_TEST_SUITE_P(Attempts, SharingRetryTest, ::testing::Values(2, 15, 100),
                          [](const auto& i) { return "HeldFor" + std::to_string(i.param); });
 
-struct DeleteCase {
-  std::string name;
-  bool readOnly;
-  bool readOnlyOption;
-  HRESULT expected;
-};
-
-using PermanentDeleteTest = test::FileActionParamTest<DeleteCase>;
+// The parameter: whether the picture is read-only, whether read-only files may be deleted.
+using PermanentDeleteTest = test::FileActionParamTest<std::pair<bool, bool>>;
 
 TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
-  const DeleteCase& c = GetParam();
+  const auto [readOnly, readOnlyOption] = GetParam();
   const std::wstring root = Root();
   WriteFile(dir_ / "x.jpg", "img");
   WriteFile(dir_ / "x.xmp", "xmp");
-  if (c.readOnly) test::MakeReadOnly(dir_ / "x.jpg");
+  if (readOnly) test::MakeReadOnly(dir_ / "x.jpg");
   ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
-  action.SetOption(kDeleteReadOnly, c.readOnlyOption);
+  action.SetOption(kDeleteReadOnly, readOnlyOption);
   ComPtr<IDictionary> record = Record(L"x.jpg", 0, host.Get());
 
-  EXPECT_EQ(action.Execute(record.Get()), c.expected);
-  const bool deleted = SUCCEEDED(c.expected);
+  const bool deleted = !readOnly || readOnlyOption;
+  EXPECT_EQ(action.Execute(record.Get()), deleted ? S_OK : E_ACCESSDENIED);
   EXPECT_EQ(std::filesystem::exists(dir_ / "x.jpg"), !deleted);
   EXPECT_EQ(std::filesystem::exists(dir_ / "x.xmp"), !deleted);
   EXPECT_EQ(host->deleted.size(), deleted ? 1u : 0u);
@@ -157,11 +152,13 @@ TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, PermanentDeleteTest,
-                         ::testing::Values(DeleteCase{"Writable", false, false, S_OK},
-                                           DeleteCase{"ReadOnlyRefused", true, false,
-                                                      E_ACCESSDENIED},
-                                           DeleteCase{"ReadOnlyWhenAsked", true, true, S_OK}),
-                         [](const auto& i) { return i.param.name; });
+                         ::testing::Values(std::pair{false, false}, std::pair{true, false},
+                                           std::pair{true, true}),
+                         [](const auto& i) {
+                           return !i.param.first   ? "Writable"
+                                  : i.param.second ? "ReadOnlyWhenAsked"
+                                                   : "ReadOnlyRefused";
+                         });
 
 // A case table's list of paths separated by spaces; "-" is none.
 std::vector<std::string> Paths(const std::string& text) {
