@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,35 +17,11 @@
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
 #include "support/data_table.h"
+#include "support/named_params.h"
 #include "templates/settings_fixture.h"
 
 namespace lmk {
 namespace {
-
-// "NAME=VALUE;NAME=[a,b]" as named parameters.
-std::vector<NamedParam> Params(const std::string& text) {
-  std::vector<NamedParam> params;
-  std::istringstream pairs(text);
-  for (std::string pair; std::getline(pairs, pair, ';');) {
-    NamedParam& param = params.emplace_back();
-    const auto equals = pair.find('=');
-    param.name = test::Wide(pair.substr(0, equals));
-    const std::string value = pair.substr(equals + 1);
-    param.value.isList = value.starts_with('[');
-    if (!param.value.isList) param.value.text = test::Wide(value);
-    std::istringstream items(param.value.isList ? value.substr(1, value.size() - 2) : "");
-    for (std::string item; std::getline(items, item, ',');) {
-      param.value.items.push_back(test::Wide(item));
-    }
-  }
-  return params;
-}
-
-void Load(CRuleElement& element, std::vector<NamedParam> params) {
-  CParamArchive archive = CParamArchive::ForLoad(std::move(params));
-  element.ExchangeNamedParameters(archive);
-  archive.Finish();
-}
 
 CElementRegistry& Registry() {
   static CElementRegistry registry = [] {
@@ -65,14 +40,14 @@ TEST_P(ActionParametersTest, LoadAndSaveBack) {
   const auto element = Registry().Create(test::Wide(c[0]));
   ASSERT_TRUE(element && element->IsKey(test::Wide(c[0])));
   if (c[2] == "refused") {
-    EXPECT_THROW(Load(*element, Params(c[1])), CRuleSetError);
+    EXPECT_THROW(test::LoadNamed(*element, test::ParamsOf(c[1])), CRuleSetError);
     return;
   }
-  Load(*element, Params(c[1]));
+  test::LoadNamed(*element, test::ParamsOf(c[1]));
   if (!c[2].empty()) EXPECT_EQ(element->Flags(), std::stoul(c[2], nullptr, 16));
   if (c.fields.size() > 3) EXPECT_EQ(element->Description(), test::Wide(c[3]));
   const auto again = Registry().Create(test::Wide(c[0]));
-  Load(*again, element->NamedParameters());
+  test::LoadNamed(*again, element->NamedParameters());
   EXPECT_EQ(again->Flags(), element->Flags());
   EXPECT_EQ(again->Description(), element->Description());
 }
@@ -103,41 +78,25 @@ TEST(ActionParametersTest, BinaryRoundTripWithVersionByte) {
   EXPECT_THROW(refused.Load(newer), CRuleSetError);
 }
 
-struct ValidityCase {
-  std::string name;
-  std::wstring destination;
-  std::wstring rename;
-  bool valid;
-  std::wstring reasonStart;
-};
-
-class TransferValidityTest : public ::testing::TestWithParam<ValidityCase> {
+class TransferValidityTest : public ::testing::TestWithParam<test::CaseRow> {
  protected:
   test::ScopedConfigDir config_;
 };
 
+// Fields: destination, rename template, valid or invalid, how the reason begins.
 TEST_P(TransferValidityTest, SaysWhatIsWrong) {
-  const ValidityCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
   CMoveAction move;
-  move.SetDestination(c.destination);
-  move.SetRenameTemplate(c.rename);
+  move.SetDestination(test::Wide(c[0]));
+  move.SetRenameTemplate(test::Wide(c[1]));
   std::wstring reason;
-  EXPECT_EQ(move.IsValid(&reason), c.valid);
-  EXPECT_EQ(reason.substr(0, c.reasonStart.size()), c.reasonStart);
+  EXPECT_EQ(move.IsValid(&reason), c[2] == "valid");
+  EXPECT_EQ(reason.substr(0, c[3].size()), test::Wide(c[3]));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Parameters, TransferValidityTest,
-    ::testing::Values(ValidityCase{"Complete", L"Out/{DateTaken:Year}", L"", true, L""},
-                      ValidityCase{"NoDestination", L"  ", L"", false,
-                                   L"destination: the destination folder is missing"},
-                      ValidityCase{"UnclosedBrace", L"Out/{DateTaken:Year", L"", false,
-                                   L"destination: the '{' at character 5 has no closing '}'"},
-                      ValidityCase{"LiteralBraces", L"Out/{{x}}", L"", true, L""},
-                      ValidityCase{"InlineRename", L"Out", L"{FileName}_1", true, L""},
-                      ValidityCase{"UnknownTemplateName", L"Out", L"Holiday", false,
-                                   L"rename: There is no renaming template named 'Holiday'."}),
-    [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Parameters, TransferValidityTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_validity.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(RenameValidityTest, NeedsATemplate) {
   CRenameAction rename;

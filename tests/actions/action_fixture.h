@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -25,6 +26,7 @@
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/file_operations.h"
 #include "platform/text_encoding.h"
+#include "platform/volume.h"
 #include "support/temp_dir.h"
 #include "support/unanswering_host.h"
 
@@ -143,5 +145,42 @@ class MemoryLog {
   EventLogWriter writer_;
   std::unique_ptr<EventLogWriter::Scope> scope_;
 };
+
+/// A temporary folder and a run's log in memory, shared by the tests of actions on real files.
+class FileActionTest : public ::testing::Test {
+ protected:
+  std::wstring Root() const { return WideOf(dir_.path()); }
+  /// The record of the image at name, relative to the folder, which is the images folder.
+  ComPtr<IDictionary> Record(const std::wstring& name, unsigned short frame = 0,
+                             IUnknown* host = nullptr) const {
+    return MakeImageRecord(Root() + L"/" + name, Root(), frame, host);
+  }
+
+  ScopedTempDir dir_;
+  MemoryLog log_;
+};
+
+/// The same with a second folder on another file system (the memory file system), removed with
+/// its content; the test is skipped where there is none.
+class TwoVolumeTest : public FileActionTest {
+ protected:
+  void SetUp() override {
+    std::string pattern = "/dev/shm/lmk-actions-XXXXXX";
+    if (fs::is_directory("/dev/shm") && ::mkdtemp(pattern.data()) != nullptr) other_ = pattern;
+    if (other_.empty() || GetVolumeKey(WideOf(dir_.path())) == GetVolumeKey(WideOf(other_))) {
+      GTEST_SKIP() << "no second file system: /dev/shm is missing or on the same device as "
+                   << dir_.path();
+    }
+  }
+  void TearDown() override {
+    std::error_code ec;
+    if (!other_.empty()) fs::remove_all(other_, ec);
+  }
+
+  fs::path other_;
+};
+
+template <class Param>
+class FileActionParamTest : public FileActionTest, public ::testing::WithParamInterface<Param> {};
 
 }  // namespace lmk::test

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -13,75 +12,39 @@
 #include "actions/copy_action.h"
 #include "actions/move_action.h"
 #include "platform/file_operations.h"
-#include "platform/volume.h"
 
 namespace lmk {
 namespace {
 
-using test::MakeImageRecord;
-using test::MemoryLog;
 using test::ReadFile;
 using test::WideOf;
 using test::WriteFile;
 
-// A folder on a second file system (the memory file system), removed with its content.
-class SecondVolumeDir {
- public:
-  SecondVolumeDir() {
-    std::string pattern = "/dev/shm/lmk-actions-XXXXXX";
-    if (std::filesystem::is_directory("/dev/shm") && ::mkdtemp(pattern.data()) != nullptr) {
-      path_ = pattern;
-    }
-  }
-  ~SecondVolumeDir() {
-    std::error_code ec;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ec);
-  }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
-class CrossVolumeTest : public ::testing::Test {
+class CrossVolumeTest : public test::TwoVolumeTest {
  protected:
   void SetUp() override {
-    if (other_.path().empty() ||
-        GetVolumeKey(WideOf(dir_.path())) == GetVolumeKey(WideOf(other_.path()))) {
-      GTEST_SKIP() << "no second file system: /dev/shm is missing or on the same device as "
-                   << dir_.path();
-    }
+    TwoVolumeTest::SetUp();
+    if (IsSkipped()) return;
     WriteFile(dir_ / "img.jpg", std::string(200000, 'p'));
     WriteFile(dir_ / "img.xmp", "sidecar");
   }
-  std::wstring Root() const { return WideOf(dir_.path()); }
-  std::wstring Destination() const { return WideOf(other_.path() / "out"); }
-  ComPtr<IDictionary> Record() const { return MakeImageRecord(Root() + L"/img.jpg", Root()); }
-
-  test::ScopedTempDir dir_;
-  SecondVolumeDir other_;
-  MemoryLog log_;
+  std::wstring Destination() const { return WideOf(other_ / "out"); }
 };
 
-struct CrossCase {
-  std::string name;
-  bool verify;
-};
-
-class CrossVolumeMoveTest : public CrossVolumeTest,
-                            public ::testing::WithParamInterface<CrossCase> {};
+// The parameter says whether the copy is verified.
+class CrossVolumeMoveTest : public CrossVolumeTest, public ::testing::WithParamInterface<bool> {};
 
 TEST_P(CrossVolumeMoveTest, MovesImageAndSidecar) {
   CMoveAction move;
   move.SetDestination(Destination());
-  move.SetOption(kTransferVerify, GetParam().verify);
-  ComPtr<IDictionary> record = Record();
+  move.SetOption(kTransferVerify, GetParam());
+  ComPtr<IDictionary> record = Record(L"img.jpg");
   ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
-  EXPECT_EQ(ReadFile(other_.path() / "out/img.jpg"), std::string(200000, 'p'));
-  EXPECT_EQ(ReadFile(other_.path() / "out/img.xmp"), "sidecar");
+  EXPECT_EQ(ReadFile(other_ / "out/img.jpg"), std::string(200000, 'p'));
+  EXPECT_EQ(ReadFile(other_ / "out/img.xmp"), "sidecar");
   EXPECT_FALSE(std::filesystem::exists(dir_ / "img.jpg"));
   EXPECT_FALSE(std::filesystem::exists(dir_ / "img.xmp"));
-  const std::size_t verified = GetParam().verify ? 2 : 0;
+  const std::size_t verified = GetParam() ? 2 : 0;
   EXPECT_EQ(log_.Texts().size(), 1 + verified);
 }
 
@@ -91,20 +54,19 @@ TEST_P(CrossVolumeMoveTest, InterruptedPublishLosesNothing) {
   });
   CMoveAction move;
   move.SetDestination(Destination());
-  move.SetOption(kTransferVerify, GetParam().verify);
-  ComPtr<IDictionary> record = Record();
+  move.SetOption(kTransferVerify, GetParam());
+  ComPtr<IDictionary> record = Record(L"img.jpg");
   EXPECT_EQ(move.Execute(record.Get()), HRESULT_FROM_WIN32(ERROR_DISK_FULL));
   EXPECT_EQ(ReadFile(dir_ / "img.jpg"), std::string(200000, 'p'));
-  EXPECT_FALSE(std::filesystem::exists(other_.path() / "out/img.jpg"));
+  EXPECT_FALSE(std::filesystem::exists(other_ / "out/img.jpg"));
   EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), Root() + L"/img.jpg");
   const std::wstring description = TakeErrorDescription();
   EXPECT_EQ(description.rfind(L"Cannot move '" + Root() + L"/img.jpg' to '", 0), 0u)
       << ToUtf8(description);
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, CrossVolumeMoveTest,
-                         ::testing::Values(CrossCase{"Plain", false}, CrossCase{"Verified", true}),
-                         [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Modes, CrossVolumeMoveTest, ::testing::Bool(),
+                         [](const auto& i) { return i.param ? "Verified" : "Plain"; });
 
 // The source changes while it is copied: the check finds the copy different, and the move keeps
 // the source (and the copy, for inspection).
@@ -117,7 +79,7 @@ TEST_F(CrossVolumeTest, FailedIntegrityCheckKeepsTheSource) {
   CMoveAction move;
   move.SetDestination(Destination());
   move.SetOption(kTransferVerify, true);
-  ComPtr<IDictionary> record = Record();
+  ComPtr<IDictionary> record = Record(L"img.jpg");
   EXPECT_EQ(move.Execute(record.Get()), HRESULT_FROM_WIN32(1392));
   EXPECT_EQ(ReadFile(source), std::string(200001, 'q'));
   EXPECT_EQ(TakeErrorDescription(),
@@ -137,7 +99,7 @@ TEST_F(CrossVolumeTest, CopyRunsUnderTheDestinationLock) {
   std::thread worker([&] {
     CCopyAction copy;
     copy.SetDestination(Destination());
-    ComPtr<IDictionary> record = Record();
+    ComPtr<IDictionary> record = Record(L"img.jpg");
     EXPECT_EQ(copy.Execute(record.Get()), S_OK);
     done = true;
   });

@@ -15,20 +15,21 @@ namespace {
 
 const fs::path kSample = fs::path(LMK_SAMPLES_DIR) / "harbour_2023.jpg";
 
-TEST(ExportRaceTest, EightWorkersIntoOneNameMakeOneWinnerAndAWholePicture) {
-  ScopedTempDir dir;
-  const fs::path source = dir.path() / "in" / "a.jpg";
+using ExportRaceTest = FileActionTest;
+
+TEST_F(ExportRaceTest, EightWorkersIntoOneNameMakeOneWinnerAndAWholePicture) {
+  const fs::path source = dir_ / "in" / "a.jpg";
   fs::create_directories(source.parent_path());
   fs::copy_file(kSample, source);
   CSaveForWebAction action;
-  action.SetDestination(WideOf(dir.path() / "out"));
+  action.SetDestination(WideOf(dir_ / "out"));
   constexpr int kWorkers = 8;
   std::vector<HRESULT> results(kWorkers);
   std::latch start(kWorkers);
   std::vector<std::thread> workers;
   for (int i = 0; i < kWorkers; ++i) {
     workers.emplace_back([&, i] {
-      const ComPtr<IDictionary> record = MakeImageRecord(WideOf(source), WideOf(dir.path()));
+      const ComPtr<IDictionary> record = Record(L"in/a.jpg");
       start.arrive_and_wait();
       results[i] = action.Execute(record.Get());
       TakeErrorDescription();
@@ -39,8 +40,8 @@ TEST(ExportRaceTest, EightWorkersIntoOneNameMakeOneWinnerAndAWholePicture) {
   EXPECT_EQ(std::count(results.begin(), results.end(), HRESULT_FROM_WIN32(ERROR_FILE_EXISTS)),
             kWorkers - 1);
   // One file and no temporary beside it; a whole JPEG from its start to its end marker.
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir.path() / "out"), fs::directory_iterator()), 1);
-  const std::string written = ReadFile(dir.path() / "out" / "a.jpg");
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir_ / "out"), fs::directory_iterator()), 1);
+  const std::string written = ReadFile(dir_ / "out" / "a.jpg");
   ASSERT_GT(written.size(), 4u);
   EXPECT_EQ(written.substr(0, 2), "\xFF\xD8");
   EXPECT_EQ(written.substr(written.size() - 2), "\xFF\xD9");
@@ -54,14 +55,13 @@ struct AttachmentCase {
   LONG listed;
 };
 
-class AttachmentTest : public ::testing::TestWithParam<AttachmentCase> {};
+using AttachmentTest = FileActionParamTest<AttachmentCase>;
 
 TEST_P(AttachmentTest, AddsOnlyWrittenFilesToAJobsList) {
   const AttachmentCase& c = GetParam();
-  ScopedTempDir dir;
-  const fs::path file = dir.path() / "web.jpg";
+  const fs::path file = dir_ / "web.jpg";
   if (c.fileExists) WriteFile(file, "jpeg");
-  const ComPtr<IDictionary> record = MakeImageRecord(WideOf(file), WideOf(dir.path()));
+  const ComPtr<IDictionary> record = Record(L"web.jpg");
   const ComPtr<CDictionary> list = MakeComObject<CDictionary>();
   const Bstr key(L"Plugin.Attachments");
   ThrowIfFailed(record->put_Value(key.get(), c.listIsObject

@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -17,7 +16,7 @@
 
 #include "actions/rc4.h"
 #include "platform/settings_store.h"
-#include "support/temp_dir.h"
+#include "templates/settings_fixture.h"
 
 namespace lmk {
 namespace {
@@ -35,12 +34,10 @@ struct DamageCase {
 class FtpDestinationStoreTest : public ::testing::TestWithParam<DamageCase> {
  protected:
   void SetUp() override {
-    ::setenv("LUMARKO_CONFIG_DIR", dir_.path().c_str(), 1);
     ASSERT_EQ(SettingsStore::Open(SettingsScope::CurrentUser, &settings_), S_OK);
   }
-  void TearDown() override { ::unsetenv("LUMARKO_CONFIG_DIR"); }
 
-  test::ScopedTempDir dir_;
+  test::ScopedConfigDir config_;
   std::shared_ptr<SettingsStore> settings_;
 };
 
@@ -59,7 +56,7 @@ TEST_P(FtpDestinationStoreTest, RecentList) {
   CFtpDestinationStore store(settings_);
   ASSERT_EQ(store.Remember(kSecond), S_OK);
   ASSERT_EQ(store.Remember(kFirst), S_OK);
-  GetParam().damage(*settings_, dir_.path() / "secret.key");
+  GetParam().damage(*settings_, config_.dir().path() / "secret.key");
   std::vector<std::wstring> recent{L"left over"};
   ASSERT_EQ(store.Recent(&recent), S_OK);
   EXPECT_EQ(recent, GetParam().recent);

@@ -8,6 +8,7 @@
 #include "actions/label_action.h"
 #include "actions/rating_action.h"
 #include "actions/urgency_action.h"
+#include "support/data_table.h"
 
 namespace lmk::test {
 namespace {
@@ -50,86 +51,64 @@ class WritingHost final : public UnansweringHost<WritingHost> {
   }
 };
 
-enum class Kind { kRating, kLabel, kUrgency };
 constexpr SHORT kNoWrite = -100;
 
-struct MarkCase {
-  const char* name;
-  Kind kind;
-  SHORT setting;
-  SHORT current;
-  SHORT written = kNoWrite;  // what the host is asked to write
-  HRESULT hr = S_OK;
-  SHORT convention = 0;
-  BOOL inPlace = TRUE;
-  USHORT frame = 0;
-  bool refuse = false;
-};
+// A setting: "+1" and "-1" are the steps, other words the values they say.
+SHORT Setting(const std::string& text) {
+  return text == "+1" ? kOneMore : text == "-1" ? kOneLess : static_cast<SHORT>(std::stoi(text));
+}
 
-std::unique_ptr<CMetadataAction> MakeAction(const MarkCase& c) {
-  if (c.kind == Kind::kRating) return std::make_unique<CRatingAction>();
-  if (c.kind == Kind::kUrgency) return std::make_unique<CUrgencyAction>();
+std::unique_ptr<CMetadataAction> MakeAction(const std::string& kind, SHORT convention) {
+  if (kind == "rating") return std::make_unique<CRatingAction>();
+  if (kind == "urgency") return std::make_unique<CUrgencyAction>();
   auto label = std::make_unique<CLabelAction>();
-  label->SetConvention(c.convention);
+  label->SetConvention(convention);
   return label;
 }
 
-const wchar_t* KeyOf(Kind kind) {
-  return kind == Kind::kRating  ? L"Meta.XMP.Rating"
-         : kind == Kind::kLabel ? L"Meta.XMP.Label"
-                                : L"Meta.Photoshop.Urgency";
-}
+class MetadataActionTest : public testing::TestWithParam<CaseRow> {};
 
-class MetadataActionTest : public testing::TestWithParam<MarkCase> {};
-
+// Fields: action, setting, current value, written (-: nothing), result, convention, in place,
+// frame, refused.
 TEST_P(MetadataActionTest, AsksTheHostAndUpdatesTheRecord) {
-  const MarkCase& c = GetParam();
+  const CaseRow& c = GetParam();
+  const auto current = static_cast<SHORT>(std::stoi(c[2]));
+  const SHORT written = c[3] == "-" ? kNoWrite : static_cast<SHORT>(std::stoi(c[3]));
+  const auto convention = static_cast<SHORT>(std::stoi(c[5]));
+  const bool inPlace = c[6] == "yes", refuse = c[8] == "yes";
+  const wchar_t* key = c[0] == "rating"  ? L"Meta.XMP.Rating"
+                       : c[0] == "label" ? L"Meta.XMP.Label"
+                                         : L"Meta.Photoshop.Urgency";
   MemoryLog log;
   ComPtr<WritingHost> host = MakeComObject<WritingHost>();
-  host->inPlace = c.inPlace;
-  host->refuse = c.refuse;
-  ComPtr<IDictionary> record = MakeImageRecord(L"/p/a.jpg", L"/p", c.frame, host.Get());
-  Bstr key(KeyOf(c.kind));
-  ThrowIfFailed(record->put_Value(key.get(), Variant::I2(c.current).ref()));
-  std::unique_ptr<CMetadataAction> action = MakeAction(c);
-  action->SetValue(c.setting);
+  host->inPlace = inPlace;
+  host->refuse = refuse;
+  ComPtr<IDictionary> record =
+      MakeImageRecord(L"/p/a.jpg", L"/p", static_cast<USHORT>(std::stoi(c[7])), host.Get());
+  ThrowIfFailed(record->put_Value(Bstr(key).get(), Variant::I2(current).ref()));
+  std::unique_ptr<CMetadataAction> action = MakeAction(c[0], convention);
+  action->SetValue(Setting(c[1]));
 
-  EXPECT_EQ(action->Execute(record.Get()), c.hr);
-  EXPECT_EQ(host->written.value_or(kNoWrite), c.written);
-  const bool stored = c.written != kNoWrite && !c.refuse;
-  EXPECT_EQ(RecordText(record.Get(), KeyOf(c.kind)),
-            std::to_wstring(stored ? c.written : c.current));
-  if (c.kind == Kind::kLabel && stored) {
-    EXPECT_EQ(host->convention, c.convention);
+  EXPECT_EQ(action->Execute(record.Get()), c[4] == "S_OK"      ? S_OK
+                                           : c[4] == "S_FALSE" ? S_FALSE
+                                                               : E_FAIL);
+  EXPECT_EQ(host->written.value_or(kNoWrite), written);
+  const bool stored = written != kNoWrite && !refuse;
+  EXPECT_EQ(RecordText(record.Get(), key), std::to_wstring(stored ? written : current));
+  if (c[0] == "label" && stored) {
+    EXPECT_EQ(host->convention, convention);
     EXPECT_EQ(RecordText(record.Get(), L"Meta.XMP.LabellingConvention"),
-              std::to_wstring(c.convention));
+              std::to_wstring(convention));
   }
   EXPECT_EQ(RecordText(record.Get(), L"File.Name"),
-            stored && !c.inPlace ? L"/p/renamed.jpg" : L"/p/a.jpg");
+            stored && !inPlace ? L"/p/renamed.jpg" : L"/p/a.jpg");
   EXPECT_EQ(log.TextsAt(kEventLevelInformation).size(),
-            (c.written != kNoWrite ? 1u : 0u) + (stored && !c.inPlace ? 1u : 0u));
+            (written != kNoWrite ? 1u : 0u) + (stored && !inPlace ? 1u : 0u));
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, MetadataActionTest,
-                         testing::ValuesIn(std::vector<MarkCase>{
-                             {"OneMoreOnUnrated", Kind::kRating, kOneMore, 0, 1},
-                             {"OneMoreOnRejectedSkipsZero", Kind::kRating, kOneMore, -1, 1},
-                             {"OneMoreOnFiveStars", Kind::kRating, kOneMore, 5},
-                             {"OneLessOnOneStarRejects", Kind::kRating, kOneLess, 1, -1},
-                             {"OneLessOnUnrated", Kind::kRating, kOneLess, 0},
-                             {"SameRatingInPlace", Kind::kRating, 3, 3},
-                             {"SameRatingRenamingHost", Kind::kRating, 3, 3, 3, S_OK, 0, FALSE},
-                             {"LaterFrame", Kind::kRating, 4, 0, kNoWrite, S_FALSE, 0, TRUE, 1},
-                             {"HostRefuses", Kind::kRating, 4, 0, 4, E_FAIL, 0, TRUE, 0, true},
-                             {"LabelFiveStopsAtFive", Kind::kLabel, kOneMore, 5},
-                             {"LabelNineGoesOn", Kind::kLabel, kOneMore, 5, 6, S_OK, 1},
-                             {"LabelNineStopsAtNine", Kind::kLabel, kOneMore, 9, kNoWrite, S_OK, 1},
-                             {"SameLabelAlwaysSkipped", Kind::kLabel, 2, 2, kNoWrite, S_OK, 0,
-                              FALSE},
-                             {"UrgencyOneLessOnOne", Kind::kUrgency, kOneLess, 1, -1},
-                             {"UrgencyStopsAtNine", Kind::kUrgency, kOneMore, 9},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         testing::ValuesIn(ReadCaseTable("cases/metadata_actions.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk::test

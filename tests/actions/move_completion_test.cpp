@@ -9,14 +9,11 @@
 #include "actions/action_fixture.h"
 #include "actions/move_action.h"
 #include "platform/file_operations.h"
-#include "platform/volume.h"
 
 namespace lmk {
 namespace {
 
 namespace fs = std::filesystem;
-using test::MakeImageRecord;
-using test::MemoryLog;
 using test::ReadFile;
 using test::WideOf;
 using test::WriteFile;
@@ -38,11 +35,7 @@ struct PairCase {
   bool sourceGone;
 };
 
-class MovePairTest : public ::testing::TestWithParam<PairCase> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using MovePairTest = test::FileActionParamTest<PairCase>;
 
 TEST_P(MovePairTest, FinishesOnlyWhenTheTargetHoldsTheSameBytes) {
   const PairCase& c = GetParam();
@@ -58,7 +51,7 @@ TEST_P(MovePairTest, FinishesOnlyWhenTheTargetHoldsTheSameBytes) {
   CMoveAction move;
   move.SetDestination(WideOf(dir_ / "out"));
   move.SetOption(kTransferOverwrite, c.overwrite);
-  ComPtr<IDictionary> record = MakeImageRecord(WideOf(source), WideOf(dir_.path()));
+  ComPtr<IDictionary> record = Record(L"img.jpg");
   EXPECT_EQ(move.Execute(record.Get()), c.expected);
   const std::wstring description = TakeErrorDescription();
   EXPECT_EQ(fs::exists(source), !c.sourceGone);
@@ -88,24 +81,7 @@ INSTANTIATE_TEST_SUITE_P(Targets, MovePairTest,
                          [](const auto& i) { return i.param.name; });
 
 // The removal of the source fails after a checked copy across devices: the copy goes again.
-class VerifiedMoveTakeBackTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string pattern = "/dev/shm/lmk-actions-XXXXXX";
-    if (fs::is_directory("/dev/shm") && ::mkdtemp(pattern.data()) != nullptr) other_ = pattern;
-    if (other_.empty() || GetVolumeKey(WideOf(dir_.path())) == GetVolumeKey(WideOf(other_))) {
-      GTEST_SKIP() << "no second file system: /dev/shm is missing or on the same device as "
-                   << dir_.path();
-    }
-  }
-  void TearDown() override {
-    std::error_code ec;
-    if (!other_.empty()) fs::remove_all(other_, ec);
-  }
-  test::ScopedTempDir dir_;
-  fs::path other_;
-  MemoryLog log_;
-};
+using VerifiedMoveTakeBackTest = test::TwoVolumeTest;
 
 TEST_F(VerifiedMoveTakeBackTest, SourceThatCannotBeRemovedKeepsThePictureInOnePlace) {
   const fs::path source = dir_ / "img.jpg";
@@ -117,7 +93,7 @@ TEST_F(VerifiedMoveTakeBackTest, SourceThatCannotBeRemovedKeepsThePictureInOnePl
   CMoveAction move;
   move.SetDestination(WideOf(other_));
   move.SetOption(kTransferVerify, true);
-  ComPtr<IDictionary> record = MakeImageRecord(wideSource, WideOf(dir_.path()));
+  ComPtr<IDictionary> record = Record(L"img.jpg");
   EXPECT_EQ(move.Execute(record.Get()), HRESULT_FROM_WIN32(ERROR_WRITE_PROTECT));
   const std::wstring description = TakeErrorDescription();
   EXPECT_NE(description.find(L"'" + wideSource +

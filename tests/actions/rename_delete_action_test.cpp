@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "actions/action_fixture.h"
@@ -16,30 +19,25 @@ namespace lmk {
 namespace {
 
 using test::MakeImageRecord;
-using test::MemoryLog;
 using test::ReadFile;
 using test::WideOf;
 using test::WriteFile;
 
 constexpr SharingRetry kQuickRetry{15, std::chrono::milliseconds(1)};
 
-class RenameTest : public ::testing::TestWithParam<test::CaseRow> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using RenameTest = test::FileActionParamTest<test::CaseRow>;
 
 // Fields: file, template, new name, frame.
 TEST_P(RenameTest, RenamesInPlace) {
   const test::CaseRow& c = GetParam();
-  const std::wstring root = WideOf(dir_.path()), templ = test::Wide(c[1]);
+  const std::wstring root = Root(), templ = test::Wide(c[1]);
   const std::wstring old = root + L"/" + test::Wide(c[0]);
   WriteFile(test::PathOf(old), "img");
   ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
   CRenameAction rename;
   rename.SetTemplate(templ);
   ComPtr<IDictionary> record =
-      MakeImageRecord(old, root, static_cast<unsigned short>(std::stoi(c[3])), host.Get());
+      Record(test::Wide(c[0]), static_cast<unsigned short>(std::stoi(c[3])), host.Get());
 
   EXPECT_EQ(rename.Execute(record.Get()), c[2].empty() ? S_FALSE : S_OK)
       << ToUtf8(TakeErrorDescription());
@@ -62,19 +60,14 @@ INSTANTIATE_TEST_SUITE_P(Templates, RenameTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/renames.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-class RenameFilesTest : public ::testing::Test {
- protected:
-  std::wstring Root() const { return WideOf(dir_.path()); }
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using RenameFilesTest = test::FileActionTest;
 
 TEST_F(RenameFilesTest, ExistingNameIsKeptWithoutOverwrite) {
   WriteFile(dir_ / "a.jpg", "a");
   WriteFile(dir_ / "b.jpg", "b");
   CRenameAction rename;
   rename.SetTemplate(L"b");
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/a.jpg", Root());
+  ComPtr<IDictionary> record = Record(L"a.jpg");
   EXPECT_EQ(rename.Execute(record.Get()), HRESULT_FROM_WIN32(ERROR_FILE_EXISTS));
   EXPECT_EQ(TakeErrorDescription(), L"Cannot rename '" + Root() + L"/a.jpg' to '" + Root() +
                                         L"/b.jpg'. The file exists. (0x80070050)");
@@ -94,7 +87,7 @@ TEST_F(RenameFilesTest, SidecarsFollow) {
   WriteFile(dir_ / "s.WAV", "wav");
   CRenameAction rename;
   rename.SetTemplate(L"t");
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/s.cr2", Root());
+  ComPtr<IDictionary> record = Record(L"s.cr2");
   ASSERT_EQ(rename.Execute(record.Get()), S_OK);
   EXPECT_EQ(ReadFile(dir_ / "t.cr2"), "raw");
   EXPECT_EQ(ReadFile(dir_ / "t.xmp"), "xmp");
@@ -102,18 +95,13 @@ TEST_F(RenameFilesTest, SidecarsFollow) {
   EXPECT_EQ(log_.Texts().size(), 3u);
 }
 
-struct RetryCase {
-  std::string name;
-  int sharedAttempts;  // how many first attempts meet a sharing violation
-  HRESULT expected;
-};
-
-class SharingRetryTest : public RenameFilesTest, public ::testing::WithParamInterface<RetryCase> {};
+// The parameter is how many first attempts meet a sharing violation; 15 retries follow the first.
+using SharingRetryTest = test::FileActionParamTest<int>;
 
 TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
   WriteFile(dir_ / "held.jpg", "img");
   int calls = 0;
-  const int shared = GetParam().sharedAttempts;
+  const int shared = GetParam();
   ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
     if (step != FileStep::kRename) return 0;
     return ++calls <= shared ? ERROR_SHARING_VIOLATION : 0;
@@ -121,48 +109,36 @@ TEST_P(SharingRetryTest, WaitsForAFileHeldOpen) {
   CRenameAction rename;
   rename.SetTemplate(L"free");
   rename.SetSharingRetry(kQuickRetry);
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/held.jpg", Root());
-  EXPECT_EQ(rename.Execute(record.Get()), GetParam().expected);
+  ComPtr<IDictionary> record = Record(L"held.jpg");
+  EXPECT_EQ(rename.Execute(record.Get()),
+            shared <= 15 ? S_OK : HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION));
   TakeErrorDescription();
   EXPECT_EQ(calls, std::min(shared + 1, 16));
-  EXPECT_EQ(std::filesystem::exists(dir_ / "free.jpg"), SUCCEEDED(GetParam().expected));
+  EXPECT_EQ(std::filesystem::exists(dir_ / "free.jpg"), shared <= 15);
   EXPECT_TRUE(std::filesystem::exists(dir_ / "free.jpg") ||
               std::filesystem::exists(dir_ / "held.jpg"));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Attempts, SharingRetryTest,
-    ::testing::Values(RetryCase{"FreedAfterTwo", 2, S_OK}, RetryCase{"FreedOnLastRetry", 15, S_OK},
-                      RetryCase{"NeverFreed", 100, HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION)}),
-    [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Attempts, SharingRetryTest, ::testing::Values(2, 15, 100),
+                         [](const auto& i) { return "HeldFor" + std::to_string(i.param); });
 
-struct DeleteCase {
-  std::string name;
-  bool readOnly;
-  bool readOnlyOption;
-  HRESULT expected;
-};
-
-class PermanentDeleteTest : public ::testing::TestWithParam<DeleteCase> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+// The parameter: whether the picture is read-only, whether read-only files may be deleted.
+using PermanentDeleteTest = test::FileActionParamTest<std::pair<bool, bool>>;
 
 TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
-  const DeleteCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
+  const auto [readOnly, readOnlyOption] = GetParam();
+  const std::wstring root = Root();
   WriteFile(dir_ / "x.jpg", "img");
   WriteFile(dir_ / "x.xmp", "xmp");
-  if (c.readOnly) test::MakeReadOnly(dir_ / "x.jpg");
+  if (readOnly) test::MakeReadOnly(dir_ / "x.jpg");
   ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
-  action.SetOption(kDeleteReadOnly, c.readOnlyOption);
-  ComPtr<IDictionary> record = MakeImageRecord(root + L"/x.jpg", root, 0, host.Get());
+  action.SetOption(kDeleteReadOnly, readOnlyOption);
+  ComPtr<IDictionary> record = Record(L"x.jpg", 0, host.Get());
 
-  EXPECT_EQ(action.Execute(record.Get()), c.expected);
-  const bool deleted = SUCCEEDED(c.expected);
+  const bool deleted = !readOnly || readOnlyOption;
+  EXPECT_EQ(action.Execute(record.Get()), deleted ? S_OK : E_ACCESSDENIED);
   EXPECT_EQ(std::filesystem::exists(dir_ / "x.jpg"), !deleted);
   EXPECT_EQ(std::filesystem::exists(dir_ / "x.xmp"), !deleted);
   EXPECT_EQ(host->deleted.size(), deleted ? 1u : 0u);
@@ -176,78 +152,61 @@ TEST_P(PermanentDeleteTest, DeletesReadOnlyOnlyWhenAsked) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, PermanentDeleteTest,
-                         ::testing::Values(DeleteCase{"Writable", false, false, S_OK},
-                                           DeleteCase{"ReadOnlyRefused", true, false,
-                                                      E_ACCESSDENIED},
-                                           DeleteCase{"ReadOnlyWhenAsked", true, true, S_OK}),
-                         [](const auto& i) { return i.param.name; });
+                         ::testing::Values(std::pair{false, false}, std::pair{true, false},
+                                           std::pair{true, true}),
+                         [](const auto& i) {
+                           return !i.param.first   ? "Writable"
+                                  : i.param.second ? "ReadOnlyWhenAsked"
+                                                   : "ReadOnlyRefused";
+                         });
 
-struct ClimbCase {
-  std::string name;
-  std::vector<std::string> others;  // files left in the tree, relative to the root
-  std::string keepCopy;             // relative keep-copy folder, or empty
-  std::vector<std::string> remaining;
-  std::vector<std::string> removed;
-};
-
-// The records name no run paths: the images folder "pics" stands for them, so the climb may
-// take it (it is not the first folder) but never its parent.
-std::vector<ClimbCase> ClimbCases() {
-  return {
-      {"UpToTheImagesFolder", {}, "", {""}, {"pics/2024/03", "pics/2024", "pics"}},
-      {"StopsAtAFolderInUse", {"pics/2024/other.jpg"}, "", {"pics/2024"}, {"pics/2024/03"}},
-      {"ThumbsDbIsNoContent",
-       {"pics/2024/03/Thumbs.db"},
-       "",
-       {""},
-       {"pics/2024/03", "pics/2024", "pics"}},
-      {"StopsAtKeepCopyFolder", {}, "pics/2024/03", {"pics/2024/03"}, {}},
-  };
+// A case table's list of paths separated by spaces; "-" is none.
+std::vector<std::string> Paths(const std::string& text) {
+  std::istringstream words(text == "-" ? "" : text);
+  return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
-class ClimbTest : public ::testing::TestWithParam<ClimbCase> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using ClimbTest = test::FileActionParamTest<test::CaseRow>;
 
+// Fields: files left in the tree, the keep-copy folder, the folders that remain, those removed.
 TEST_P(ClimbTest, RemovesEmptiedFoldersAndStops) {
-  const ClimbCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
+  const test::CaseRow& c = GetParam();
+  const std::wstring root = Root();
   WriteFile(dir_ / "pics/2024/03/last.jpg", "img");
-  for (const std::string& other : c.others) WriteFile(dir_ / other, "x");
+  for (const std::string& other : Paths(c[0])) WriteFile(dir_ / other, "x");
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
   action.SetOption(kDeleteEmptyFolders, true);
   action.SetSharingRetry(kQuickRetry);
   ComPtr<IDictionary> record =
       MakeImageRecord(root + L"/pics/2024/03/last.jpg", root + L"/pics", 0, nullptr,
-                      c.keepCopy.empty() ? L"" : root + L"/" + WideOf(c.keepCopy));
+                      c[1] == "-" ? L"" : root + L"/" + WideOf(c[1]));
   ASSERT_EQ(action.Execute(record.Get()), S_OK);
-  for (const std::string& folder : c.remaining) {
+  for (const std::string& folder : Paths(c[2])) {
     EXPECT_TRUE(std::filesystem::is_directory(dir_ / folder)) << folder;
   }
-  for (const std::string& folder : c.removed) {
+  const std::vector<std::string> removed = Paths(c[3]);
+  for (const std::string& folder : removed) {
     EXPECT_FALSE(std::filesystem::exists(dir_ / folder)) << folder;
   }
   const std::vector<std::wstring> texts = log_.Texts();
-  ASSERT_EQ(texts.size(), 1 + c.removed.size());
-  if (!c.removed.empty()) {
-    EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(c.removed[0]) + L"\".");
+  ASSERT_EQ(texts.size(), 1 + removed.size());
+  if (!removed.empty()) {
+    EXPECT_EQ(texts[1], L"Removing \"" + root + L"/" + WideOf(removed[0]) + L"\".");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest, ::testing::ValuesIn(ClimbCases()),
+INSTANTIATE_TEST_SUITE_P(Folders, ClimbTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/emptied_folders.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-TEST(DeleteActionTest, LaterFrameIsNotDeleted) {
-  test::ScopedTempDir dir;
-  WriteFile(dir / "m.tif", "img");
+TEST_F(RenameFilesTest, LaterFrameIsNotDeleted) {
+  WriteFile(dir_ / "m.tif", "img");
   CDeleteAction action;
   action.SetOption(kDeleteToTrash, false);
-  ComPtr<IDictionary> record = MakeImageRecord(WideOf(dir / "m.tif"), WideOf(dir.path()), 2);
+  ComPtr<IDictionary> record = Record(L"m.tif", 2);
   EXPECT_EQ(action.Execute(record.Get()), S_FALSE);
-  EXPECT_TRUE(std::filesystem::exists(dir / "m.tif"));
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "m.tif"));
 }
 
 }  // namespace

@@ -14,77 +14,60 @@
 namespace lmk {
 namespace {
 
-using test::MakeImageRecord;
-using test::MemoryLog;
+using RunMemoryActionTest = test::FileActionTest;
 using test::ReadFile;
-using test::WideOf;
 using test::WriteFile;
 
 // A sidecar listed with the folder and removed before its image's turn is not looked for.
-TEST(RunMemoryActionTest, CompanionRemovedAfterTheListingIsPassedOver) {
-  test::ScopedTempDir dir;
-  const MemoryLog log;
+TEST_F(RunMemoryActionTest, CompanionRemovedAfterTheListingIsPassedOver) {
   const ScopedRunMemory memory;
-  const std::wstring root = WideOf(dir.path());
-  for (const char* name : {"a.jpg", "a.xmp", "b.jpg", "b.xmp"}) WriteFile(dir / "in" / name, name);
+  for (const char* name : {"a.jpg", "a.xmp", "b.jpg", "b.xmp"}) WriteFile(dir_ / "in" / name, name);
   CMoveAction move;
   move.SetDestination(L"out");
-  ComPtr<IDictionary> first = MakeImageRecord(root + L"/in/a.jpg", root);
+  ComPtr<IDictionary> first = Record(L"in/a.jpg");
   ASSERT_EQ(move.Execute(first.Get()), S_OK) << ToUtf8(TakeErrorDescription());
-  ASSERT_EQ(ReadFile(dir / "out/a.xmp"), "a.xmp");
-  std::filesystem::remove(dir / "in/b.xmp");
+  ASSERT_EQ(ReadFile(dir_ / "out/a.xmp"), "a.xmp");
+  std::filesystem::remove(dir_ / "in/b.xmp");
 
-  ComPtr<IDictionary> second = MakeImageRecord(root + L"/in/b.jpg", root);
+  ComPtr<IDictionary> second = Record(L"in/b.jpg");
   EXPECT_EQ(move.Execute(second.Get()), S_OK) << ToUtf8(TakeErrorDescription());
-  EXPECT_EQ(ReadFile(dir / "out/b.jpg"), "b.jpg");
-  EXPECT_FALSE(std::filesystem::exists(dir / "out/b.xmp"));
-  EXPECT_TRUE(log.TextsAt(kEventLevelError).empty());
+  EXPECT_EQ(ReadFile(dir_ / "out/b.jpg"), "b.jpg");
+  EXPECT_FALSE(std::filesystem::exists(dir_ / "out/b.xmp"));
+  EXPECT_TRUE(log_.TextsAt(kEventLevelError).empty());
 }
 
 // A move that takes source and target for one volume when the rename says otherwise (one device
 // seen through two mounts) goes on as a move across volumes, and still never replaces a file.
-struct WrongVolumeCase {
-  std::string name;
-  bool targetExists;
-  HRESULT expected;
-  const char* expectedTarget;
-};
-
-class WrongVolumeTest : public ::testing::TestWithParam<WrongVolumeCase> {
+// The parameter says whether a file stands at the target already.
+class WrongVolumeTest : public test::FileActionParamTest<bool> {
  protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
   ScopedRunMemory memory_;
 };
 
 TEST_P(WrongVolumeTest, MovesAcrossVolumesInstead) {
-  const WrongVolumeCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
+  const bool targetExists = GetParam();
   WriteFile(dir_ / "in/a.jpg", "new");
-  if (c.targetExists) WriteFile(dir_ / "out/a.jpg", "old");
+  if (targetExists) WriteFile(dir_ / "out/a.jpg", "old");
   int renames = 0;
   ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
     return step == FileStep::kRename && ++renames == 1 ? ERROR_NOT_SAME_DEVICE : 0;
   });
   CMoveAction move;
   move.SetDestination(L"out");
-  ComPtr<IDictionary> record = MakeImageRecord(root + L"/in/a.jpg", root);
+  ComPtr<IDictionary> record = Record(L"in/a.jpg");
 
-  EXPECT_EQ(move.Execute(record.Get()), c.expected);
-  EXPECT_EQ(ReadFile(dir_ / "out/a.jpg"), c.expectedTarget);
-  EXPECT_EQ(std::filesystem::exists(dir_ / "in/a.jpg"), FAILED(c.expected));
-  if (FAILED(c.expected)) {
+  EXPECT_EQ(move.Execute(record.Get()),
+            targetExists ? HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) : S_OK);
+  EXPECT_EQ(ReadFile(dir_ / "out/a.jpg"), targetExists ? "old" : "new");
+  EXPECT_EQ(std::filesystem::exists(dir_ / "in/a.jpg"), targetExists);
+  if (targetExists) {
     EXPECT_EQ(TakeErrorDescription(),
-              L"File already exists: '" + root + L"/out/a.jpg'. (0x80070050)");
+              L"File already exists: '" + Root() + L"/out/a.jpg'. (0x80070050)");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Actions, WrongVolumeTest,
-                         ::testing::ValuesIn(std::vector<WrongVolumeCase>{
-                             {"NewTarget", false, S_OK, "new"},
-                             {"ExistingTarget", true, HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), "old"},
-                         }),
-                         [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(Actions, WrongVolumeTest, ::testing::Bool(),
+                         [](const auto& i) { return i.param ? "ExistingTarget" : "NewTarget"; });
 
 }  // namespace
 }  // namespace lmk

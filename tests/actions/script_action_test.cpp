@@ -11,20 +11,11 @@
 #include "com/com_error.h"
 #include "com/variant.h"
 #include "scripts/element_script.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
 namespace {
-
-struct ResultCase {
-  const char* name;
-  const wchar_t* engine;
-  const char* fileName;
-  const char* script;
-  HRESULT expected;
-};
-
-class ScriptActionResultTest : public testing::TestWithParam<ResultCase> {};
 
 HRESULT RunAction(const test::ScopedTempDir& dir, const wchar_t* engine, const char* fileName) {
   ComPtr<IDictionary> record = MakeDictionary();
@@ -36,27 +27,20 @@ HRESULT RunAction(const test::ScopedTempDir& dir, const wchar_t* engine, const c
   return action.Execute(record.Get());
 }
 
+class ScriptActionResultTest : public testing::TestWithParam<test::CaseRow> {};
+
+// Fields: engine, file name, script, result.
 TEST_P(ScriptActionResultTest, ValueDecides) {
+  const test::CaseRow& c = GetParam();
   test::ScopedTempDir dir;
-  std::ofstream(dir / GetParam().fileName) << GetParam().script;
-  EXPECT_EQ(RunAction(dir, GetParam().engine, GetParam().fileName), GetParam().expected);
+  std::ofstream(dir / c[1]) << test::Unescape(c[2]);
+  const HRESULT expected = c[3] == "S_OK" ? S_OK : c[3] == "S_FALSE" ? S_FALSE : E_ABORT;
+  EXPECT_EQ(RunAction(dir, test::Wide(c[0]).c_str(), c[1].c_str()), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, ScriptActionResultTest,
-    testing::ValuesIn(std::vector<ResultCase>{
-        {"js_zero_done", L"JScript", "a.js", "function Execute(c) { return 0; }", S_OK},
-        {"js_positive_nothing_done", L"JScript", "a.js", "function Execute(c) { return 3; }",
-         S_FALSE},
-        {"js_negative_stops_run", L"JScript", "a.js", "function Execute(c) { return -1; }",
-         E_ABORT},
-        // A value's first 32 bits, unconverted: 0.5 has none set, so it counts as 0.
-        {"js_fraction_reads_raw_bits", L"JScript", "a.js", "function Execute(c) { return 0.5; }",
-         S_OK},
-        {"py_nothing_returned_is_zero", L"Python", "a.py", "def Execute(c):\n    pass\n", S_OK},
-        {"py_negative_stops_run", L"Python", "a.py", "def Execute(c):\n    return -2\n", E_ABORT},
-    }),
-    [](const testing::TestParamInfo<ResultCase>& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Values, ScriptActionResultTest,
+                         testing::ValuesIn(test::ReadCaseTable("cases/script_action_results.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 struct MessageCase {
   const char* name;

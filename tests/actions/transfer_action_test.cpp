@@ -21,28 +21,16 @@ namespace lmk {
 namespace {
 
 using test::MakeImageRecord;
-using test::MemoryLog;
 using test::PathOf;
 using test::ReadFile;
 using test::WideOf;
 using test::WriteFile;
 
-enum class Kind { Copy, Move, Link };
-
-std::unique_ptr<CTransferAction> MakeAction(Kind kind) {
-  switch (kind) {
-    case Kind::Copy:
-      return std::make_unique<CCopyAction>();
-    case Kind::Move:
-      return std::make_unique<CMoveAction>();
-    case Kind::Link:
-      return std::make_unique<CLinkAction>();
-  }
-  return nullptr;
-}
-
-Kind KindOf(const std::string& name) {
-  return name == "copy" ? Kind::Copy : name == "move" ? Kind::Move : Kind::Link;
+// "copy", "move" or "link".
+std::unique_ptr<CTransferAction> MakeAction(const std::string& kind) {
+  if (kind == "copy") return std::make_unique<CCopyAction>();
+  if (kind == "move") return std::make_unique<CMoveAction>();
+  return std::make_unique<CLinkAction>();
 }
 
 // A row's text with <root> replaced by root.
@@ -53,108 +41,77 @@ std::wstring Rooted(const std::string& text, const std::wstring& root) {
   return line;
 }
 
-class TransferTest : public ::testing::TestWithParam<test::CaseRow> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using TransferTest = test::FileActionParamTest<test::CaseRow>;
 
 // Fields: action, destination, rename template, image, where it lands, log line, options.
 TEST_P(TransferTest, PutsTheImageWhereTheTemplatesSay) {
   const test::CaseRow& c = GetParam();
-  const Kind kind = KindOf(c[0]);
-  const std::wstring root = WideOf(dir_.path());
+  const bool move = c[0] == "move";
+  const std::wstring root = Root();
   const std::wstring image = root + L"/" + test::Wide(c[3]);
   WriteFile(PathOf(image), "pixels");
-  auto action = MakeAction(kind);
+  auto action = MakeAction(c[0]);
   action->SetDestination(test::Wide(c[1]));
   action->SetRenameTemplate(test::Wide(c[2]));
   if (c[6] == "hierarchy") action->SetOption(kTransferPreserveHierarchy, true);
-  ComPtr<IDictionary> record = MakeImageRecord(image, root);
+  ComPtr<IDictionary> record = Record(test::Wide(c[3]));
 
   ASSERT_EQ(action->Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
 
   const std::wstring target = root + L"/" + test::Wide(c[4]);
   EXPECT_EQ(ReadFile(PathOf(target)), "pixels");
-  EXPECT_EQ(std::filesystem::exists(PathOf(image)), kind != Kind::Move);
+  EXPECT_EQ(std::filesystem::exists(PathOf(image)), !move);
   EXPECT_EQ(log_.Texts(), std::vector<std::wstring>{Rooted(c[5], root)});
   // Only a move changes where the rule's later actions find the file.
-  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), kind == Kind::Move ? target : image);
+  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), move ? target : image);
 }
 
 INSTANTIATE_TEST_SUITE_P(Actions, TransferTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_actions.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-struct RefusalCase {
-  std::string name;
-  Kind kind;
-  bool overwrite;
-  bool targetReadOnly;
-  HRESULT expected;
-  const char* expectedTarget;  // content of the target afterwards
-};
+using ExistingTargetTest = test::FileActionParamTest<test::CaseRow>;
 
-std::vector<RefusalCase> RefusalCases() {
-  const HRESULT exists = HRESULT_FROM_WIN32(ERROR_FILE_EXISTS);
-  return {
-      {"CopyKeepsBoth", Kind::Copy, false, false, exists, "old"},
-      {"MoveKeepsBoth", Kind::Move, false, false, exists, "old"},
-      {"LinkKeepsBoth", Kind::Link, false, false, exists, "old"},
-      {"CopyOverwritesReadOnly", Kind::Copy, true, true, S_OK, "new"},
-      {"MoveOverwritesReadOnly", Kind::Move, true, true, S_OK, "new"},
-      {"LinkOverwrites", Kind::Link, true, false, S_OK, "new"},
-  };
-}
-
-class ExistingTargetTest : public ::testing::TestWithParam<RefusalCase> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
-
+// Fields: action, overwrite, the target read-only, refused or done, the target's content after.
 TEST_P(ExistingTargetTest, OverwritesOnlyWhenAsked) {
-  const RefusalCase& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
+  const test::CaseRow& c = GetParam();
   WriteFile(dir_ / "img.jpg", "new");
   WriteFile(dir_ / "out/img.jpg", "old");
-  if (c.targetReadOnly) test::MakeReadOnly(dir_ / "out/img.jpg");
-  auto action = MakeAction(c.kind);
+  if (c[2] == "yes") test::MakeReadOnly(dir_ / "out/img.jpg");
+  auto action = MakeAction(c[0]);
   action->SetDestination(L"out");
-  action->SetOption(kTransferOverwrite, c.overwrite);
-  ComPtr<IDictionary> record = MakeImageRecord(root + L"/img.jpg", root);
+  action->SetOption(kTransferOverwrite, c[1] == "yes");
+  ComPtr<IDictionary> record = Record(L"img.jpg");
 
-  EXPECT_EQ(action->Execute(record.Get()), c.expected);
-  EXPECT_EQ(ReadFile(dir_ / "out/img.jpg"), c.expectedTarget);
-  if (FAILED(c.expected)) {
+  const bool refused = c[3] == "refused";
+  EXPECT_EQ(action->Execute(record.Get()), refused ? HRESULT_FROM_WIN32(ERROR_FILE_EXISTS) : S_OK);
+  EXPECT_EQ(ReadFile(dir_ / "out/img.jpg"), c[4]);
+  if (refused) {
     EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "new");
     EXPECT_EQ(TakeErrorDescription(),
-              L"File already exists: '" + root + L"/out/img.jpg'. (0x80070050)");
+              L"File already exists: '" + Root() + L"/out/img.jpg'. (0x80070050)");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Actions, ExistingTargetTest, ::testing::ValuesIn(RefusalCases()),
-                         [](const auto& i) { return i.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Actions, ExistingTargetTest,
+    ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_existing_targets.tsv")),
+    [](const auto& i) { return i.param.name; });
 
-class TransferFailureTest : public ::testing::TestWithParam<test::CaseRow> {
- protected:
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using TransferFailureTest = test::FileActionParamTest<test::CaseRow>;
 
 // Fields: action, what is wrong, the error text.
 TEST_P(TransferFailureTest, ReportsWhatFailed) {
   const test::CaseRow& c = GetParam();
-  const std::wstring root = WideOf(dir_.path());
   const bool sourceMissing = c[1] == "missing-source";
   if (!sourceMissing) WriteFile(dir_ / "img.jpg", "data");
   if (!sourceMissing) WriteFile(dir_ / "out", "a file");
-  auto action = MakeAction(KindOf(c[0]));
+  auto action = MakeAction(c[0]);
   action->SetDestination(L"out");
-  ComPtr<IDictionary> record = MakeImageRecord(root + L"/img.jpg", root);
+  ComPtr<IDictionary> record = Record(L"img.jpg");
 
   EXPECT_TRUE(FAILED(action->Execute(record.Get())));
-  EXPECT_EQ(TakeErrorDescription(), Rooted(c[2], root));
+  EXPECT_EQ(TakeErrorDescription(), Rooted(c[2], Root()));
   if (!sourceMissing) {
     EXPECT_EQ(ReadFile(dir_ / "img.jpg"), "data");
     EXPECT_EQ(ReadFile(dir_ / "out"), "a file");
@@ -165,18 +122,13 @@ INSTANTIATE_TEST_SUITE_P(Actions, TransferFailureTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/transfer_failures.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-class TransferFilesTest : public ::testing::Test {
- protected:
-  std::wstring Root() const { return WideOf(dir_.path()); }
-  test::ScopedTempDir dir_;
-  MemoryLog log_;
-};
+using TransferFilesTest = test::FileActionTest;
 
 TEST_F(TransferFilesTest, LaterFramesAreLeftAlone) {
   WriteFile(dir_ / "multi.tif", "frames");
   CMoveAction move;
   move.SetDestination(L"out");
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/multi.tif", Root(), 1);
+  ComPtr<IDictionary> record = Record(L"multi.tif", 1);
   EXPECT_EQ(move.Execute(record.Get()), S_FALSE);
   EXPECT_TRUE(std::filesystem::exists(dir_ / "multi.tif"));
   EXPECT_FALSE(std::filesystem::exists(dir_ / "out"));
@@ -192,7 +144,7 @@ TEST_F(TransferFilesTest, MoveTakesCompanionsAndTellsTheHost) {
   CMoveAction move;
   move.SetDestination(L"out");
   move.SetRenameTemplate(L"renamed_{FileName}");
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/a/IMG_2.CR2", Root(), 0, host.Get());
+  ComPtr<IDictionary> record = Record(L"a/IMG_2.CR2", 0, host.Get());
 
   ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
 
@@ -214,7 +166,7 @@ TEST_F(TransferFilesTest, CompanionsStayWhenNotSelected) {
   CCopyAction copy;
   copy.SetDestination(L"out");
   copy.SetFlags(copy.Flags() & ~(kCompanionXmp | kCompanionWav));
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/i.jpg", Root());
+  ComPtr<IDictionary> record = Record(L"i.jpg");
   ASSERT_EQ(copy.Execute(record.Get()), S_OK);
   EXPECT_TRUE(std::filesystem::exists(dir_ / "out/i.jpg"));
   EXPECT_FALSE(std::filesystem::exists(dir_ / "out/i.xmp"));
@@ -246,7 +198,7 @@ TEST_F(TransferFilesTest, VerifiedCopyIsLogged) {
   CCopyAction copy;
   copy.SetDestination(L"out");
   copy.SetOption(kTransferVerify, true);
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/v.jpg", Root());
+  ComPtr<IDictionary> record = Record(L"v.jpg");
   ASSERT_EQ(copy.Execute(record.Get()), S_OK);
   EXPECT_EQ(log_.Texts().back(), L"File '" + Root() +
                                      L"/out/v.jpg' has been verified to be "
@@ -259,14 +211,12 @@ TEST_F(TransferFilesTest, NamedRenamingTemplateMustExist) {
   CCopyAction copy;
   copy.SetDestination(L"out");
   copy.SetRenameTemplate(L"No Such Template");
+  RuleSetTemplatesScope templates(NamedTemplates{{L"no such TEMPLATE", L"x_{FileName}"}});
   std::wstring reason;
-  {
-    RuleSetTemplatesScope templates(NamedTemplates{{L"no such TEMPLATE", L"x_{FileName}"}});
-    EXPECT_TRUE(copy.IsValid(&reason));
-    ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/n.jpg", Root());
-    ASSERT_EQ(copy.Execute(record.Get()), S_OK);
-    EXPECT_TRUE(std::filesystem::exists(dir_ / "out/x_n.jpg"));
-  }
+  EXPECT_TRUE(copy.IsValid(&reason));
+  ComPtr<IDictionary> record = Record(L"n.jpg");
+  ASSERT_EQ(copy.Execute(record.Get()), S_OK);
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "out/x_n.jpg"));
 }
 
 TEST_F(TransferFilesTest, VeryLongPath) {
@@ -275,7 +225,7 @@ TEST_F(TransferFilesTest, VeryLongPath) {
   WriteFile(dir_ / "long.jpg", "img");
   CMoveAction move;
   move.SetDestination(folder);
-  ComPtr<IDictionary> record = MakeImageRecord(Root() + L"/long.jpg", Root());
+  ComPtr<IDictionary> record = Record(L"long.jpg");
   ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
   EXPECT_EQ(ReadFile(PathOf(Root() + L"/" + folder + L"/long.jpg")), "img");
 }
@@ -304,12 +254,7 @@ TEST_F(TransferFilesTest, ParallelCopiesToOneDestination) {
   }
   for (std::thread& worker : workers) worker.join();
   EXPECT_EQ(failures.load(), 0);
-  int arrived = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(dir_ / "out")) {
-    (void)entry;
-    ++arrived;
-  }
-  EXPECT_EQ(arrived, kFiles);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_ / "out"), {}), kFiles);
   for (int i = 0; i < kFiles; ++i) {
     const std::string name = "f" + std::to_string(i) + ".jpg";
     ASSERT_EQ(ReadFile(dir_ / "out" / name), ReadFile(dir_ / "in" / name)) << name;

@@ -5,10 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <fstream>
 #include <mutex>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,6 +21,7 @@
 #include "shell/file_utilities.h"
 #include "shell/lumarko_plugin.h"
 #include "support/data_table.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 #include "templates/settings_fixture.h"
 
@@ -43,12 +42,11 @@ class RecordingView final : public DialogView {
   void ShowRunStarted(bool) override {}
   void ShowProgress(DWORD percent) override { progress.push_back(percent); }
   void ShowSummary(const RunSummary& summary) override { summaries.push_back(summary); }
-  void ShowEvents(std::span<const EventLogEntry>, std::wstring_view) override { ++eventLists; }
+  void ShowEvents(std::span<const EventLogEntry>, std::wstring_view) override {}
 
   std::vector<DialogMessage> messages;
   std::vector<DWORD> progress;
   std::vector<RunSummary> summaries;
-  int eventLists = 0;
 };
 
 class MainDialogTest : public test::BatchFixture {
@@ -80,16 +78,14 @@ TEST_F(MainDialogTest, RunRequestRoundTrips) {
   EXPECT_EQ(read.flags, kRunRequestShowEvents);
   ASSERT_EQ(read.rules.size(), 2u);
   EXPECT_FALSE(read.rules[1]->IsChecked());
-}
 
-TEST_F(MainDialogTest, RuleSetAloneIsNoRunRequest) {
-  ComPtr<IStream> stream = NewStream();
-  std::vector<std::shared_ptr<CRule>> rules{Rule({std::make_shared<CFakeAction>()})};
-  ASSERT_EQ(SaveRuleSet(stream.Get(), rules), S_OK);
-  RunRequest read;
-  ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &read), S_OK);
-  EXPECT_FALSE(read.run);
-  EXPECT_EQ(read.rules.size(), 1u);
+  // A stream that holds a rule set alone is no request to run.
+  stream = NewStream();
+  ASSERT_EQ(SaveRuleSet(stream.Get(), request.rules), S_OK);
+  RunRequest alone;
+  ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &alone), S_OK);
+  EXPECT_FALSE(alone.run);
+  EXPECT_EQ(alone.rules.size(), 2u);
 }
 
 class BadRunRequest : public MainDialogTest, public ::testing::WithParamInterface<test::CaseRow> {};
@@ -342,23 +338,11 @@ struct ProcessCase {
 
 class ProcessEndToEnd : public ::testing::TestWithParam<ProcessCase> {
  protected:
-  void SetUp() override {
-    RegisterProductStandIns();
-    const char* old = std::getenv("XDG_DATA_HOME");
-    if (old != nullptr) oldData_ = old;
-    setenv("XDG_DATA_HOME", (data_.path() / "data").c_str(), 1);
-  }
-  void TearDown() override {
-    if (oldData_) {
-      setenv("XDG_DATA_HOME", oldData_->c_str(), 1);
-    } else {
-      unsetenv("XDG_DATA_HOME");
-    }
-  }
+  void SetUp() override { RegisterProductStandIns(); }
 
   test::ScopedConfigDir config_;
   test::ScopedTempDir data_;
-  std::optional<std::string> oldData_;
+  test::ScopedEnv dataHome_{"XDG_DATA_HOME", (data_.path() / "data").string()};
 };
 
 TEST_P(ProcessEndToEnd, TellsTheHostWhatToDo) {

@@ -6,32 +6,20 @@
 set -u
 . "$(dirname "$0")/cli_case.sh"
 
-# check NAME CODE STDERR -- ARGS...: exit status and the whole of stderr (lines joined by '#').
-check() {
-  name=$1 code=$2 err=$3
-  shift 4
-  (cd "$WORK" && timeout 30 "$LUMARKO" "$@") >"$WORK/out" 2>"$WORK/err"
-  actual=$?
-  ok=1
-  [ "$actual" -eq "$code" ] || { echo "$name: exit status $actual, expected $code"; ok=0; }
-  tr '\n' '#' <"$WORK/err" | grep -Eq "^($err)#$" || { echo "$name: stderr is not /$err/:"; cat "$WORK/err"; ok=0; }
-  if [ $ok -eq 1 ]; then echo "ok   $name"; else echo "FAIL $name"; failures=$((failures + 1)); fi
-}
-
 mkfifo "$WORK/p.jpg"
 cp "$SAMPLES/harbour_2023.jpg" "$WORK/a.jpg"
 printf 'rules:\n  - name: Everything\n' >"$WORK/r.yaml"
 warning="lumarko: warning: $WORK/p.jpg: not a regular file, left out"
 
-check "pipe beside a picture, named twice" 0 "$warning" -- apply r.yaml p.jpg a.jpg p.jpg --mode all
-grep -q "ran successfully" "$WORK/out" || { echo "FAIL the picture beside the pipe was not processed"; failures=$((failures + 1)); }
-check "pipe alone" 1 "$warning#lumarko: error: There are no images to process!#.*" -- apply r.yaml p.jpg --mode all
+check "pipe beside a picture, named twice" 0 ".*ran successfully.*" "$warning" -- \
+  apply r.yaml p.jpg a.jpg p.jpg --mode all
+check "pipe alone" 1 '*' "$warning#lumarko: error: There are no images to process!#.*" -- apply r.yaml p.jpg --mode all
 # A device that reads without end; shared with the whole machine, so only when it is one.
 if [ -c /dev/zero ]; then
-  check "device" 1 "lumarko: warning: /dev/zero: not a regular file, left out#lumarko: error: There are no images to process!#.*" \
+  check "device" 1 '*' "lumarko: warning: /dev/zero: not a regular file, left out#lumarko: error: There are no images to process!#.*" \
     -- apply r.yaml /dev/zero --mode all
 fi
-check "template on a pipe" 0 "$warning" -- template '{FileName}' p.jpg
-check "record of a pipe" 1 "$warning#lumarko: error: p.jpg: not a file .*" -- record p.jpg
+check "template on a pipe" 0 '*' "$warning" -- template '{FileName}' p.jpg
+check "record of a pipe" 1 '*' "$warning#lumarko: error: p.jpg: not a file .*" -- record p.jpg
 
 finish

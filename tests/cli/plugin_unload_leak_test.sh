@@ -18,12 +18,7 @@ rules:
       - Action.Rename: { template: "{DateTaken:Year}-{DateTaken:1}-{DateTaken:15} {FileName}" }
 YAML
 
-"$LUMARKO" apply "$WORK/rules.yaml" "$WORK/pics" --mode all >"$WORK/out" 2>"$WORK/err"
-status=$?
-[ "$status" -eq 0 ] || { echo "FAIL: apply: exit status $status, expected 0"; failures=1; }
-if grep -q "LeakSanitizer" "$WORK/err"; then
-  echo "FAIL: apply leaks:"; grep -E "SUMMARY|leak of" "$WORK/err"; failures=1
-fi
-ls "$WORK/pics" | grep -q "^2023-" || { echo "FAIL: the picture was not renamed"; failures=1; }
-[ $failures -eq 0 ] || exit 1
-echo "apply with a date template ends without leaks"
+run apply 0 apply "$WORK/rules.yaml" "$WORK/pics" --mode all
+lacks "apply leaks" err LeakSanitizer
+ls "$WORK/pics" | grep -q "^2023-" || fail "the picture was not renamed"
+finish

@@ -3,12 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <ctime>
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,7 +14,10 @@
 #include "com/com_error.h"
 #include "com/time_convert.h"
 #include "com/variant.h"
+#include "conditions/condition_registration.h"
 #include "dictionary/idictionary.h"
+#include "rules/element_registry.h"
+#include "support/scoped_env.h"
 
 namespace lmk::test {
 
@@ -65,25 +65,6 @@ std::function<std::unique_ptr<Base>()> Make() {
   return Make<Base, T>([](T&) {});
 }
 
-/// Sets TZ (and tzset) for the life of the object.
-class ScopedTimeZone {
- public:
-  explicit ScopedTimeZone(const char* zone) {
-    if (const char* old = std::getenv("TZ")) old_ = old;
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ScopedTimeZone() {
-    old_ ? setenv("TZ", old_->c_str(), 1) : unsetenv("TZ");
-    tzset();
-  }
-  ScopedTimeZone(const ScopedTimeZone&) = delete;
-  ScopedTimeZone& operator=(const ScopedTimeZone&) = delete;
-
- private:
-  std::optional<std::string> old_;
-};
-
 /// Central European time by a fixed rule (+1 in winter, +2 from the last Sunday of March to the
 /// last Sunday of October), the same in every year, without the system's zone files.
 inline constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
@@ -99,6 +80,16 @@ inline HRESULT Result(const std::string& name) {
       {"DISP_E_OVERFLOW", DISP_E_OVERFLOW},
       {"DISP_E_TYPEMISMATCH", DISP_E_TYPEMISMATCH}};
   return results.at(name);
+}
+
+/// The product's elements with every condition class registered.
+inline CElementRegistry& ConditionRegistry() {
+  static CElementRegistry registry = [] {
+    CElementRegistry r(CElementRegistry::Product());
+    RegisterConditions(r);
+    return r;
+  }();
+  return registry;
 }
 
 /// The name lambda of the case tables.

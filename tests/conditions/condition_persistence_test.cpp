@@ -7,13 +7,13 @@
 #include <string>
 
 #include "condition_fixture.h"
-#include "conditions/condition_registration.h"
 #include "conditions/file_size_condition.h"
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_yaml.h"
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
 #include "support/data_table.h"
+#include "support/named_params.h"
 
 namespace lmk {
 namespace {
@@ -24,15 +24,6 @@ std::vector<std::byte> SaveBytes(const CRuleElement& element) {
   return writer.TakeBytes();
 }
 
-CElementRegistry& Registry() {
-  static CElementRegistry registry = [] {
-    CElementRegistry r(CElementRegistry::Product());
-    RegisterConditions(r);
-    return r;
-  }();
-  return registry;
-}
-
 /// The condition of a row of configured_conditions.tsv, read as a rule-set file reads it.
 std::shared_ptr<const CCondition> Configured(const test::CaseRow& row) {
   const std::string element = test::Unescape(row[0]);
@@ -40,7 +31,7 @@ std::shared_ptr<const CCondition> Configured(const test::CaseRow& row) {
   const auto rules = ParseRuleSetYaml("rules:\n  - name: r\n    " +
                                           std::string(exception ? "exceptions" : "conditions") +
                                           ":\n      - " + element + "\n",
-                                      L"configured.yaml", Registry());
+                                      L"configured.yaml", test::ConditionRegistry());
   return exception ? rules.at(0)->Exceptions().at(0) : rules.at(0)->Conditions().at(0);
 }
 
@@ -52,7 +43,7 @@ TEST_P(ConditionPersistenceTest, BinaryStreamRoundTrip) {
   ASSERT_GE(bytes.size(), 5u);
   // The flags word, then the version byte.
   EXPECT_EQ(static_cast<int>(bytes[4]), GetParam().name == std::string("FileSize") ? 2 : 1);
-  const auto copy = Registry().Create(original->Key());
+  const auto copy = test::ConditionRegistry().Create(original->Key());
   ASSERT_TRUE(copy);
   CRuleStreamReader reader(bytes);
   copy->Load(reader);
@@ -66,11 +57,9 @@ TEST_P(ConditionPersistenceTest, BinaryStreamRoundTrip) {
 
 TEST_P(ConditionPersistenceTest, NamedParametersRoundTrip) {
   const auto original = Configured(GetParam());
-  const auto copy = Registry().Create(original->Key());
+  const auto copy = test::ConditionRegistry().Create(original->Key());
   ASSERT_TRUE(copy);
-  CParamArchive archive = CParamArchive::ForLoad(original->NamedParameters());
-  copy->ExchangeNamedParameters(archive);
-  archive.Finish();
+  test::LoadNamed(*copy, original->NamedParameters());
   // The exception bit comes from the key, not from the parameters.
   EXPECT_EQ(SaveBytes(*copy), SaveBytes(*original));
 }
@@ -121,10 +110,10 @@ TEST(ConditionYamlTest, ReadsTheDocumentedParameters) {
       - Exception.FileName: { pattern: "img_[0-9]+", syntax: regex }
       - Exception.Sidecar: { exists: false }
 )";
-  const auto rules = ParseRuleSetYaml(yaml, L"test.yaml", Registry());
+  const auto rules = ParseRuleSetYaml(yaml, L"test.yaml", test::ConditionRegistry());
   ASSERT_EQ(rules.size(), 1u);
   const std::string again = RuleSetToYaml(rules);
-  const auto reread = ParseRuleSetYaml(again, L"again.yaml", Registry());
+  const auto reread = ParseRuleSetYaml(again, L"again.yaml", test::ConditionRegistry());
   EXPECT_EQ(RuleSetToYaml(reread), again);
   EXPECT_NE(again.find("aperture: f/4"), std::string::npos) << again;
   EXPECT_NE(again.find("shutter-speed: 1/250s"), std::string::npos) << again;
@@ -136,7 +125,7 @@ TEST(ConditionYamlTest, UnknownWordsAreRefused) {
   EXPECT_THROW(
       ParseRuleSetYaml("rules:\n  - name: Bad\n    conditions:\n      - Condition.Aperture: "
                        "{ compare: \">\", aperture: f/4.1 }\n",
-                       L"bad.yaml", Registry()),
+                       L"bad.yaml", test::ConditionRegistry()),
       CRuleSetError);
 }
 
@@ -147,7 +136,7 @@ TEST(ConditionRegistrationTest, EveryKindButGpsIsAvailableUnderBothPrefixes) {
     if (name.starts_with(L"Gps")) continue;
     for (const bool exception : {false, true}) {
       const std::wstring key = (exception ? L"Exception." : L"Condition.") + name;
-      const auto element = Registry().Create(key);
+      const auto element = test::ConditionRegistry().Create(key);
       ASSERT_TRUE(element) << std::string(key.begin(), key.end());
       EXPECT_EQ(element->Key(), key);
       EXPECT_EQ(element->ClassName(), kind.className);

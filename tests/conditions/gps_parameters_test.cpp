@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "condition_fixture.h"
-#include "conditions/condition_registration.h"
 #include "conditions/gps_altitude_condition.h"
 #include "conditions/gps_direction_condition.h"
 #include "conditions/gps_metadata_condition.h"
@@ -18,6 +17,7 @@
 #include "rules/rule_stream_reader.h"
 #include "rules/rule_stream_writer.h"
 #include "support/data_table.h"
+#include "support/named_params.h"
 
 namespace lmk {
 namespace {
@@ -28,12 +28,6 @@ std::vector<std::uint8_t> Saved(const CRuleElement& element) {
   std::vector<std::uint8_t> out;
   for (std::byte b : writer.bytes()) out.push_back(static_cast<std::uint8_t>(b));
   return out;
-}
-
-void LoadNamed(CRuleElement& element, std::vector<NamedParam> params) {
-  CParamArchive archive = CParamArchive::ForLoad(std::move(params));
-  element.ExchangeNamedParameters(archive);
-  archive.Finish();
 }
 
 std::wstring NamedText(const CRuleElement& element) {
@@ -126,46 +120,24 @@ TEST(GpsStream, RefusesANewerVersion) {
 
 // ---- named parameters, from tests/data/cases/gps_named_parameters.tsv ----
 
-CElementRegistry& Registry() {
-  static CElementRegistry registry = [] {
-    CElementRegistry r(CElementRegistry::Product());
-    RegisterConditions(r);
-    return r;
-  }();
-  return registry;
-}
-
-std::vector<NamedParam> Params(const std::string& text) {
-  std::vector<NamedParam> params;
-  for (std::size_t start = 0, end = 0; end != std::string::npos; start = end + 1) {
-    end = text.find(';', start);
-    const std::string pair = text.substr(start, end - start);
-    const auto equals = pair.find('=');
-    NamedParam& param = params.emplace_back();
-    param.name = test::Wide(pair.substr(0, equals));
-    param.value.text = test::Wide(pair.substr(equals + 1));
-  }
-  return params;
-}
-
 class NamedParameterTest : public testing::TestWithParam<test::CaseRow> {};
 
 // Fields: element key, parameters, what is saved back or "refused", the sentence if any.
 TEST_P(NamedParameterTest, LoadsAndSaves) {
   const test::CaseRow& c = GetParam();
-  const auto element = Registry().Create(test::Wide(c[0]));
+  const auto element = test::ConditionRegistry().Create(test::Wide(c[0]));
   if (c[2] == "refused") {
-    EXPECT_THROW(LoadNamed(*element, Params(c[1])), CRuleSetError);
+    EXPECT_THROW(test::LoadNamed(*element, test::ParamsOf(c[1])), CRuleSetError);
     return;
   }
-  LoadNamed(*element, Params(c[1]));
+  test::LoadNamed(*element, test::ParamsOf(c[1]));
   EXPECT_EQ(NamedText(*element), test::Wide(c[2]));
   std::wstring reason;
   EXPECT_TRUE(element->IsValid(&reason)) << std::string(reason.begin(), reason.end());
   if (c.fields.size() > 3) EXPECT_EQ(element->Description(), test::Wide(c[3]));
   // What was saved loads into a fresh element that saves the same.
-  const auto again = Registry().Create(test::Wide(c[0]));
-  LoadNamed(*again, element->NamedParameters());
+  const auto again = test::ConditionRegistry().Create(test::Wide(c[0]));
+  test::LoadNamed(*again, element->NamedParameters());
   EXPECT_EQ(NamedText(*again), test::Wide(c[2]));
 }
 

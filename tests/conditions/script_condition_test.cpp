@@ -8,75 +8,37 @@
 
 #include "com/bstr.h"
 #include "com/variant.h"
+#include "condition_fixture.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
 namespace {
 
-struct HoldCase {
-  const char* name;
-  const wchar_t* engine;
-  const char* script;
-  HRESULT expected;
-};
+class ScriptConditionTest : public testing::TestWithParam<test::CaseRow> {};
 
-class ScriptConditionTest : public testing::TestWithParam<HoldCase> {};
-
-TEST_P(ScriptConditionTest, NonZeroHolds) {
+// Fields: engine, the script (-: no file), what it answers or "invalid" and the reason.
+TEST_P(ScriptConditionTest, AnswersOrSaysWhatIsWrong) {
+  const test::CaseRow& c = GetParam();
   test::ScopedTempDir dir;
   const auto path = dir / "s";
-  std::ofstream(path) << GetParam().script;
+  if (c[1] != "-") std::ofstream(path) << test::Unescape(c[1]);
+  CScriptCondition condition;
+  condition.SetScript(path.wstring(), test::Wide(c[0]));
+  std::wstring reason;
+  EXPECT_EQ(condition.IsValid(&reason), c[2] != "invalid") << testing::PrintToString(reason);
+  if (c[2] == "invalid") {
+    EXPECT_NE(reason.find(test::Wide(c[3])), std::wstring::npos) << testing::PrintToString(reason);
+    return;
+  }
   ComPtr<IDictionary> record = MakeDictionary();
   record->put_Value(Bstr(L"File.Name").get(), Variant::String(L"/p/harbour.jpg").ref());
-  CScriptCondition condition;
-  condition.SetScript(path.wstring(), GetParam().engine);
-  EXPECT_EQ(condition.Evaluate(record.Get()), GetParam().expected);
+  EXPECT_EQ(condition.Evaluate(record.Get()), test::Result(c[2]));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, ScriptConditionTest,
-    testing::ValuesIn(std::vector<HoldCase>{
-        {"js_true", L"JScript",
-         "function Evaluate(c) { return c.Value('File.Name').indexOf('harbour') > 0; }", S_OK},
-        {"js_false", L"JScript", "function Evaluate(c) { return false; }", S_FALSE},
-        {"js_nothing", L"JScript", "function Evaluate(c) { }", S_FALSE},
-        {"py_true", L"Python", "def Evaluate(c):\n    return 'harbour' in c['File.Name']\n", S_OK},
-        {"py_zero", L"Python", "def Evaluate(c):\n    return 0\n", S_FALSE},
-    }),
-    [](const testing::TestParamInfo<HoldCase>& i) { return std::string(i.param.name); });
-
-struct CheckCase {
-  const char* name;
-  const wchar_t* engine;
-  const char* script;  // null: no file at all
-  const wchar_t* reason;
-};
-
-class ScriptConditionCheckTest : public testing::TestWithParam<CheckCase> {};
-
-TEST_P(ScriptConditionCheckTest, SaysWhatIsWrong) {
-  test::ScopedTempDir dir;
-  const auto path = dir / "s";
-  if (GetParam().script != nullptr) std::ofstream(path) << GetParam().script;
-  CScriptCondition condition;
-  condition.SetScript(path.wstring(), GetParam().engine);
-  std::wstring reason;
-  EXPECT_EQ(condition.IsValid(&reason), GetParam().reason == nullptr);
-  if (GetParam().reason != nullptr) {
-    EXPECT_NE(reason.find(GetParam().reason), std::wstring::npos) << testing::PrintToString(reason);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Checks, ScriptConditionCheckTest,
-    testing::ValuesIn(std::vector<CheckCase>{
-        {"fine", L"JScript", "function Evaluate(c) { return 1; }", nullptr},
-        {"syntax_error_line", L"JScript", "\n\nfunction Evaluate(c) { return ]; }", L"See line 3"},
-        {"action_script", L"Python", "def Execute(c):\n    return 0\n", L"\"Evaluate\""},
-        {"missing_file", L"JScript", nullptr, L"there is no such file"},
-        {"unknown_engine", L"Perl", "sub Evaluate { 1 }", L"engine: there is no script engine"},
-    }),
-    [](const testing::TestParamInfo<CheckCase>& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Scripts, ScriptConditionTest,
+                         testing::ValuesIn(test::ReadCaseTable("cases/script_conditions.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -8,6 +8,7 @@
 
 #include "rules/rule_set_error.h"
 #include "rules/rule_set_stream.h"
+#include "support/data_table.h"
 #include "support/fake_elements.h"
 #include "support/temp_dir.h"
 
@@ -40,30 +41,19 @@ class RuleEngineFileTest : public ::testing::Test {
   test::ScopedTempDir dir_;
 };
 
-struct FormatCase {
-  const char* name;
-  const char* file;
-  RuleSetFormat format;
-};
-
-const FormatCase kFormats[] = {
-    {"Yaml", "set.yaml", RuleSetFormat::Yaml},
-    {"YmlUpperCase", "SET.YML", RuleSetFormat::Yaml},
-    {"Binary", "set.rules", RuleSetFormat::Binary},
-    {"OtherExtensionIsBinary", "set.txt", RuleSetFormat::Binary},
-};
-
 class RuleEngineFormatTest : public RuleEngineFileTest,
-                             public ::testing::WithParamInterface<FormatCase> {};
+                             public ::testing::WithParamInterface<test::CaseRow> {};
 
+// Fields: file name, yaml or binary.
 TEST_P(RuleEngineFormatTest, SavedFileOpensToTheSameRules) {
-  const auto path = dir_ / GetParam().file;
-  EXPECT_EQ(RuleSetFormatForPath(path), GetParam().format);
+  const auto path = dir_ / GetParam()[0];
+  const bool binary = GetParam()[1] == "binary";
+  EXPECT_EQ(RuleSetFormatForPath(path), binary ? RuleSetFormat::Binary : RuleSetFormat::Yaml);
   engine_.Save(path);
   std::ifstream in(path, std::ios::binary);
   char head[4] = {};
   in.read(head, 4);
-  EXPECT_EQ(std::string(head, 4) == "LMKR", GetParam().format == RuleSetFormat::Binary);
+  EXPECT_EQ(std::string(head, 4) == "LMKR", binary);
 
   CRuleEngine opened(*registry_);
   opened.Add(std::make_shared<CRule>(L"replaced"));
@@ -75,8 +65,9 @@ TEST_P(RuleEngineFormatTest, SavedFileOpensToTheSameRules) {
       << "no temporary file is left behind";
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, RuleEngineFormatTest, ::testing::ValuesIn(kFormats),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Formats, RuleEngineFormatTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/rule_set_formats.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST_F(RuleEngineFileTest, MergeAppendsTheRulesOfAnotherFile) {
   const auto yaml = dir_ / "more.yaml";
@@ -93,32 +84,13 @@ TEST_F(RuleEngineFileTest, MergeAppendsTheRulesOfAnotherFile) {
   EXPECT_EQ(names, L"first;second;third;first;second;");
 }
 
-struct BadFileCase {
-  const char* name;
-  bool exists;
-  std::string_view content;
-  const wchar_t* message;
-};
-
-const BadFileCase kBadFiles[] = {
-    {"Missing", false, "", L"cannot open the rule-set file: "},
-    {"UnavailableElement", true,
-     "rules:\n"
-     "  - name: r\n"
-     "    conditions:\n"
-     "      - Condition.FakeA\n"
-     "      - Condition.GpsPosition: { place: \"48.85, 2.29\" }\n",
-     L":5:9: the element 'Condition.GpsPosition' is not available in this version"},
-    {"DamagedBinary", true, std::string_view("LMKR\x01\x00\x00\x00\x05", 9),
-     L": at byte 8: the rule set is damaged: it ends in the middle of a number"},
-};
-
 class RuleEngineBadFileTest : public RuleEngineFileTest,
-                              public ::testing::WithParamInterface<BadFileCase> {};
+                              public ::testing::WithParamInterface<test::CaseRow> {};
 
+// Fields: whether the file exists, its content, what the error says after the file's name.
 TEST_P(RuleEngineBadFileTest, NamesTheFileAndKeepsTheRules) {
   const auto path = dir_ / "bad.rules";
-  if (GetParam().exists) WriteFile(path, std::string(GetParam().content));
+  if (GetParam()[0] == "yes") WriteFile(path, test::Unescape(GetParam()[1]));
   const std::vector<std::byte> before = Bytes(engine_);
   for (bool merge : {false, true}) {
     try {
@@ -127,14 +99,16 @@ TEST_P(RuleEngineBadFileTest, NamesTheFileAndKeepsTheRules) {
     } catch (const CRuleSetError& error) {
       const std::wstring text = error.Text();
       EXPECT_TRUE(text.starts_with(DisplayPath(path))) << error.what();
-      EXPECT_NE(text.find(GetParam().message), std::wstring::npos) << error.what();
+      EXPECT_NE(text.find(test::Wide(GetParam()[2])), std::wstring::npos) << error.what();
     }
     EXPECT_EQ(Bytes(engine_), before);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(BadFiles, RuleEngineBadFileTest, ::testing::ValuesIn(kBadFiles),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    BadFiles, RuleEngineBadFileTest,
+    ::testing::ValuesIn(test::ReadCaseTable("cases/rule_set_files_refused.tsv")),
+    [](const auto& i) { return i.param.name; });
 
 TEST_F(RuleEngineFileTest, SaveIntoAMissingFolderFailsAndNamesTheFile) {
   const auto path = dir_ / "no" / "such.yaml";

@@ -161,9 +161,10 @@ TEST(RuleSetStreamTest, EveryTruncationIsRefused) {
   EXPECT_EQ(RuleSetFromBytes(bytes, *registry).size(), 1u);
 }
 
-ComPtr<IStream> MemoryStream() {
+ComPtr<IStream> MemoryStream(const Bytes& bytes = {}) {
   ComPtr<IStream> stream;
-  stream.Attach(SHCreateMemStream(nullptr, 0));
+  stream.Attach(SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),
+                                  static_cast<UINT>(bytes.size())));
   return stream;
 }
 
@@ -196,9 +197,7 @@ TEST(RuleSetStreamTest, StreamClaimingALongTextEndsAsTruncatedNotAsAHugeAllocati
   const auto registry = test::MakeFakeRegistry(false);
   Bytes bytes = RuleSetToBytes(SmallRuleSet());
   PutU32(bytes, kNameLengthAt, CRuleStreamReader::kMaxTextUnits);
-  ComPtr<IStream> stream;
-  stream.Attach(SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),
-                                  static_cast<UINT>(bytes.size())));
+  const ComPtr<IStream> stream = MemoryStream(bytes);
   try {
     LoadRuleSet(stream.Get(), *registry);
     FAIL() << "accepted";
@@ -214,9 +213,7 @@ TEST(RuleSetStreamTest, EngineRefusesADamagedStreamAndKeepsItsRules) {
   engine.Add(std::make_shared<CRule>(L"kept"));
   Bytes bytes = RuleSetToBytes(SmallRuleSet());
   PutU32(bytes, kNameLengthAt, 0x7FFFFFFF);
-  ComPtr<IStream> stream;
-  stream.Attach(SHCreateMemStream(reinterpret_cast<const BYTE*>(bytes.data()),
-                                  static_cast<UINT>(bytes.size())));
+  const ComPtr<IStream> stream = MemoryStream(bytes);
   EXPECT_EQ(engine.Load(stream.Get()), HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
   EXPECT_EQ(TakeErrorDescription(),
             L"at byte 12: the rule set is damaged: a text of 2147483647 characters is longer "

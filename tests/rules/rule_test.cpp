@@ -91,40 +91,25 @@ TEST(RuleTest, AddingSetsTheExceptionBitByList) {
   EXPECT_TRUE(exception->IsException());
 }
 
-struct PolicyCase {
-  const char* name;
-  DWORD flags;
-  CActionErrorMode mode;
-  const wchar_t* linkText;
-};
+class PolicyTest : public ::testing::TestWithParam<test::CaseRow> {};
 
-const PolicyCase kPolicies[] = {
-    {"Ignore", 0x00C80000, CActionErrorMode::Ignore,
-     L"<a>On failure: ignore error(s) and continue</a>"},
-    {"SkipActions", 0x01000000 | kExceptionFlag, CActionErrorMode::SkipActions,
-     L"<a>On failure: skip remaining actions on the file</a>"},
-    {"SkipActionsAndRules", 0xF6FFFFFF, CActionErrorMode::SkipActionsAndRules,
-     L"<a>On failure: skip remaining actions and rules for the file</a>"},
-    {"Abort", 0xFFFFFFFF, CActionErrorMode::Abort,
-     L"<a>On failure: cancel entire batch job (fatal error)</a>"},
-};
-
-class PolicyTest : public ::testing::TestWithParam<PolicyCase> {};
-
+// Fields: flags, the policy's bits, its link text.
 TEST_P(PolicyTest, TakesTwoBitsOfTheFlagsAndHasItsLinkText) {
-  const PolicyCase& c = GetParam();
+  const auto flags = static_cast<DWORD>(std::stoul(GetParam()[0], nullptr, 16));
+  const auto mode = static_cast<CActionErrorMode>(std::stoul(GetParam()[1], nullptr, 16));
   CFakeAction action;
-  action.SetFlags(c.flags);
-  EXPECT_EQ(action.OnFailure(), c.mode);
-  EXPECT_EQ(ActionErrorModeLinkText(action.OnFailure()), c.linkText);
+  action.SetFlags(flags);
+  EXPECT_EQ(action.OnFailure(), mode);
+  EXPECT_EQ(ActionErrorModeLinkText(action.OnFailure()), test::Wide(GetParam()[2]));
   action.SetOnFailure(CActionErrorMode::Ignore);
-  EXPECT_EQ(action.Flags(), c.flags & ~kActionErrorModeMask) << "other bits are kept";
-  action.SetOnFailure(c.mode);
-  EXPECT_EQ(action.Flags(), c.flags);
+  EXPECT_EQ(action.Flags(), flags & ~kActionErrorModeMask) << "other bits are kept";
+  action.SetOnFailure(mode);
+  EXPECT_EQ(action.Flags(), flags);
 }
 
-INSTANTIATE_TEST_SUITE_P(Policies, PolicyTest, ::testing::ValuesIn(kPolicies),
-                         [](const auto& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Policies, PolicyTest,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/action_error_modes.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(RuleEngineValidityTest, OnlyCheckedRulesMustBeValid) {
   CRuleEngine engine;

@@ -3,36 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "record_fixture.h"
+#include "support/data_table.h"
+#include "support/scoped_env.h"
 #include "templates/date_formatter.h"
 #include "templates/template_expander.h"
 
 namespace lmk {
 namespace {
-
-// Sets TZ for the life of the object (and tzset so localtime sees it).
-class ScopedTimeZone {
- public:
-  explicit ScopedTimeZone(const char* zone) {
-    if (const char* old = std::getenv("TZ")) old_ = old;
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ScopedTimeZone() {
-    old_ ? setenv("TZ", old_->c_str(), 1) : unsetenv("TZ");
-    tzset();
-  }
-
- private:
-  std::optional<std::string> old_;
-};
 
 // Unix seconds of the instants checked: leap day, both sides of the European DST changes,
 // New Year's Eve late in the evening, a morning and noon (am/pm), and dates around week 1.
@@ -84,7 +66,7 @@ struct ZoneCase {
 class DateAgainstPython : public ::testing::TestWithParam<ZoneCase> {};
 
 TEST_P(DateAgainstPython, PartsMatch) {
-  ScopedTimeZone zone(GetParam().zone);
+  test::ScopedTimeZone zone(GetParam().zone);
   std::vector<std::string> expected = PythonFields(GetParam().utc_token ? "UTC0" : GetParam().zone);
   ASSERT_EQ(expected.size(), kInstants.size()) << "python3 did not answer";
   std::wstring name = GetParam().utc_token ? L"DateTakenUtc" : L"DateTaken";
@@ -113,40 +95,17 @@ const ZoneCase kZones[] = {
 INSTANTIATE_TEST_SUITE_P(Dates, DateAgainstPython, ::testing::ValuesIn(kZones),
                          [](const auto& info) { return std::string(info.param.name); });
 
-struct WeekCase {
-  const char* name;
-  int year, month, day;
-  int week;
-};
+class WeekNumber : public ::testing::TestWithParam<test::CaseRow> {};
 
-class WeekNumber : public ::testing::TestWithParam<WeekCase> {};
-
+// Fields: year, month, day, week.
 TEST_P(WeekNumber, FollowsTheFormula) {
-  const WeekCase& c = GetParam();
-  EXPECT_EQ(DateFormatter::WeekOfYear(c.year, c.month, c.day), c.week);
+  const auto n = [&](std::size_t i) { return std::stoi(GetParam()[i]); };
+  EXPECT_EQ(DateFormatter::WeekOfYear(n(0), n(1), n(2)), n(3));
 }
 
-// wd() is the weekday, 0 = Sunday. Result = (wd(Y,1,1) < 4 ? -3 : -4)
-//   + ((2m - dow + j + d + 3) * 36) / 256 + 4m.
-const WeekCase kWeeks[] = {
-    // 2024-03-07: dow 4, j = wd(2024,1,1) = 1, m 3, d 7: -3 + (13*36)/256 + 12 = -3 + 1 + 12.
-    {"March7", 2024, 3, 7, 10},
-    // 2024-01-01: dow 1, j 1 (not > 3): -3 + ((2-1+1+1+3)*36)/256 + 4 = -3 + 0 + 4.
-    {"NewYearMonday", 2024, 1, 1, 1},
-    // 2024-12-30: wd(2025,1,1) = 3, 31 - 30 = 1 < 3 < 4: week 1 of next year.
-    {"LastDaysInNextYearsWeek1", 2024, 12, 30, 1},
-    // 2020-12-31: wd(2021,1,1) = 5 is not < 4; dow 4, j 3, m 12, d 31:
-    // -3 + (57*36)/256 + 48 = -3 + 8 + 48.
-    {"Week53", 2020, 12, 31, 53},
-    // 2021-01-01: j = 5, 3 < 5 < 8 - 1: dow 4, j = wd(2020,1,1) = 3, m 12, d 31; the leading term
-    // still looks at wd(2021,1,1) = 5: -4 + (57*36)/256 + 48 = 52 (the formula's own answer).
-    {"EarlyJanuaryInLastYearsWeek", 2021, 1, 1, 52},
-    // 2023-01-01: j = 0 (Sunday), not > 3: dow 0, -3 + ((2-0+0+1+3)*36)/256 + 4 = 1.
-    {"SundayNewYear", 2023, 1, 1, 1},
-};
-
-INSTANTIATE_TEST_SUITE_P(Dates, WeekNumber, ::testing::ValuesIn(kWeeks),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Dates, WeekNumber,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/week_numbers.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -59,15 +59,12 @@ std::vector<Case> Cases() {
 INSTANTIATE_TEST_SUITE_P(Templates, ExpandCase, ::testing::ValuesIn(Cases()),
                          [](const auto& info) { return info.param.name; });
 
-TEST(ExpandTemplateTest, NullTemplateLeavesResultUntouched) {
+TEST(ExpandTemplateTest, NullArguments) {
   std::wstring result = L"kept";
   EXPECT_EQ(ExpandTemplate(nullptr, static_cast<const wchar_t*>(nullptr), &result), S_OK);
   EXPECT_EQ(result, L"kept");
   EXPECT_EQ(ExpandTemplate(nullptr, L"x", nullptr), E_INVALIDARG);
-}
-
-TEST(ExpandTemplateTest, NullRecordReadsAsMissing) {
-  std::wstring result;
+  // A null record reads as one without any value.
   ASSERT_EQ(ExpandTemplate(nullptr, L"{Width}|{CameraModel}|{FileName}", &result), S_OK);
   EXPECT_EQ(result, L"0||{FileName}");
 }
@@ -170,33 +167,21 @@ TEST(ExpandTemplateTest, PatternCompiledOncePerThread) {
   EXPECT_EQ(RegexCache::CompiledCount(), compiled);
 }
 
-struct VariableCase {
-  const char* name;
-  std::wstring token;
-  size_t consumed;
-  std::wstring value;
-};
+class ExpandVariableCase : public ::testing::TestWithParam<test::CaseRow> {};
 
-class ExpandVariableCase : public ::testing::TestWithParam<VariableCase> {};
-
+// Fields: text, characters consumed, value.
 TEST_P(ExpandVariableCase, ReportsConsumedLength) {
   ComPtr<IDictionary> record = MakeRecord(StandardFields());
   std::wstring value = L"old";
   size_t consumed = 99;
-  ASSERT_EQ(ExpandVariable(&value, record.Get(), GetParam().token, &consumed), S_OK);
-  EXPECT_EQ(consumed, GetParam().consumed);
-  EXPECT_EQ(value, GetParam().value);
+  ASSERT_EQ(ExpandVariable(&value, record.Get(), test::Wide(GetParam()[0]), &consumed), S_OK);
+  EXPECT_EQ(consumed, std::stoul(GetParam()[1]));
+  EXPECT_EQ(value, test::Wide(GetParam()[2]));
 }
 
-const VariableCase kVariableCases[] = {
-    {"Recognised", L"{Width}", 7, L"4000"},   {"FollowedByText", L"{Width}rest", 7, L"4000"},
-    {"AllowedEmpty", L"{Comment}", 9, L""},   {"Unknown", L"{Nope}", 0, L""},
-    {"Unclosed", L"{Width", 0, L""},          {"NotAToken", L"Width", 0, L""},
-    {"RequiredEmpty", L"{FileHash}", 0, L""},
-};
-
-INSTANTIATE_TEST_SUITE_P(Templates, ExpandVariableCase, ::testing::ValuesIn(kVariableCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Templates, ExpandVariableCase,
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/template_variables.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk
