@@ -63,4 +63,15 @@ struct ExportFailure {
 [[nodiscard]] HRESULT ExportImage(std::wstring_view source, int descriptor,
                                   const ExportSettings& settings, ExportFailure* failure);
 
+/// The image library's part is built as a companion module (its libraries are loaded only by
+/// runs that export); this is the table of functions it exports.
+struct ImageExportFunctions {
+  bool (*canWrite)(ExportFormat format);
+  HRESULT (*exportImage)
+  (std::wstring_view source, int descriptor, const ExportSettings& settings,
+   ExportFailure* failure);
+};
+using ImageExportEntry = const ImageExportFunctions* (*)();
+inline constexpr char kImageExportEntry[] = "lmk_companion_image_export";
+
 }  // namespace lmk

@@ -16,12 +16,23 @@ class DynamicLibrary {
   };
 
  public:
+  /// How Load treats the library.
+  enum Options : unsigned {
+    kPrivate = 0,
+    /// The library and what it needs stay in memory when the object goes, for code (an
+    /// interpreter, say) whose threads or handlers may outlive it.
+    kKeepLoaded = 1,
+    /// The symbols of the libraries it needs are visible to libraries that they load in turn
+    /// (an interpreter's extension modules look for the interpreter's functions by name).
+    kShareSymbols = 2,
+  };
+
   /// Loads the library at path (its own dependencies resolved by the system). S_OK;
   /// E_INVALIDARG for null out pointers; HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND) when there is
   /// no such file; E_FAIL when it cannot be loaded. On failure *error tells why, in the system's
   /// words.
   static HRESULT Load(const std::wstring& path, std::unique_ptr<DynamicLibrary>* library,
-                      std::wstring* error);
+                      std::wstring* error, unsigned options = kPrivate);
 
   DynamicLibrary(Key, void* handle) noexcept : handle_(handle) {}
   ~DynamicLibrary();

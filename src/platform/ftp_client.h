@@ -35,4 +35,12 @@ class FtpClient {
 /// The calling thread's client, created at first use and kept until the thread ends.
 FtpClient& ThreadFtpClient();
 
+/// Whether the run was cancelled; a transfer in progress stops when it says so.
+using FtpCancelledCheck = bool (*)() noexcept;
+/// Where the client is built as a companion module, the function it exports: S_OK with *client
+/// owned by the caller, or a failure with *error saying why.
+using MakeFtpClientEntry = HRESULT (*)(FtpClient** client, FtpCancelledCheck cancelled,
+                                       std::wstring* error);
+inline constexpr char kMakeFtpClientEntry[] = "lmk_companion_make_ftp_client";
+
 }  // namespace lmk

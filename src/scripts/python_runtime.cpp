@@ -522,10 +522,9 @@ class PythonRuntime final : public ScriptRuntime {
   PythonRuntime() {
     if (StartInterpreter()) KeepThreadState();
     if (!StartInterpreter()) {
-      SetErrorDescription(
-          L"The Python interpreter cannot be started. Install the python3 package and try "
-          L"again.");
-      throw ComError(E_FAIL);
+      throw ComError(E_FAIL,
+                     L"The Python interpreter cannot be started. Install the python3 package and "
+                     L"try again.");
     }
   }
 
@@ -634,14 +633,17 @@ std::unique_ptr<ScriptRuntime> MakePythonRuntime() { return std::make_unique<Pyt
 
 }  // namespace lmk
 
-// The interpreter keeps its own objects for the life of the process in ways a leak checker
-// cannot follow (its small-object arenas, interned strings); only its allocations are
-// excused, so a dictionary that a script object forgets to release is still reported.
-extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_suppressions() {
-  return "leak:libpython3\n";
-}
-
-// The list of excused allocations would otherwise end every run's error output.
-extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_options() {
-  return "print_suppressions=0";
+extern "C" HRESULT lmk_companion_make_python_runtime(lmk::ScriptRuntime** runtime,
+                                                     std::wstring* error) noexcept {
+  if (runtime == nullptr || error == nullptr) return E_INVALIDARG;
+  *runtime = nullptr;
+  try {
+    *runtime = lmk::MakePythonRuntime().release();
+    return S_OK;
+  } catch (const lmk::ComError& e) {
+    *error = e.description();
+    return e.hr();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
 }

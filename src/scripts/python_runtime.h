@@ -15,4 +15,10 @@ namespace lmk {
 /// around them (reading pictures, moving files) runs in parallel.
 std::unique_ptr<ScriptRuntime> MakePythonRuntime();
 
+/// The Python runtime is built as a companion module (the interpreter's libraries are loaded
+/// only by runs that use it); this is the function it exports. S_OK with *runtime owned by the
+/// caller, or a failure with *error saying why.
+using MakePythonRuntimeEntry = HRESULT (*)(ScriptRuntime** runtime, std::wstring* error);
+inline constexpr char kMakePythonRuntimeEntry[] = "lmk_companion_make_python_runtime";
+
 }  // namespace lmk

@@ -1,11 +1,13 @@
 // Only POSIX code here: the FTP client on libcurl, one easy handle per thread, reset before each
-// transfer so that the connection to the same server is reused.
+// transfer so that the connection to the same server is reused. Built as a companion module:
+// libcurl and the TLS and SSH libraries it needs are loaded only by runs that upload.
 #include <curl/curl.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
@@ -17,7 +19,6 @@
 #include "platform/internet_error.h"
 #include "platform/posix/error_map.h"
 #include "platform/posix/unique_fd.h"
-#include "platform/run_cancellation.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {
@@ -107,8 +108,12 @@ size_t KeepReply(char* data, size_t size, size_t count, void* user) {
 
 size_t Discard(char* /*data*/, size_t size, size_t count, void* /*user*/) { return size * count; }
 
+// The program's own cancellation flag: this module has its own copy of the code that keeps it.
+std::atomic<FtpCancelledCheck> g_cancelled{nullptr};
+
 int CheckCancelled(void* /*user*/, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
-  return RunCancellation::IsRequested() ? 1 : 0;
+  const FtpCancelledCheck cancelled = g_cancelled.load();
+  return cancelled != nullptr && cancelled() ? 1 : 0;
 }
 
 size_t ReadFromFile(char* buffer, size_t size, size_t count, void* user) {
@@ -277,9 +282,17 @@ class CurlFtpClient final : public FtpClient {
 
 }  // namespace
 
-FtpClient& ThreadFtpClient() {
-  thread_local CurlFtpClient client;
-  return client;
-}
-
 }  // namespace lmk
+
+extern "C" HRESULT lmk_companion_make_ftp_client(lmk::FtpClient** client,
+                                                 lmk::FtpCancelledCheck cancelled,
+                                                 std::wstring* error) noexcept {
+  if (client == nullptr || error == nullptr) return E_INVALIDARG;
+  lmk::g_cancelled.store(cancelled);
+  try {
+    *client = std::make_unique<lmk::CurlFtpClient>().release();
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}

@@ -9,7 +9,7 @@
 namespace lmk {
 
 HRESULT DynamicLibrary::Load(const std::wstring& path, std::unique_ptr<DynamicLibrary>* library,
-                             std::wstring* error) {
+                             std::wstring* error, unsigned options) {
   if (library == nullptr || error == nullptr) return E_INVALIDARG;
   library->reset();
   error->clear();
@@ -20,7 +20,9 @@ HRESULT DynamicLibrary::Load(const std::wstring& path, std::unique_ptr<DynamicLi
     return HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
   }
   // RTLD_LOCAL keeps the library's symbols to itself, as a Windows module's are.
-  void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  int flags = RTLD_NOW | ((options & kShareSymbols) != 0 ? RTLD_GLOBAL : RTLD_LOCAL);
+  if ((options & kKeepLoaded) != 0) flags |= RTLD_NODELETE;
+  void* handle = ::dlopen(file.c_str(), flags);
   if (handle == nullptr) {
     const char* why = ::dlerror();
     *error = why != nullptr ? FromUtf8(why) : L"the library cannot be loaded";
