@@ -1,12 +1,8 @@
-// Tests of the POSIX event log file: record layout, refusals, counters, concurrency, damage.
+// Tests of the POSIX event log file: record layout, refusals, counters, concurrency.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -27,7 +23,6 @@ namespace {
 constexpr std::wstring_view kSession = L"Lumarko Batch Processor";
 
 using test::ReadBytes;
-using test::WriteBytes;
 
 uint32_t Le32(const std::string& s, size_t at) {
   const auto b = [&](size_t i) { return static_cast<uint32_t>(static_cast<uint8_t>(s[at + i])); };
@@ -251,62 +246,6 @@ TEST_F(EventTraceSinkTest, EightThreadsWritingAThousandEventsEachLoseNothing) {
   }
   for (int t = 0; t < kThreads; ++t) EXPECT_EQ(next[t], kEach) << "thread " << t;
 }
-
-// ---- Damaged files -------------------------------------------------------------------------
-
-// Record sizes of the three events: 64 + 8 + (3 or 5 characters + zero) x 2.
-constexpr size_t kSizes[] = {64 + 8 + 8, 64 + 8 + 8, 64 + 8 + 12};
-
-// Does a row's damage to the bytes of a log whose first record starts at `first`.
-void Damage(std::string& b, const std::string& how, size_t first) {
-  std::istringstream in(how);
-  std::string op, at, value;
-  in >> op >> at >> value;
-  size_t pos = 0;
-  if (at.starts_with('r')) {
-    pos = first;
-    for (int n = at[1] - '0'; n > 0; --n) pos += kSizes[n - 1];
-    pos += at.size() > 2 ? std::stol(at.substr(2)) : 0;
-  } else if (!at.empty()) {
-    pos = at[0] == '-' ? b.size() + std::stol(at) : std::stoul(at, nullptr, 0);
-  }
-  if (op == "cut") return b.resize(pos);
-  const char byte = static_cast<char>(std::stoul(value.empty() ? at : value, nullptr, 0));
-  if (op == "append") b.push_back(byte);
-  if (op == "fill") std::fill(b.begin(), b.end(), byte);
-  if (op == "set") b[pos] = byte;
-  if (op == "xor") b[pos] ^= byte;
-}
-
-class DamagedFileTest : public EventTraceSinkTest,
-                        public ::testing::WithParamInterface<test::CaseRow> {};
-
-TEST_P(DamagedFileTest, ReadsWhatPrecedesTheDamage) {
-  const test::CaseRow& c = GetParam();
-  WriteLog({L"one", L"two", L"three"});
-  std::string bytes = ReadBytes(LogFile());
-  if (c[0] != "none") Damage(bytes, c[0], BlockSize());
-  WriteBytes(LogFile(), bytes);
-
-  using Kind = EventTraceDamage::Kind;
-  const std::map<std::string, Kind> kinds = {{"none", Kind::kNone},
-                                             {"truncated", Kind::kTruncated},
-                                             {"corrupt", Kind::kCorrupt},
-                                             {"header", Kind::kBadHeader}};
-  const ReadBack back = ReadLog(LogFile());
-  const size_t events = std::stoul(c[2]);
-  EXPECT_EQ(back.result, c[1] == "ok" ? ERROR_SUCCESS : ERROR_INVALID_DATA);
-  EXPECT_EQ(back.records.size(), events);
-  EXPECT_EQ(back.damage.kind, kinds.at(c[3]));
-  if (c[3] == "none") return;
-  size_t offset = c[3] == "header" ? 0 : BlockSize();
-  for (size_t i = 0; i < events; ++i) offset += kSizes[i];
-  EXPECT_EQ(back.damage.offset, offset);
-}
-
-INSTANTIATE_TEST_SUITE_P(Damage, DamagedFileTest,
-                         ::testing::ValuesIn(test::ReadCaseTable("cases/event_trace_damage.tsv")),
-                         [](const auto& i) { return i.param.name; });
 
 TEST_F(EventTraceSinkTest, ReaderStopsWhenTheCallbackSaysSo) {
   WriteLog({L"a", L"b", L"c", L"d", L"e"});
