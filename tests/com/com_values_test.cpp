@@ -196,19 +196,5 @@ INSTANTIATE_TEST_SUITE_P(Exceptions, HresultFromExceptionTest,
                          ::testing::ValuesIn(ExceptionCases()),
                          [](const auto& info) { return info.param.name; });
 
-HRESULT ReturnsEarly(HRESULT first, bool* reached_end) {
-  LMK_RETURN_IF_FAILED(first);
-  *reached_end = true;
-  return S_FALSE;
-}
-
-TEST(ReturnIfFailed, ReturnsOnlyFailures) {
-  bool reached = false;
-  EXPECT_EQ(ReturnsEarly(E_ABORT, &reached), E_ABORT);
-  EXPECT_FALSE(reached);
-  EXPECT_EQ(ReturnsEarly(S_FALSE, &reached), S_FALSE);
-  EXPECT_TRUE(reached);
-}
-
 }  // namespace
 }  // namespace lmk

@@ -52,36 +52,6 @@ TEST_P(DictionaryPutTest, AddsOrReplaces) {
 
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutTest, ::testing::ValuesIn(Calls("put")), CaseName);
 
-TEST(DictionaryTest, StoredValueIsACopyOfTheCallersValue) {
-  ComPtr<IDictionary> dictionary = MakeDictionary();
-  {
-    Variant text = Variant::String(L"kept");
-    ASSERT_EQ(Put(dictionary.Get(), L"t", text), S_OK);
-  }  // the caller's string is freed here
-  Variant first;
-  Variant second;
-  ASSERT_EQ(Get(dictionary.Get(), L"t", &first), S_OK);
-  ASSERT_EQ(Get(dictionary.Get(), L"t", &second), S_OK);
-  EXPECT_EQ(std::wstring(first.ref().bstrVal), L"kept");
-  EXPECT_NE(first.ref().bstrVal, second.ref().bstrVal) << "each read gets its own string";
-}
-
-TEST(DictionaryTest, ByReferenceValueIsStoredAsTheValueItPointsTo) {
-  ComPtr<IDictionary> dictionary = MakeDictionary();
-  {
-    Variant inner = Variant::I4(42);
-    VARIANT reference;
-    VariantInit(&reference);
-    reference.vt = VT_BYREF | VT_VARIANT;
-    reference.pvarVal = inner.get();
-    ASSERT_EQ(dictionary->put_Value(Bstr(L"r").get(), reference), S_OK);
-  }
-  Variant value;
-  ASSERT_EQ(Get(dictionary.Get(), L"r", &value), S_OK);
-  ASSERT_EQ(value.vt(), VT_I4);
-  EXPECT_EQ(value.ref().lVal, 42);
-}
-
 TEST(DictionaryTest, ObjectValuesAreSharedNotCopiedAndReleasedWithTheDictionary) {
   ComPtr<IDictionary> globals = MakeDictionary();
   const ULONG base = RefCount(globals.Get());
@@ -332,22 +302,6 @@ bool StrictlyOrdered(const std::vector<std::wstring>& names) {
     }
   }
   return true;
-}
-
-// The enumeration order is the dictionary's comparison, whatever the insertion order.
-TEST(DictionaryEnumTest, OrderIsTheNameOrderNotInsertionOrder) {
-  const std::vector<std::wstring> inserted = {L"b", L"File.Name", L"a", L"B",  L"file.name",
-                                              L"A", L"10",        L"9", L"a.b"};
-  ComPtr<IDictionary> forward = MakeDictionary();
-  ComPtr<IDictionary> backward = MakeDictionary();
-  for (std::size_t i = 0; i < inserted.size(); ++i) {
-    ASSERT_EQ(Put(forward.Get(), inserted[i], Variant::I4(0)), S_OK);
-    ASSERT_EQ(Put(backward.Get(), inserted[inserted.size() - 1 - i], Variant::I4(0)), S_OK);
-  }
-  const std::vector<std::wstring> names = Drain(EnumOf(forward.Get()).Get());
-  ASSERT_EQ(names.size(), inserted.size());
-  EXPECT_EQ(Drain(EnumOf(backward.Get()).Get()), names);
-  EXPECT_TRUE(StrictlyOrdered(names));
 }
 
 class DictionaryEnumStepsTest : public ::testing::TestWithParam<CaseRow> {};
