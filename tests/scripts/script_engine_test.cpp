@@ -293,14 +293,6 @@ INSTANTIATE_TEST_SUITE_P(
     }),
     [](const testing::TestParamInfo<PathCase>& i) { return std::string(i.param.name); });
 
-TEST(ScriptEngineProgIdTest, EmptyIsRefusedAndTheOldOneKept) {
-  ComPtr<CScriptEngine> engine = MakeComObject<CScriptEngine>();
-  EXPECT_EQ(engine->put_ScriptEngineProgID(nullptr), E_INVALIDARG);
-  Bstr progId;
-  engine->get_ScriptEngineProgID(&progId);
-  EXPECT_EQ(progId.str(), L"JScript");
-}
-
 class ParallelScriptTest : public testing::TestWithParam<LoopCase> {};
 
 // Eight threads sharing 2,000 runs give what one thread gives, and each call what the first gives.

@@ -148,12 +148,6 @@ TEST_F(FileUtilitiesTest, CountsUntilTerminate) {
   EXPECT_EQ(counterClass.factory().counter->events(), expected);
 }
 
-TEST_F(FileUtilitiesTest, InitializeSucceedsWithoutACounterClass) {
-  ASSERT_EQ(plugin_->Initialize(host_.Get(), 0, nullptr, 0), S_OK);
-  EXPECT_FALSE(HasUsageCounter());
-  CountUsage(L"Condition:FileType");  // silently nothing
-}
-
 // ---- Late binding --------------------------------------------------------------------------
 
 TEST_F(FileUtilitiesTest, LateBoundGetterAnswersLikeTheVtable) {
