@@ -170,19 +170,6 @@ TEST_F(EventTraceSinkTest, BadPathsAreRefusedAndWritesWithoutSessionFail) {
 
 // ---- Counters ------------------------------------------------------------------------------
 
-TEST_F(EventTraceSinkTest, CountsPerLevelAndResetsOnStart) {
-  ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
-  for (BYTE level = 1; level <= 5; ++level) {
-    for (int i = 0; i < level; ++i) ASSERT_EQ(sink_.Write(level, 0, std::nullopt), ERROR_SUCCESS);
-  }
-  for (BYTE level = 1; level <= 5; ++level) EXPECT_EQ(sink_.Count(level), level);
-  ASSERT_EQ(sink_.Stop(), ERROR_SUCCESS);
-  EXPECT_EQ(sink_.Count(2), 2) << "counters survive Stop for the run's summary";
-  ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
-  for (BYTE level = 1; level <= 5; ++level) EXPECT_EQ(sink_.Count(level), 0);
-  EXPECT_EQ(ReadLog(LogFile()).records.size(), 0u) << "a new session replaces the old log";
-}
-
 TEST_F(EventTraceSinkTest, SecondSessionOnTheSameFileWritesBesideIt) {
   ASSERT_EQ(sink_.Start(kSession, LogPath()), ERROR_SUCCESS);
   ASSERT_EQ(sink_.Write(4, 0, L"first"), ERROR_SUCCESS);

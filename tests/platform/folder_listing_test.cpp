@@ -55,38 +55,6 @@ TEST(FolderListingsTest, FolderPathsHaveOneSpelling) {
   for (const auto& [path, normal] : cases) EXPECT_EQ(NormalFolderPath(path), normal) << path;
 }
 
-// A large folder: every name there is found and none that is not, whatever the table in
-// front of the names grows to.
-TEST(FolderListingsTest, LargeFolderAnswersEveryName) {
-  ScopedTempDir dir;
-  constexpr int kCount = 2000;
-  for (int i = 0; i < kCount; ++i) Touch(dir / ("n" + std::to_string(i)));
-  FolderListings listings;
-  int found = 0;
-  for (int i = 0; i < kCount; ++i) {
-    found += listings.FileExists(W(dir / ("n" + std::to_string(i)))) ? 1 : 0;
-    EXPECT_FALSE(listings.FileExists(W(dir / ("m" + std::to_string(i)))));
-  }
-  EXPECT_EQ(found, kCount);
-  EXPECT_EQ(listings.ReadCount(), 1u);
-}
-
-TEST(FolderListingsTest, ListingIsReadAgainOnlyWhenOld) {
-  ScopedTempDir dir;
-  Touch(dir / "img.jpg");
-  Clock::time_point now{};
-  FolderListings listings(std::chrono::milliseconds(2000), [&] { return now; });
-  ASSERT_FALSE(listings.FileExists(W(dir / "img.xmp")));
-  // Another program puts a sidecar beside the image: unseen while the listing is young.
-  Touch(dir / "img.xmp");
-  now += std::chrono::milliseconds(1900);
-  EXPECT_FALSE(listings.FileExists(W(dir / "img.xmp")));
-  EXPECT_EQ(listings.ReadCount(), 1u);
-  now += std::chrono::milliseconds(200);
-  EXPECT_TRUE(listings.FileExists(W(dir / "img.xmp")));
-  EXPECT_EQ(listings.ReadCount(), 2u);
-}
-
 TEST(FolderListingsTest, NameAddedWhileTheFolderIsReadIsKept) {
   ScopedTempDir dir;
   const std::wstring added = W(dir / "img.xmp");
