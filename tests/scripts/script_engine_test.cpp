@@ -164,8 +164,6 @@ TEST_P(WatchdogDueTimeTest, WrapsIn32Bits) {
 
 INSTANTIATE_TEST_SUITE_P(Range, WatchdogDueTimeTest,
                          testing::ValuesIn(std::vector<DueTimeCase>{
-                             {"zero", 0, 0},
-                             {"condition", 30, -300'000'000},
                              {"last_exact", 214, -2'140'000'000},
                              {"first_wrapped_positive", 215, 2'144'967'296},
                              {"action_wraps_to_170s", 600, -1'705'032'704},
@@ -276,7 +274,6 @@ INSTANTIATE_TEST_SUITE_P(
     Forms, ScriptPathTest,
     testing::ValuesIn(std::vector<PathCase>{
         {"windows_form", L"%HOME%/s.js", kHome + L"/s.js"},
-        {"braces", L"${HOME}/s.js", kHome + L"/s.js"},
         {"leading_tilde", L"~/s.js", kHome + L"/s.js"},
         {"tilde_inside_stays", L"/a/~/s.js", L"/a/~/s.js"},
         {"unset_variable_stays", L"$LMK_UNSET_VARIABLE/s.js", L"$LMK_UNSET_VARIABLE/s.js"},
