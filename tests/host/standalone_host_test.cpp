@@ -99,7 +99,6 @@ TEST_P(HostRangeTest, EachImageOfTheRangeExactlyOnce) {
 }
 
 const RangeCase kRangeCases[] = {
-    {"FirstImageEightThreads", 300, "first", 0, 8},
     {"CurrentImageEightThreads", 300, "current", 120, 8},
     {"OneImageList", 1, "first", 0, 8},
     {"ImageAtSingleWorker", 50, "at", 49, 1},

@@ -237,7 +237,6 @@ struct WaitCase {
 
 const WaitCase kCases[] = {
     {"OneSlotForever", 1, kWaitForever},
-    {"TwoSlotsForever", 2, kWaitForever},
     {"OneSlotLongLimit", 1, milliseconds(60'000)},
 };
 
