@@ -13,7 +13,6 @@
 #include "actions/copy_action.h"
 #include "actions/link_action.h"
 #include "actions/move_action.h"
-#include "actions/renaming_template_store.h"
 #include "platform/file_operations.h"
 #include "support/data_table.h"
 
@@ -204,19 +203,6 @@ TEST_F(TransferFilesTest, VerifiedCopyIsLogged) {
                                      L"/out/v.jpg' has been verified to be "
                                      L"identical to '" +
                                      Root() + L"/v.jpg'.");
-}
-
-TEST_F(TransferFilesTest, NamedRenamingTemplateMustExist) {
-  WriteFile(dir_ / "n.jpg", "img");
-  CCopyAction copy;
-  copy.SetDestination(L"out");
-  copy.SetRenameTemplate(L"No Such Template");
-  RuleSetTemplatesScope templates(NamedTemplates{{L"no such TEMPLATE", L"x_{FileName}"}});
-  std::wstring reason;
-  EXPECT_TRUE(copy.IsValid(&reason));
-  ComPtr<IDictionary> record = Record(L"n.jpg");
-  ASSERT_EQ(copy.Execute(record.Get()), S_OK);
-  EXPECT_TRUE(std::filesystem::exists(dir_ / "out/x_n.jpg"));
 }
 
 TEST_F(TransferFilesTest, VeryLongPath) {

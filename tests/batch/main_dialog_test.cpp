@@ -6,12 +6,10 @@
 
 #include <chrono>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "actions/renaming_template_store.h"
 #include "batch/run_request.h"
 #include "batch_fixture.h"
 #include "com/com_error.h"
@@ -30,7 +28,6 @@ namespace {
 
 using test::CFakeAction;
 using test::CFakeCondition;
-using test::FakeActionKind;
 using test::FakeRunHost;
 using test::NewStream;
 using test::Rule;
@@ -218,60 +215,6 @@ TEST_F(MainDialogTest, OnlyARunWithProgressWaitsForTheMinimumRunTime) {
     } else {
       EXPECT_GE(took, kMinimum);
     }
-  }
-}
-
-// Looks its template up by name during the run, through the store the copy, move and link
-// actions resolve their `rename:` name with, and keeps what it found.
-class TemplateProbeAction final : public CFakeAction {
- public:
-  explicit TemplateProbeAction(std::shared_ptr<std::vector<std::wstring>> found)
-      : found_(std::move(found)) {}
-
-  HRESULT Execute(IDictionary* record) const override {
-    CRenamingTemplateStore store;
-    std::wstring text;
-    const HRESULT hr = store.Find(L"dated", &text);
-    std::lock_guard lock(mutex_);
-    found_->push_back(hr == S_OK ? text : L"<none>");
-    return CFakeAction::Execute(record);
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::shared_ptr<std::vector<std::wstring>> found_;
-};
-
-TEST_F(MainDialogTest, RunUsesTheRuleSetsTemplatesBeforeTheUsersAndOnlyWhileItRuns) {
-  CRenamingTemplateStore store;
-  ASSERT_EQ(store.Set(L"Dated", L"user's {FileName}"), S_OK);
-  auto found = std::make_shared<std::vector<std::wstring>>();
-  CElementRegistry registry;
-  registry.AddKind(FakeActionKind(0),
-                   [found] { return std::make_shared<TemplateProbeAction>(found); });
-
-  struct Case {
-    RuleSetTemplates templates;
-    const wchar_t* expected;
-  };
-  const Case cases[] = {
-      {{{L"Dated", L"{DateTaken:Year} {FileName}"}}, L"{DateTaken:Year} {FileName}"},
-      {{}, L"user's {FileName}"},  // the previous run's templates are gone
-  };
-  for (const Case& c : cases) {
-    found->clear();
-    RunRequest request;
-    request.mode = 1;
-    request.rules = {Rule({std::make_shared<CFakeAction>()})};
-    request.templates = c.templates;
-    ComPtr<IStream> stream = NewStream();
-    ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
-    CMainDialog dialog(host_, stream, 0, view_, registry, QuickRunner());
-    dialog.DoModal(nullptr);
-    EXPECT_EQ(*found, std::vector<std::wstring>{c.expected});
-    std::wstring after;
-    ASSERT_EQ(store.Find(L"Dated", &after), S_OK);
-    EXPECT_EQ(after, L"user's {FileName}") << "the rule set's templates end with the run";
   }
 }
 

@@ -9,7 +9,6 @@
 
 #include "com/com_error.h"
 #include "support/data_table.h"
-#include "templates/template_expander.h"
 
 namespace lmk {
 namespace {
@@ -66,19 +65,6 @@ INSTANTIATE_TEST_SUITE_P(
     Pathological, GivesUp,
     ::testing::ValuesIn(test::ReadCaseTable("cases/bounded_regex_give_ups.tsv")),
     [](const auto& i) { return i.param.name; });
-
-TEST(BoundedRegexTemplate, FailureNamesTemplateExpressionAndName) {
-  TemplateContext context;
-  context.set_name_override(std::wstring(40, L'a') + L'b');
-  std::wstring result;
-  EXPECT_EQ(ExpandTemplate(nullptr, L"{RegEx:(a+)+$}{1}", &result, &context),
-            BoundedRegex::kTooComplex);
-  const std::wstring why = TakeErrorDescription();
-  for (const std::wstring& part : {std::wstring(L"{RegEx:(a+)+$}{1}"), std::wstring(L"\"(a+)+$\""),
-                                   *context.name_override()}) {
-    EXPECT_NE(why.find(part), std::wstring::npos) << "lacks " << part.size() << " characters";
-  }
-}
 
 TEST(BoundedRegexCompile, RefusesWhatDoesNotCompile) {
   for (const wchar_t* bad : {L"(a", L"a{2,1}", L"[b-a]", L"*a"}) {

@@ -50,23 +50,6 @@ INSTANTIATE_TEST_SUITE_P(Templates, Counter,
                          ::testing::ValuesIn(test::NamedRows("template_counters.txt")),
                          [](const auto& info) { return info.param.name; });
 
-TEST(CounterTest, AbsentCounterStartsAtZero) {
-  test::ScopedConfigDir config;
-  EXPECT_EQ(Expand(L"{AutoCycle:3}"), L"000");
-  EXPECT_EQ(Stored(L"AutoCycleValue3"), 1u);
-}
-
-TEST(CounterTest, PreviewReadsWithoutAdvancing) {
-  test::ScopedConfigDir config;
-  ASSERT_EQ(UserStore()->SetValue(TemplateCounters::kKey, L"AutoCycleValue1", RegValue::Dword(9)),
-            S_OK);
-  TemplateContext context;
-  context.set_preview(true);
-  EXPECT_EQ(Expand(L"{AutoCycle:1}{AutoCycle:1}{AutoIncrement}", &context), L"990");
-  EXPECT_EQ(Stored(L"AutoCycleValue1"), 9u);
-  EXPECT_EQ(Stored(TemplateCounters::kIncrementName), 0xFFFFFFFFu);  // still absent
-}
-
 TEST(CounterTest, RolledBackTransactionLeavesCounter) {
   test::ScopedConfigDir config;
   std::shared_ptr<SettingsStore> store = UserStore();

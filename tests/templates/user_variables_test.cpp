@@ -59,25 +59,6 @@ TEST(UserVariablesTest, LongChainStopsAtDepthLimit) {
   EXPECT_EQ(result, L"........{UserDefined:v8}");
 }
 
-TEST(UserVariablesTest, ListGetSetUnset) {
-  test::ScopedConfigDir config;
-  std::vector<std::pair<std::wstring, RegValue>> listed;
-  ASSERT_EQ(UserVariables::List(&listed), S_OK);
-  EXPECT_TRUE(listed.empty());
-  ASSERT_EQ(UserVariables::Set(L"b", RegValue::Dword(2)), S_OK);
-  ASSERT_EQ(UserVariables::Set(L"a", S(L"one")), S_OK);
-  ASSERT_EQ(UserVariables::List(&listed), S_OK);
-  ASSERT_EQ(listed.size(), 2u);
-  EXPECT_EQ(listed[0].first, L"a");
-  EXPECT_EQ(listed[1].second, RegValue::Dword(2));
-  RegValue value;
-  ASSERT_EQ(UserVariables::Get(L"A", &value), S_OK);
-  EXPECT_EQ(value.text, L"one");
-  ASSERT_EQ(UserVariables::Unset(L"a"), S_OK);
-  EXPECT_EQ(UserVariables::Get(L"a", &value), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-  EXPECT_EQ(UserVariables::Unset(L"a"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-}
-
 struct BadSetCase {
   const char* name;
   std::wstring variable;
