@@ -114,14 +114,11 @@ HRESULT CExportAction::ExecuteFrame(IDictionary& record) const {
   if (source.empty()) return S_FALSE;
 
   const ExportSettings settings = EffectiveSettings();
-  CRenamingTemplateStore store;
-  TemplateContext context;
   TransferTarget target;
-  std::wstring failure;
   const DestinationSettings destination{destination_, renameTemplate_,
                                         Option(kExportPreserveHierarchy)};
-  HRESULT hr = PlanTransfer(record, source, destination, store, context, &target, &failure);
-  if (FAILED(hr)) return ReportFailure(hr, failure.empty() ? FailureMessage(L"", hr) : failure);
+  HRESULT hr = PlanTransfer(record, source, destination, &target);
+  if (FAILED(hr)) return hr;
   target.path.resize(target.path.size() - target.extension.size());
   target.path += ExportExtension(settings.format);
 

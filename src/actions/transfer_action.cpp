@@ -133,14 +133,11 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
   std::wstring pathNoExt;
   LMK_RETURN_IF_FAILED(ReadPathNoExt(record, source, &pathNoExt));
 
-  CRenamingTemplateStore store;
-  TemplateContext context;
   TransferTarget target;
-  std::wstring failure;
   const DestinationSettings settings{destination_, renameTemplate_,
                                      Option(kTransferPreserveHierarchy)};
-  HRESULT hr = PlanTransfer(record, source, settings, store, context, &target, &failure);
-  if (FAILED(hr)) return ReportFailure(hr, failure.empty() ? FailureMessage(L"", hr) : failure);
+  HRESULT hr = PlanTransfer(record, source, settings, &target);
+  if (FAILED(hr)) return hr;
 
   if (renameTemplate_.empty()) {
     LogEvent(kEventLevelInformation, AnnounceText(false), source, target.folder);
@@ -169,6 +166,7 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
     return ReportFailure(hr,
                          FailureMessage(FormatActionText(FailureText(), source, target.path), hr));
   }
+  std::wstring failure;
   hr = TransferWithRetry(source, target.path, session, &failure);
   if (FAILED(hr)) return ReportFailure(hr, failure);
   LMK_RETURN_IF_FAILED(AfterImage(record, source, target.path));

@@ -58,9 +58,11 @@ HRESULT ExpandNameTemplate(IDictionary* record, std::wstring_view templ, Templat
   return S_OK;
 }
 
-HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
-                     const DestinationSettings& settings, CRenamingTemplateStore& store,
-                     TemplateContext& context, TransferTarget* target, std::wstring* failure) {
+namespace {
+
+HRESULT Plan(IDictionary& record, std::wstring_view source, const DestinationSettings& settings,
+             CRenamingTemplateStore& store, TemplateContext& context, TransferTarget* target,
+             std::wstring* failure) {
   constexpr PathStyle kStyle = kNativePathStyle;
   std::wstring imagesFolder;
   LMK_RETURN_IF_FAILED(ReadOptionalText(record, L"App.ImagesFolder", &imagesFolder));
@@ -105,6 +107,18 @@ HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
   target->path += target->baseName;
   target->path += target->extension;
   return S_OK;
+}
+
+}  // namespace
+
+HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
+                     const DestinationSettings& settings, TransferTarget* target) {
+  CRenamingTemplateStore store;
+  TemplateContext context;
+  std::wstring failure;
+  const HRESULT hr = Plan(record, source, settings, store, context, target, &failure);
+  if (FAILED(hr)) return ReportFailure(hr, failure.empty() ? FailureMessage(L"", hr) : failure);
+  return hr;
 }
 
 bool CheckTransferTemplates(std::wstring_view destination, std::wstring_view renameTemplate,

@@ -42,15 +42,13 @@ struct TransferTarget {
                                          TemplateContext& context, std::wstring* name);
 
 /// Plans the transfer of the image at source (`File.Name` of record). All templates are
-/// expanded with context, so that one template's `{RegEx:...}` feeds the next one's `{1}`.
+/// expanded with one context, so that one template's `{RegEx:...}` feeds the next one's `{1}`.
 /// S_OK; a failure of the record, the expander or the template store, or
-/// HRESULT_FROM_WIN32(ERROR_NOT_FOUND) for a renaming template that does not exist. For the
-/// last three, *failure is set to the text that says so (naming the settings database when
-/// it is the cause).
+/// HRESULT_FROM_WIN32(ERROR_NOT_FOUND) for a renaming template that does not exist, each
+/// reported as the action's error (ReportFailure) with the text that says why (naming the
+/// settings database when it is the cause).
 [[nodiscard]] HRESULT PlanTransfer(IDictionary& record, std::wstring_view source,
-                                   const DestinationSettings& settings,
-                                   CRenamingTemplateStore& store, TemplateContext& context,
-                                   TransferTarget* target, std::wstring* failure);
+                                   const DestinationSettings& settings, TransferTarget* target);
 
 /// The text of the renaming template settings.renameTemplate names: the stored template of
 /// that name, else the text itself when it holds a '{' (a template written in place). S_OK;
