@@ -65,6 +65,10 @@ coverage:
 	cmake -S . -B $(BUILD_COVERAGE) -G Ninja -DCMAKE_BUILD_TYPE=Debug \
 	  -DCMAKE_CXX_FLAGS=--coverage -DCMAKE_C_FLAGS=--coverage -DCMAKE_EXE_LINKER_FLAGS=--coverage \
 	  -DCMAKE_SHARED_LINKER_FLAGS=--coverage
+	# Sources that moved to another target leave old objects and notes behind, which gcovr cannot
+	# merge with the new ones.
+	ninja -C $(BUILD_COVERAGE) -t cleandead >/dev/null
+	find $(BUILD_COVERAGE) -name '*.gcno' | while read -r n; do [ -f "$${n%.gcno}.o" ] || rm -f "$$n"; done
 	cmake --build $(BUILD_COVERAGE) -j $(JOBS)
 	find $(BUILD_COVERAGE) -name '*.gcda' -delete
 	cd $(BUILD_COVERAGE) && ctest -j $(JOBS) --timeout 300 >ctest.log || (tail -30 ctest.log; true)
