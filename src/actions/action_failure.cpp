@@ -86,4 +86,11 @@ void LogFailure(std::wstring_view message) {
   if (EventLogWriter* log = EventLogWriter::Current()) log->Write(kEventLevelError, message);
 }
 
+HRESULT CompanionFailure(HRESULT hr, std::wstring_view message, CActionErrorMode mode) {
+  if (SUCCEEDED(hr)) return hr;
+  if (mode != CActionErrorMode::Ignore) return ReportFailure(hr, message);
+  LogFailure(message);
+  return S_OK;
+}
+
 }  // namespace lmk

@@ -9,6 +9,7 @@
 
 #include "com/com.h"
 #include "platform/message_format.h"
+#include "rules/action_error_mode.h"
 
 namespace lmk {
 
@@ -35,5 +36,10 @@ HRESULT ReportFailure(HRESULT hr, std::wstring_view message);
 /// Writes message to the run's log as an error event: for failures that do not end the action
 /// (a companion file under the ignore policy, a folder that is left in place).
 void LogFailure(std::wstring_view message);
+
+/// The outcome of a companion file whose picture succeeded: a success passes; a failure under the
+/// ignore policy is logged and becomes S_OK (the picture's own change stands), any other is
+/// reported as ReportFailure does.
+HRESULT CompanionFailure(HRESULT hr, std::wstring_view message, CActionErrorMode mode);
 
 }  // namespace lmk

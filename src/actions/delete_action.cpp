@@ -102,10 +102,7 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
     }
     errorText.clear();
     hr = DeleteOne(companion.path, &errorText);
-    if (FAILED(hr)) {
-      if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, errorText);
-      LogFailure(errorText);
-    }
+    LMK_RETURN_IF_FAILED(CompanionFailure(hr, errorText, OnFailure()));
   }
 
   if (Option(kDeleteEmptyFolders)) {

@@ -193,11 +193,8 @@ HRESULT CFTPAction::Run(IDictionary& record) const {
     hr = UploadOne(companion.path,
                    ExtensionChanged(url, EscapeName(extension), EscapeName(companion.suffix)),
                    &failure);
-    if (FAILED(hr)) {
-      // The image is on the server; the policy decides whether a missing companion matters.
-      if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, failure);
-      LogFailure(failure);
-    }
+    // The image is on the server; the policy decides whether a missing companion matters.
+    LMK_RETURN_IF_FAILED(CompanionFailure(hr, failure, OnFailure()));
   }
   return S_OK;
 }

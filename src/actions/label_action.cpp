@@ -59,9 +59,9 @@ HRESULT LabelDialogEntries(ILumarkoHost& host, std::int16_t convention,
 }
 
 CLabelAction::CLabelAction()
-    : CMetadataAction(
-          ProductKind(ElementFamily::Action, L"SetXMPLabel"),
-          {L"Meta.XMP.Label", L"Setting XMP Label for \"%s\" to %d.", L"XMP label", false}) {}
+    : CMetadataAction(ProductKind(ElementFamily::Action, L"SetXMPLabel"),
+                      {L"Meta.XMP.Label", L"Setting XMP Label for \"%s\" to %d.", L"XMP label",
+                       false, L"label", kLabelWords, L"XMP Label", 9, nullptr}) {}
 
 bool CLabelAction::IsValid(std::wstring* reason) const {
   if (Value() > UpperBound()) {
@@ -96,7 +96,7 @@ void CLabelAction::ExchangeFields(CFieldArchive& archive, BYTE version) {
 
 void CLabelAction::ExchangeParameters(CParamArchive& archive) {
   archive.Integer(L"convention", convention_);
-  ExchangeValue(archive, L"label", kLabelWords);
+  CMetadataAction::ExchangeParameters(archive);
 }
 
 }  // namespace lmk

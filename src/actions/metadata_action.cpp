@@ -118,10 +118,18 @@ void CMetadataAction::ExchangeFields(CFieldArchive& archive, BYTE /*version*/) {
   archive.I16(value_);
 }
 
-void CMetadataAction::ExchangeValue(CParamArchive& archive, std::wstring_view name,
-                                    std::span<const ParamWord> words) {
+std::wstring CMetadataAction::Description() const {
+  return L"Set its " + std::wstring(traits_.title) + L" to " + ValueText() + L".";
+}
+
+HRESULT CMetadataAction::WriteToHost(ILumarkoHost& host, ULONGLONG cookie,
+                                     std::int16_t value) const {
+  return (host.*traits_.write)(cookie, value);
+}
+
+void CMetadataAction::ExchangeParameters(CParamArchive& archive) {
   std::uint32_t raw = static_cast<std::uint16_t>(value_);
-  archive.Choice(name, raw, words);
+  archive.Choice(traits_.parameter, raw, traits_.words);
   value_ = static_cast<std::int16_t>(static_cast<std::uint16_t>(raw));
 }
 

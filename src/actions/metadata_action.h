@@ -34,30 +34,37 @@ class CMetadataAction : public CAction {
   /// the host refused the write (its description follows the action's); the failing status of
   /// a record read (E_NOINTERFACE when Plugin.Host is no host). E_INVALIDARG for a null record.
   [[nodiscard]] HRESULT Execute(IDictionary* record) const override;
+  /// "Set its XMP Rating to 3."
+  std::wstring Description() const override;
 
  protected:
   /// What one kind of metadata action reads, writes and says.
   struct Traits {
-    std::wstring_view key;      ///< the record's value, "Meta.XMP.Rating"
-    std::wstring_view logText;  ///< "Setting XMP Rating for \"%s\" to %d."
-    std::wstring_view what;     ///< "XMP rating", for failures
-    bool usesInPlaceFlag;       ///< an equal value is skipped only for in-place hosts
+    std::wstring_view key;             ///< the record's value, "Meta.XMP.Rating"
+    std::wstring_view logText;         ///< "Setting XMP Rating for \"%s\" to %d."
+    std::wstring_view what;            ///< "XMP rating", for failures
+    bool usesInPlaceFlag;              ///< an equal value is skipped only for in-place hosts
+    std::wstring_view parameter;       ///< the value's named parameter, "rating"
+    std::span<const ParamWord> words;  ///< what the value may be written as, steps included
+    std::wstring_view title;           ///< for descriptions: "XMP Rating"
+    std::int16_t upperBound;           ///< the highest value of the scale
+    /// The host's write of the value; null for a kind that writes in its own way.
+    HRESULT (STDMETHODCALLTYPE ILumarkoHost::*write)(ULONGLONG cookie, SHORT value);
   };
 
   CMetadataAction(const ElementKind& kind, const Traits& traits) : CAction(kind), traits_(traits) {}
 
-  /// The highest value of the scale (one more stops there).
-  virtual std::int16_t UpperBound() const = 0;
-  /// Asks the host to write value for the file.
-  virtual HRESULT WriteToHost(ILumarkoHost& host, ULONGLONG cookie, std::int16_t value) const = 0;
+  /// The highest value of the scale (one more stops there); the kind's upper bound.
+  virtual std::int16_t UpperBound() const { return traits_.upperBound; }
+  /// Asks the host to write value for the file, through the kind's host call.
+  virtual HRESULT WriteToHost(ILumarkoHost& host, ULONGLONG cookie, std::int16_t value) const;
   /// Stores the new value (and what goes with it) in the record.
   virtual HRESULT StoreInRecord(IDictionary& record, std::int16_t value) const;
 
   /// Version 1: the value as a signed 16-bit number.
   void ExchangeFields(CFieldArchive& archive, BYTE version) override;
-  /// The value under name, as a number or one of words (which includes the two steps).
-  void ExchangeValue(CParamArchive& archive, std::wstring_view name,
-                     std::span<const ParamWord> words);
+  /// The value under the kind's parameter name, as a number or one of its words.
+  void ExchangeParameters(CParamArchive& archive) override;
   /// "one more", "one less" or the number, for descriptions.
   std::wstring ValueText() const;
 

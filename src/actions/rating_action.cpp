@@ -21,18 +21,7 @@ constexpr ParamWord kRatingWords[] = {{L"-1", 0xFFFF},
 CRatingAction::CRatingAction()
     : CMetadataAction(
           ProductKind(ElementFamily::Action, L"SetXMPRating"),
-          {L"Meta.XMP.Rating", L"Setting XMP Rating for \"%s\" to %d.", L"XMP rating", true}) {}
-
-std::wstring CRatingAction::Description() const {
-  return L"Set its XMP Rating to " + ValueText() + L".";
-}
-
-HRESULT CRatingAction::WriteToHost(ILumarkoHost& host, ULONGLONG cookie, std::int16_t value) const {
-  return host.SetXmpRating(cookie, value);
-}
-
-void CRatingAction::ExchangeParameters(CParamArchive& archive) {
-  ExchangeValue(archive, L"rating", kRatingWords);
-}
+          {L"Meta.XMP.Rating", L"Setting XMP Rating for \"%s\" to %d.", L"XMP rating", true,
+           L"rating", kRatingWords, L"XMP Rating", 5, &ILumarkoHost::SetXmpRating}) {}
 
 }  // namespace lmk

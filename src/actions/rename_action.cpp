@@ -107,11 +107,8 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
                             retry_);
         },
         &errorText);
-    if (FAILED(companionHr)) {
-      // The image keeps its new name whatever happens to its sidecar.
-      if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(companionHr, errorText);
-      LogFailure(errorText);
-    }
+    // The image keeps its new name whatever happens to its sidecar.
+    LMK_RETURN_IF_FAILED(CompanionFailure(companionHr, errorText, OnFailure()));
   }
   return S_OK;
 }

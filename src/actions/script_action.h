@@ -15,8 +15,6 @@ class CScriptAction : public CAction {
  public:
   CScriptAction();
 
-  const std::wstring& Script() const { return script_; }
-  const std::wstring& Engine() const { return engine_; }
   void SetScript(std::wstring script, std::wstring engine) {
     script_ = std::move(script);
     engine_ = std::move(engine);

@@ -23,19 +23,7 @@ constexpr ParamWord kUrgencyWords[] = {{L"0", 0},
 CUrgencyAction::CUrgencyAction()
     : CMetadataAction(ProductKind(ElementFamily::Action, L"SetPhotoshopUrgency"),
                       {L"Meta.Photoshop.Urgency", L"Setting Photoshop Urgency for \"%s\" to %d.",
-                       L"Photoshop urgency", false}) {}
-
-std::wstring CUrgencyAction::Description() const {
-  return L"Set its Photoshop Urgency to " + ValueText() + L".";
-}
-
-HRESULT CUrgencyAction::WriteToHost(ILumarkoHost& host, ULONGLONG cookie,
-                                    std::int16_t value) const {
-  return host.SetPhotoshopUrgency(cookie, value);
-}
-
-void CUrgencyAction::ExchangeParameters(CParamArchive& archive) {
-  ExchangeValue(archive, L"urgency", kUrgencyWords);
-}
+                       L"Photoshop urgency", false, L"urgency", kUrgencyWords, L"Photoshop Urgency",
+                       9, &ILumarkoHost::SetPhotoshopUrgency}) {}
 
 }  // namespace lmk

@@ -8,10 +8,23 @@ namespace lmk {
 
 namespace {
 
-struct Entry {
-  EventLogText id;
+// One row of a text table: a value and its words.
+template <class Key>
+struct KeyText {
+  Key key;
   std::wstring_view text;
 };
+
+template <class Key, std::size_t N>
+std::wstring_view TextOf(const std::array<KeyText<Key>, N>& table, Key key,
+                         std::wstring_view missing) {
+  for (const KeyText<Key>& entry : table) {
+    if (entry.key == key) return entry.text;
+  }
+  return missing;
+}
+
+using Entry = KeyText<EventLogText>;
 
 constexpr std::array kTexts = {
     Entry{EventLogText::kColumnType, L"Type"},
@@ -49,10 +62,7 @@ constexpr std::array kTexts = {
 static_assert(kTexts.size() == 25, "one entry per EventLogText value");
 
 using Problem = EventTraceDamage::Problem;
-struct ProblemEntry {
-  Problem problem;
-  std::wstring_view text;
-};
+using ProblemEntry = KeyText<Problem>;
 
 constexpr std::array kProblems = {
     ProblemEntry{Problem::kNone, L"no damage"},
@@ -76,18 +86,10 @@ static_assert(kProblems.size() == static_cast<size_t>(Problem::kTextEnd) + 1,
 
 }  // namespace
 
-std::wstring_view LoadEventLogText(EventLogText id) {
-  for (const Entry& entry : kTexts) {
-    if (entry.id == id) return entry.text;
-  }
-  return {};
-}
+std::wstring_view LoadEventLogText(EventLogText id) { return TextOf(kTexts, id, {}); }
 
 std::wstring_view DamageProblemText(EventTraceDamage::Problem problem) {
-  for (const ProblemEntry& entry : kProblems) {
-    if (entry.problem == problem) return entry.text;
-  }
-  return kProblems[0].text;
+  return TextOf(kProblems, problem, kProblems[0].text);
 }
 
 std::wstring_view EventLevelWord(BYTE level) {

@@ -14,6 +14,16 @@ namespace {
 // Some SDK headers declare VariantCopy's source without const although it is only read.
 VARIANT* MutableSource(const VARIANT& source) { return const_cast<VARIANT*>(&source); }
 
+// A Variant of type vt holding what fill writes; the type is set last, so that a throwing fill
+// leaves an empty Variant behind.
+template <class Fill>
+Variant Made(VARTYPE vt, Fill fill) {
+  Variant made;
+  fill(*made.get());
+  made.get()->vt = vt;
+  return made;
+}
+
 }  // namespace
 
 Variant::Variant(const Variant& other) {
@@ -42,123 +52,77 @@ Variant& Variant::operator=(Variant&& other) noexcept {
 Variant::~Variant() { VariantClear(&v_); }
 
 Variant Variant::I1(int8_t value) {
-  Variant v;
-  v.v_.vt = VT_I1;
-  v.v_.cVal = static_cast<CHAR>(value);
-  return v;
+  return Made(VT_I1, [&](VARIANT& v) { v.cVal = static_cast<CHAR>(value); });
 }
 
 Variant Variant::I2(int16_t value) {
-  Variant v;
-  v.v_.vt = VT_I2;
-  v.v_.iVal = value;
-  return v;
+  return Made(VT_I2, [&](VARIANT& v) { v.iVal = value; });
 }
 
 Variant Variant::I4(int32_t value) {
-  Variant v;
-  v.v_.vt = VT_I4;
-  v.v_.lVal = value;
-  return v;
+  return Made(VT_I4, [&](VARIANT& v) { v.lVal = value; });
 }
 
 Variant Variant::I8(int64_t value) {
-  Variant v;
-  v.v_.vt = VT_I8;
-  v.v_.llVal = value;
-  return v;
+  return Made(VT_I8, [&](VARIANT& v) { v.llVal = value; });
 }
 
 Variant Variant::UI1(uint8_t value) {
-  Variant v;
-  v.v_.vt = VT_UI1;
-  v.v_.bVal = value;
-  return v;
+  return Made(VT_UI1, [&](VARIANT& v) { v.bVal = value; });
 }
 
 Variant Variant::UI2(uint16_t value) {
-  Variant v;
-  v.v_.vt = VT_UI2;
-  v.v_.uiVal = value;
-  return v;
+  return Made(VT_UI2, [&](VARIANT& v) { v.uiVal = value; });
 }
 
 Variant Variant::UI4(uint32_t value) {
-  Variant v;
-  v.v_.vt = VT_UI4;
-  v.v_.ulVal = value;
-  return v;
+  return Made(VT_UI4, [&](VARIANT& v) { v.ulVal = value; });
 }
 
 Variant Variant::UI8(uint64_t value) {
-  Variant v;
-  v.v_.vt = VT_UI8;
-  v.v_.ullVal = value;
-  return v;
+  return Made(VT_UI8, [&](VARIANT& v) { v.ullVal = value; });
 }
 
 Variant Variant::R4(float value) {
-  Variant v;
-  v.v_.vt = VT_R4;
-  v.v_.fltVal = value;
-  return v;
+  return Made(VT_R4, [&](VARIANT& v) { v.fltVal = value; });
 }
 
 Variant Variant::R8(double value) {
-  Variant v;
-  v.v_.vt = VT_R8;
-  v.v_.dblVal = value;
-  return v;
+  return Made(VT_R8, [&](VARIANT& v) { v.dblVal = value; });
 }
 
 Variant Variant::Bool(bool value) {
-  Variant v;
-  v.v_.vt = VT_BOOL;
-  v.v_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-  return v;
+  return Made(VT_BOOL, [&](VARIANT& v) { v.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE; });
 }
 
 Variant Variant::Date(DATE value) {
-  Variant v;
-  v.v_.vt = VT_DATE;
-  v.v_.date = value;
-  return v;
+  return Made(VT_DATE, [&](VARIANT& v) { v.date = value; });
 }
 
 Variant Variant::String(std::wstring_view text) {
-  Variant v;
-  v.v_.bstrVal = Bstr(text).Detach();
-  v.v_.vt = VT_BSTR;
-  return v;
+  return Made(VT_BSTR, [&](VARIANT& v) { v.bstrVal = Bstr(text).Detach(); });
 }
 
 Variant Variant::Error(SCODE value) {
-  Variant v;
-  v.v_.vt = VT_ERROR;
-  v.v_.scode = value;
-  return v;
+  return Made(VT_ERROR, [&](VARIANT& v) { v.scode = value; });
 }
 
 Variant Variant::Null() {
-  Variant v;
-  v.v_.vt = VT_NULL;
-  return v;
+  return Made(VT_NULL, [](VARIANT&) {});
 }
 
 Variant Variant::Unknown(IUnknown* unknown) {
-  Variant v;
-  v.v_.vt = VT_UNKNOWN;
-  v.v_.punkVal = unknown;
-  if (unknown != nullptr) unknown->AddRef();
-  return v;
+  return Made(VT_UNKNOWN, [&](VARIANT& v) {
+    v.punkVal = unknown;
+    if (unknown != nullptr) unknown->AddRef();
+  });
 }
 
 Variant Variant::Dispatch(IDispatch* dispatch) {
-  Variant v;
-  v.v_.vt = VT_DISPATCH;
-  v.v_.pdispVal = dispatch;
-  if (dispatch != nullptr) dispatch->AddRef();
-  return v;
+  return Made(VT_DISPATCH, [&](VARIANT& v) {
+    v.pdispVal = dispatch;
+    if (dispatch != nullptr) dispatch->AddRef();
+  });
 }
 
 Variant Variant::Copy(const VARIANT& source) {

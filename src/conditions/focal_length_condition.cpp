@@ -1,8 +1,6 @@
 // The "FocalLength" condition.
 #include "conditions/focal_length_condition.h"
 
-#include "conditions/record_value.h"
-
 namespace lmk {
 
 CFocalLengthCondition::CFocalLengthCondition()
@@ -19,9 +17,7 @@ std::wstring CFocalLengthCondition::OperandText() const {
 
 HRESULT CFocalLengthCondition::Test(IDictionary& record) const {
   static const Bstr kKey(L"Meta.FocalLength");
-  std::int32_t millimetres = 0;
-  LMK_RETURN_IF_FAILED(GetRecordInt(record, kKey, &millimetres));
-  return ComparePacked(Word(), millimetres);
+  return TestRecordValue(record, kKey);
 }
 
 }  // namespace lmk

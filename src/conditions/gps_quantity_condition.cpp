@@ -12,16 +12,16 @@
 namespace lmk {
 
 CGpsQuantityCondition::CGpsQuantityCondition(const Traits& traits)
-    : CRecordCondition(ProductKind(ElementFamily::Condition, traits.kindName)), traits_(&traits) {}
+    : CRecordCondition(ProductKind(ElementFamily::Condition, traits.kindName)), traits_(traits) {}
 
 HRESULT CGpsQuantityCondition::Test(IDictionary& record) const {
   USHORT flags = 0;
   LMK_RETURN_IF_FAILED(ReadGpsFlags(record, &flags));
-  if ((flags & traits_->presenceBit) == 0) return S_FALSE;
+  if ((flags & traits_.presenceBit) == 0) return S_FALSE;
   double value = 0;
-  LMK_RETURN_IF_FAILED(GetRecordDouble(record, Bstr(traits_->recordKey), &value));
+  LMK_RETURN_IF_FAILED(GetRecordDouble(record, Bstr(traits_.recordKey), &value));
   const ScaledOperand operand =
-      ScaleOperand(traits_->units, unit_, static_cast<double>(PackedOperand(comparison_)));
+      ScaleOperand(traits_.units, unit_, static_cast<double>(PackedOperand(comparison_)));
   return CompareWithTolerance(PackedCode(comparison_), value, operand.value, operand.tolerance);
 }
 
@@ -31,9 +31,9 @@ bool CGpsQuantityCondition::IsValid(std::wstring* reason) const {
     if (reason != nullptr) *reason = L"operator: " + why;
     return false;
   }
-  if (unit_ >= traits_->units.size()) {
+  if (unit_ >= traits_.units.size()) {
     if (reason != nullptr) {
-      *reason = std::wstring(traits_->parameter) + L": unknown unit code " + std::to_wstring(unit_);
+      *reason = std::wstring(traits_.parameter) + L": unknown unit code " + std::to_wstring(unit_);
     }
     return false;
   }
@@ -41,10 +41,10 @@ bool CGpsQuantityCondition::IsValid(std::wstring* reason) const {
 }
 
 std::wstring CGpsQuantityCondition::Description() const {
-  std::wstring body = std::wstring(traits_->subject) + L" is " +
+  std::wstring body = std::wstring(traits_.subject) + L" is " +
                       ComparisonWords(PackedCode(comparison_)) + L" " +
                       std::to_wstring(PackedOperand(comparison_));
-  if (unit_ < traits_->units.size()) body += L" " + std::wstring(traits_->units[unit_].word);
+  if (unit_ < traits_.units.size()) body += L" " + std::wstring(traits_.units[unit_].word);
   return Sentence(body);
 }
 
@@ -58,15 +58,15 @@ void CGpsQuantityCondition::ExchangeParameters(CParamArchive& archive) {
   archive.Comparison(L"operator", op, false);
   double amount = PackedOperand(comparison_);
   std::uint32_t unit = unit_;
-  archive.Quantity(traits_->parameter, amount, unit, traits_->paramUnits, 0, kPackedOperandMask);
+  archive.Quantity(traits_.parameter, amount, unit, traits_.paramUnits, 0, kPackedOperandMask);
   if (archive.IsLoading()) {
     // The comparison keeps a whole number: half a unit either way is its tolerance.
     if (amount != std::floor(amount)) {
-      throw CRuleSetError(std::wstring(L"Parameter '") + std::wstring(traits_->parameter) +
+      throw CRuleSetError(std::wstring(L"Parameter '") + std::wstring(traits_.parameter) +
                           L"' of " + Key() + L": write a whole number of " +
-                          std::wstring(traits_->paramUnits[unit].word) + L", such as " +
+                          std::wstring(traits_.paramUnits[unit].word) + L", such as " +
                           FormatNumber(std::round(amount)) + L" " +
-                          std::wstring(traits_->paramUnits[unit].word));
+                          std::wstring(traits_.paramUnits[unit].word));
     }
     unit_ = unit;
   }

@@ -48,7 +48,7 @@ class CGpsQuantityCondition : public CRecordCondition {
   void ExchangeParameters(CParamArchive& archive) override;
 
  private:
-  const Traits* traits_;
+  Traits traits_;
   DWORD comparison_ = 0;  // no operator yet: invalid until chosen
   std::uint32_t unit_ = 0;
 };

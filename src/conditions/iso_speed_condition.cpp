@@ -1,8 +1,6 @@
 // The "ISOSpeed" condition.
 #include "conditions/iso_speed_condition.h"
 
-#include "conditions/record_value.h"
-
 namespace lmk {
 
 CISOSpeedCondition::CISOSpeedCondition()
@@ -15,9 +13,7 @@ std::wstring CISOSpeedCondition::Description() const {
 
 HRESULT CISOSpeedCondition::Test(IDictionary& record) const {
   static const Bstr kKey(L"Meta.ISOSpeed");
-  std::int32_t iso = 0;
-  LMK_RETURN_IF_FAILED(GetRecordInt(record, kKey, &iso));
-  return ComparePacked(Word(), iso);
+  return TestRecordValue(record, kKey);
 }
 
 }  // namespace lmk

@@ -40,7 +40,7 @@ void CPackedCondition::ExchangeParameters(CParamArchive& archive) {
 HRESULT CPackedCondition::TestRecordValue(IDictionary& record, const Bstr& key) const {
   std::int32_t value = 0;
   LMK_RETURN_IF_FAILED(GetRecordInt(record, key, &value));
-  if (static_cast<CompareOp>(Code()) == CompareOp::NotSet) {
+  if (allowNotSet_ && static_cast<CompareOp>(Code()) == CompareOp::NotSet) {
     return (static_cast<DWORD>(value) & kPackedOperandMask) == kPackedOperandMask ? S_OK : S_FALSE;
   }
   return ComparePacked(word_, value);

@@ -43,9 +43,9 @@ class CPackedCondition : public CRecordCondition {
   /// "<subject> is <operator words> <operand text>", or "<subject> is not set".
   std::wstring ComparisonSentence(std::wstring_view subject) const;
 
-  /// The record's whole number under key against the word. "Not set" holds when every operand
-  /// bit of the value is set (the -1 of a value the image lacks). S_OK, S_FALSE; the failure of
-  /// the read.
+  /// The record's whole number under key against the word. "Not set", where the class takes it,
+  /// holds when every operand bit of the value is set (the -1 of a value the image lacks). S_OK,
+  /// S_FALSE; E_UNEXPECTED for a code the class does not take; the failure of the read.
   HRESULT TestRecordValue(IDictionary& record, const Bstr& key) const;
 
   /// One 32-bit word.

@@ -14,12 +14,9 @@ std::wstring CPortraitCondition::Description() const {
 }
 
 HRESULT CPortraitCondition::Test(IDictionary& record) const {
-  static const Bstr kWidth(L"Image.NativeWidth");
-  static const Bstr kHeight(L"Image.NativeHeight");
   std::int32_t width = 0;
   std::int32_t height = 0;
-  LMK_RETURN_IF_FAILED(GetRecordInt(record, kWidth, &width));
-  LMK_RETURN_IF_FAILED(GetRecordInt(record, kHeight, &height));
+  LMK_RETURN_IF_FAILED(GetNativeSize(record, &width, &height));
   return Answer(height > width);
 }
 

@@ -41,6 +41,13 @@ HRESULT GetRecordInt(IDictionary& record, const Bstr& key, std::int32_t* value) 
   return S_OK;
 }
 
+HRESULT GetNativeSize(IDictionary& record, std::int32_t* width, std::int32_t* height) {
+  static const Bstr kWidth(L"Image.NativeWidth");
+  static const Bstr kHeight(L"Image.NativeHeight");
+  LMK_RETURN_IF_FAILED(GetRecordInt(record, kWidth, width));
+  return GetRecordInt(record, kHeight, height);
+}
+
 HRESULT GetRecordDouble(IDictionary& record, const Bstr& key, double* value) {
   Variant v;
   LMK_RETURN_IF_FAILED(GetRecordValue(record, key, VT_R8, std::addressof(v)));

@@ -27,6 +27,10 @@ namespace lmk {
 [[nodiscard]] HRESULT GetRecordText(IDictionary& record, const Bstr& key, Variant& holder,
                                     std::wstring_view* text);
 
+/// The picture's pixel size, "Image.NativeWidth" and "Image.NativeHeight" as GetRecordInt reads
+/// them (the first failure is handed back).
+[[nodiscard]] HRESULT GetNativeSize(IDictionary& record, std::int32_t* width, std::int32_t* height);
+
 /// A date key's "FT" twin: the 64-bit FILETIME count that the record keeps in a VT_I8. The value
 /// is taken as it is, never coerced: any other variant type gives E_UNEXPECTED, as a date that
 /// is not a file time would.

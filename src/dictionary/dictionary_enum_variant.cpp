@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "com/com_error.h"
+#include "com/text_enum_next.h"
 
 namespace lmk {
 
@@ -12,24 +13,12 @@ CDictionaryEnumVARIANT::CDictionaryEnumVARIANT(ComPtr<CDictionary> dictionary, B
     : dictionary_(std::move(dictionary)), position_(std::move(position)) {}
 
 HRESULT CDictionaryEnumVARIANT::Next(ULONG celt, VARIANT* rgVar, ULONG* pCeltFetched) {
-  try {
-    if (pCeltFetched != nullptr) *pCeltFetched = 0;
-    if (celt == 0) return S_OK;
-    if (rgVar == nullptr) return E_INVALIDARG;
-    for (ULONG i = 0; i < celt; ++i) VariantInit(&rgVar[i]);
+  return NextTexts(celt, rgVar, pCeltFetched, [this](ULONG count) {
     std::lock_guard guard(lock_);
-    std::vector<Bstr> names = dictionary_->NamesAfter(position_, celt);
+    std::vector<Bstr> names = dictionary_->NamesAfter(position_, count);
     if (!names.empty()) position_ = names.back();
-    const ULONG fetched = static_cast<ULONG>(names.size());
-    for (ULONG i = 0; i < fetched; ++i) {
-      rgVar[i].vt = VT_BSTR;
-      rgVar[i].bstrVal = names[i].Detach();
-    }
-    if (pCeltFetched != nullptr) *pCeltFetched = fetched;
-    return fetched == celt ? S_OK : S_FALSE;
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+    return names;
+  });
 }
 
 HRESULT CDictionaryEnumVARIANT::Skip(ULONG celt) {

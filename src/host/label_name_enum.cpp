@@ -5,26 +5,19 @@
 
 #include "com/bstr.h"
 #include "com/com_error.h"
+#include "com/text_enum_next.h"
 
 namespace lmk {
 
 HRESULT CLabelNameEnum::Next(ULONG celt, VARIANT* rgVar, ULONG* pCeltFetched) {
-  try {
-    if (pCeltFetched != nullptr) *pCeltFetched = 0;
-    if (celt == 0) return S_OK;
-    if (rgVar == nullptr) return E_INVALIDARG;
-    for (ULONG i = 0; i < celt; ++i) VariantInit(&rgVar[i]);
+  return NextTexts(celt, rgVar, pCeltFetched, [this](ULONG count) {
     std::lock_guard guard(lock_);
-    ULONG fetched = 0;
-    for (; fetched < celt && position_ < names_.size(); ++fetched, ++position_) {
-      rgVar[fetched].bstrVal = Bstr(names_[position_]).Detach();
-      rgVar[fetched].vt = VT_BSTR;
+    std::vector<Bstr> texts;
+    for (; texts.size() < count && position_ < names_.size(); ++position_) {
+      texts.emplace_back(names_[position_]);
     }
-    if (pCeltFetched != nullptr) *pCeltFetched = fetched;
-    return fetched == celt ? S_OK : S_FALSE;
-  } catch (...) {
-    return HresultFromCurrentException();
-  }
+    return texts;
+  });
 }
 
 HRESULT CLabelNameEnum::Skip(ULONG celt) {

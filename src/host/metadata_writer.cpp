@@ -51,28 +51,22 @@ bool WritesIntoPicture(std::wstring_view path) {
   return false;
 }
 
-const char* KeyOf(XmpMark mark) {
-  switch (mark) {
-    case XmpMark::kRating:
-      return "Xmp.xmp.Rating";
-    case XmpMark::kLabel:
-      return "Xmp.xmp.Label";
-    case XmpMark::kUrgency:
-      return "Xmp.photoshop.Urgency";
-  }
-  return "";
-}
+struct MarkNames {
+  const char* key;
+  std::wstring_view name;
+};
+
+// In the order of XmpMark.
+constexpr std::array<MarkNames, 3> kMarkNames = {{
+    {"Xmp.xmp.Rating", L"rating"},
+    {"Xmp.xmp.Label", L"label"},
+    {"Xmp.photoshop.Urgency", L"urgency"},
+}};
+
+const char* KeyOf(XmpMark mark) { return kMarkNames.at(static_cast<std::size_t>(mark)).key; }
 
 std::wstring_view NameOf(XmpMark mark) {
-  switch (mark) {
-    case XmpMark::kRating:
-      return L"rating";
-    case XmpMark::kLabel:
-      return L"label";
-    case XmpMark::kUrgency:
-      return L"urgency";
-  }
-  return L"";
+  return kMarkNames.at(static_cast<std::size_t>(mark)).name;
 }
 
 void Apply(Exiv2::XmpData& xmp, XmpMark mark, std::string_view value) {

@@ -92,6 +92,23 @@ bool ProbeJpeg(Reader& r, PictureHeaderInfo* out) {
   return false;
 }
 
+// The PNG colour types: gray and indexed pictures are named by their depth ("4bppGray"), the
+// others by whether a channel holds more than 8 bits.
+struct PngColour {
+  unsigned colourType;
+  unsigned channels;
+  std::wstring_view afterDepth;
+  std::wstring_view deep;
+  std::wstring_view shallow;
+};
+constexpr PngColour kPngColours[] = {
+    {0, 1, L"bppGray", {}, {}},
+    {2, 3, {}, L"48bppRGB", L"24bppBGR"},
+    {3, 1, L"bppIndexed", {}, {}},
+    {4, 2, {}, L"64bppRGBA", L"32bppBGRA"},
+    {6, 4, {}, L"64bppRGBA", L"32bppBGRA"},
+};
+
 bool ProbePng(Reader& r, PictureHeaderInfo* out) {
   uint8_t ihdr[25];
   if (!r.ReadAt(0, ihdr, sizeof ihdr) || std::memcmp(ihdr + 12, "IHDR", 4) != 0) return false;
@@ -102,30 +119,15 @@ bool ProbePng(Reader& r, PictureHeaderInfo* out) {
   if (!r.ReadAt(24, tail, 2)) return false;
   const unsigned depth = tail[0];
   const unsigned colourType = tail[1];
-  unsigned channels = 0;
-  switch (colourType) {
-    case 0:
-      channels = 1;
-      out->pixelFormat = std::to_wstring(depth) + L"bppGray";
-      break;
-    case 2:
-      channels = 3;
-      out->pixelFormat = depth > 8 ? L"48bppRGB" : L"24bppBGR";
-      break;
-    case 3:
-      channels = 1;
-      out->pixelFormat = std::to_wstring(depth) + L"bppIndexed";
-      break;
-    case 4:
-      channels = 2;
-      out->pixelFormat = depth > 8 ? L"64bppRGBA" : L"32bppBGRA";
-      break;
-    case 6:
-      channels = 4;
-      out->pixelFormat = depth > 8 ? L"64bppRGBA" : L"32bppBGRA";
-      break;
-    default:
-      return false;
+  const auto colour =
+      std::find_if(std::begin(kPngColours), std::end(kPngColours),
+                   [&](const PngColour& entry) { return entry.colourType == colourType; });
+  if (colour == std::end(kPngColours)) return false;
+  const unsigned channels = colour->channels;
+  if (!colour->afterDepth.empty()) {
+    out->pixelFormat = std::to_wstring(depth) + std::wstring(colour->afterDepth);
+  } else {
+    out->pixelFormat = depth > 8 ? colour->deep : colour->shallow;
   }
   if (depth == 0 || depth > 16) return false;
   SetSize(out, w, h);

@@ -1,6 +1,8 @@
 // CUsageCounterFactory: hands out the host's one counter.
 #include "host/usage_counter_factory.h"
 
+#include "com/server_lock.h"
+
 namespace lmk {
 
 HRESULT STDMETHODCALLTYPE CUsageCounterFactory::CreateInstance(IUnknown* outer, REFIID riid,
@@ -12,12 +14,7 @@ HRESULT STDMETHODCALLTYPE CUsageCounterFactory::CreateInstance(IUnknown* outer, 
 }
 
 HRESULT STDMETHODCALLTYPE CUsageCounterFactory::LockServer(BOOL lock) {
-  if (lock) {
-    ModuleLock();
-  } else {
-    ModuleUnlock();
-  }
-  return S_OK;
+  return LockServerFor(lock);
 }
 
 }  // namespace lmk

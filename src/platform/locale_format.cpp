@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <utility>
 #include <vector>
 
 #include "platform/locale_format_data.h"
@@ -76,6 +77,20 @@ std::unique_ptr<LocaleFormat> LocaleFormat::ForLocale(const std::string& name) {
 bool LocaleFormat::IsFixedEnglish() const { return data_->fixed_english; }
 
 namespace {
+
+// The pattern a composite conversion stands for; empty for the others.
+std::wstring_view CompositePattern(const LocaleFormat::Data& d, wchar_t conversion) {
+  static constexpr std::pair<wchar_t, std::wstring_view> kFixed[] = {
+      {L'D', L"%m/%d/%y"}, {L'F', L"%Y-%m-%d"},    {L'T', L"%H:%M:%S"},
+      {L'R', L"%H:%M"},    {L'r', L"%I:%M:%S %p"},
+  };
+  if (conversion == L'x') return d.short_date;
+  if (conversion == L'X') return d.time;
+  for (const auto& [letter, pattern] : kFixed) {
+    if (letter == conversion) return pattern;
+  }
+  return {};
+}
 
 // Formats `pattern` (strftime conversions, "%-x" without padding) for one time.
 std::wstring FormatPattern(const LocaleFormat::Data& d, std::wstring_view pattern,
@@ -175,29 +190,12 @@ std::wstring FormatPattern(const LocaleFormat::Data& d, std::wstring_view patter
       case L'%':
         out += L'%';
         break;
-      // Composite conversions, bounded so that a strange locale cannot recurse for ever.
-      case L'D':
-        if (depth < 2) out += FormatPattern(d, L"%m/%d/%y", t, depth + 1);
-        break;
-      case L'F':
-        if (depth < 2) out += FormatPattern(d, L"%Y-%m-%d", t, depth + 1);
-        break;
-      case L'T':
-        if (depth < 2) out += FormatPattern(d, L"%H:%M:%S", t, depth + 1);
-        break;
-      case L'R':
-        if (depth < 2) out += FormatPattern(d, L"%H:%M", t, depth + 1);
-        break;
-      case L'r':
-        if (depth < 2) out += FormatPattern(d, L"%I:%M:%S %p", t, depth + 1);
-        break;
-      case L'x':
-        if (depth < 2) out += FormatPattern(d, d.short_date, t, depth + 1);
-        break;
-      case L'X':
-        if (depth < 2) out += FormatPattern(d, d.time, t, depth + 1);
-        break;
-      default:  // time zones and the rarer conversions are not offered
+      default:
+        // A composite conversion, bounded so that a strange locale cannot recurse for ever;
+        // time zones and the rarer conversions are not offered.
+        if (const std::wstring_view inner = CompositePattern(d, c); !inner.empty() && depth < 2) {
+          out += FormatPattern(d, inner, t, depth + 1);
+        }
         break;
     }
   }

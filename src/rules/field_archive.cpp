@@ -1,20 +1,38 @@
 // Saving and loading of element fields through one list.
 #include "rules/field_archive.h"
 
-namespace lmk {
+#include <type_traits>
 
-void CFieldArchive::U8(std::uint8_t& value) {
-  if (reader_) {
-    value = reader_->U8();
+namespace lmk {
+namespace {
+
+// One field read from the reader when there is one, else written to the writer.
+template <class T, class Read, class Write>
+void Exchange(CRuleStreamReader* reader, CRuleStreamWriter* writer, T& value, Read read,
+              Write write) {
+  if (reader != nullptr) {
+    value = (reader->*read)();
   } else {
-    writer_->U8(value);
+    (writer->*write)(value);
   }
 }
 
+// A signed field kept as the unsigned one of its width, through exchange.
+template <class Signed, class Exchanger>
+void AsUnsigned(Signed& value, Exchanger exchange) {
+  auto raw = static_cast<std::make_unsigned_t<Signed>>(value);
+  exchange(raw);
+  value = static_cast<Signed>(raw);
+}
+
+}  // namespace
+
+void CFieldArchive::U8(std::uint8_t& value) {
+  Exchange(reader_, writer_, value, &CRuleStreamReader::U8, &CRuleStreamWriter::U8);
+}
+
 void CFieldArchive::I8(std::int8_t& value) {
-  auto raw = static_cast<std::uint8_t>(value);
-  U8(raw);
-  value = static_cast<std::int8_t>(raw);
+  AsUnsigned(value, [this](std::uint8_t& raw) { U8(raw); });
 }
 
 void CFieldArchive::Bool(bool& value) {
@@ -24,61 +42,35 @@ void CFieldArchive::Bool(bool& value) {
 }
 
 void CFieldArchive::U16(std::uint16_t& value) {
-  if (reader_) {
-    value = reader_->U16();
-  } else {
-    writer_->U16(value);
-  }
+  Exchange(reader_, writer_, value, &CRuleStreamReader::U16, &CRuleStreamWriter::U16);
 }
 
 void CFieldArchive::I16(std::int16_t& value) {
-  auto raw = static_cast<std::uint16_t>(value);
-  U16(raw);
-  value = static_cast<std::int16_t>(raw);
+  AsUnsigned(value, [this](std::uint16_t& raw) { U16(raw); });
 }
 
 void CFieldArchive::U32(std::uint32_t& value) {
-  if (reader_) {
-    value = reader_->U32();
-  } else {
-    writer_->U32(value);
-  }
+  Exchange(reader_, writer_, value, &CRuleStreamReader::U32, &CRuleStreamWriter::U32);
 }
 
 void CFieldArchive::I32(std::int32_t& value) {
-  auto raw = static_cast<std::uint32_t>(value);
-  U32(raw);
-  value = static_cast<std::int32_t>(raw);
+  AsUnsigned(value, [this](std::uint32_t& raw) { U32(raw); });
 }
 
 void CFieldArchive::U64(std::uint64_t& value) {
-  if (reader_) {
-    value = reader_->U64();
-  } else {
-    writer_->U64(value);
-  }
+  Exchange(reader_, writer_, value, &CRuleStreamReader::U64, &CRuleStreamWriter::U64);
 }
 
 void CFieldArchive::I64(std::int64_t& value) {
-  auto raw = static_cast<std::uint64_t>(value);
-  U64(raw);
-  value = static_cast<std::int64_t>(raw);
+  AsUnsigned(value, [this](std::uint64_t& raw) { U64(raw); });
 }
 
 void CFieldArchive::F64(double& value) {
-  if (reader_) {
-    value = reader_->F64();
-  } else {
-    writer_->F64(value);
-  }
+  Exchange(reader_, writer_, value, &CRuleStreamReader::F64, &CRuleStreamWriter::F64);
 }
 
 void CFieldArchive::Text(std::wstring& value) {
-  if (reader_) {
-    value = reader_->Text();
-  } else {
-    writer_->Text(value);
-  }
+  Exchange(reader_, writer_, value, &CRuleStreamReader::Text, &CRuleStreamWriter::Text);
 }
 
 }  // namespace lmk

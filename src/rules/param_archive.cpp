@@ -78,22 +78,28 @@ void CParamArchive::Finish() const {
   }
 }
 
-void CParamArchive::Bool(std::wstring_view name, bool& value) {
+template <class T, class Parse, class Format>
+void CParamArchive::ScalarParam(std::wstring_view name, T& value, Parse parse, Format format,
+                                ParamType type, std::wstring help) {
   switch (mode_) {
     case Mode::Load:
       if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseBool(Scalar(*param));
+        const auto parsed = parse(Scalar(*param));
         if (!parsed) Bad(*param, param->value.text, parsed.why);
         value = *parsed.value;
       }
       break;
     case Mode::Save:
-      Save(name, FormatBool(value));
+      Save(name, format(value));
       break;
     case Mode::Describe:
-      Describe(name, ParamType::Bool, L"true or false");
+      Describe(name, type, std::move(help));
       break;
   }
+}
+
+void CParamArchive::Bool(std::wstring_view name, bool& value) {
+  ScalarParam(name, value, ParseBool, FormatBool, ParamType::Bool, L"true or false");
 }
 
 void CParamArchive::FlagBit(std::wstring_view name, std::uint32_t& flags, std::uint32_t mask) {
@@ -104,41 +110,17 @@ void CParamArchive::FlagBit(std::wstring_view name, std::uint32_t& flags, std::u
 
 void CParamArchive::IntegerValue(std::wstring_view name, std::int64_t& value, std::int64_t min,
                                  std::int64_t max) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseInteger(Scalar(*param), min, max);
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        value = *parsed.value;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatInteger(value));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::Integer,
-               L"a whole number from " + std::to_wstring(min) + L" to " + std::to_wstring(max));
-      break;
-  }
+  ScalarParam(
+      name, value, [&](std::wstring_view text) { return ParseInteger(text, min, max); },
+      FormatInteger, ParamType::Integer,
+      L"a whole number from " + std::to_wstring(min) + L" to " + std::to_wstring(max));
 }
 
 void CParamArchive::Number(std::wstring_view name, double& value, double min, double max) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseNumber(Scalar(*param), min, max);
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        value = *parsed.value;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatNumber(value));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::Number,
-               L"a number from " + FormatNumber(min) + L" to " + FormatNumber(max));
-      break;
-  }
+  ScalarParam(
+      name, value, [&](std::wstring_view text) { return ParseNumber(text, min, max); },
+      FormatNumber, ParamType::Number,
+      L"a number from " + FormatNumber(min) + L" to " + FormatNumber(max));
 }
 
 void CParamArchive::Text(std::wstring_view name, std::wstring& value) {
@@ -179,101 +161,46 @@ void CParamArchive::ChoiceValue(std::wstring_view name, std::uint32_t& value,
 }
 
 void CParamArchive::Comparison(std::wstring_view name, CompareOp& op, bool allowNotSet) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseCompareOp(Scalar(*param), allowNotSet);
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        op = *parsed.value;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatCompareOp(op));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::Comparison,
-               allowNotSet ? L"=, <>, <, <=, >, >= or not set" : L"=, <>, <, <=, > or >=");
-      break;
-  }
+  ScalarParam(
+      name, op, [&](std::wstring_view text) { return ParseCompareOp(text, allowNotSet); },
+      FormatCompareOp, ParamType::Comparison,
+      allowNotSet ? L"=, <>, <, <=, >, >= or not set" : L"=, <>, <, <=, > or >=");
 }
 
 void CParamArchive::Date(std::wstring_view name, std::int64_t& fileTime) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseIsoDate(Scalar(*param));
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        fileTime = *parsed.value;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatIsoDate(fileTime));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::Date, L"a date YYYY-MM-DD, optionally with a time THH:MM:SS");
-      break;
-  }
+  ScalarParam(name, fileTime, ParseIsoDate, FormatIsoDate, ParamType::Date,
+              L"a date YYYY-MM-DD, optionally with a time THH:MM:SS");
 }
 
 void CParamArchive::TimeOfDay(std::wstring_view name, std::int64_t& fileTime) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseTimeOfDay(Scalar(*param));
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        fileTime = *parsed.value;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatTimeOfDay(fileTime));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::TimeOfDay, L"a time of day HH:MM or HH:MM:SS");
-      break;
-  }
+  ScalarParam(name, fileTime, ParseTimeOfDay, FormatTimeOfDay, ParamType::TimeOfDay,
+              L"a time of day HH:MM or HH:MM:SS");
 }
 
 void CParamArchive::Quantity(std::wstring_view name, double& amount, std::uint32_t& unit,
                              std::span<const ParamUnit> units, double min, double max) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseQuantity(Scalar(*param), units);
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        if (parsed.value->amount < min || parsed.value->amount > max) {
-          Bad(*param, param->value.text,
-              L"write an amount from " + FormatNumber(min) + L" to " + FormatNumber(max));
+  lmk::Quantity quantity{amount, unit};
+  ScalarParam(
+      name, quantity,
+      [&](std::wstring_view text) {
+        auto parsed = ParseQuantity(text, units);
+        if (parsed && (parsed.value->amount < min || parsed.value->amount > max)) {
+          return Parsed<lmk::Quantity>::Fail(L"write an amount from " + FormatNumber(min) +
+                                             L" to " + FormatNumber(max));
         }
-        amount = parsed.value->amount;
-        unit = parsed.value->unit;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatQuantity(lmk::Quantity{amount, unit}, units));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::Quantity, UnitList(units));
-      break;
-  }
+        return parsed;
+      },
+      [&](const lmk::Quantity& value) { return FormatQuantity(value, units); }, ParamType::Quantity,
+      UnitList(units));
+  amount = quantity.amount;
+  unit = quantity.unit;
 }
 
 void CParamArchive::Size(std::wstring_view name, std::uint64_t& bytes, std::uint32_t& unit) {
-  switch (mode_) {
-    case Mode::Load:
-      if (const NamedParam* param = Take(name)) {
-        const auto parsed = ParseSize(Scalar(*param));
-        if (!parsed) Bad(*param, param->value.text, parsed.why);
-        bytes = parsed.value->bytes;
-        unit = parsed.value->unit;
-      }
-      break;
-    case Mode::Save:
-      Save(name, FormatSize(SizeValue{bytes, unit}));
-      break;
-    case Mode::Describe:
-      Describe(name, ParamType::Size, UnitList(SizeUnits()));
-      break;
-  }
+  SizeValue size{bytes, unit};
+  ScalarParam(name, size, ParseSize, FormatSize, ParamType::Size, UnitList(SizeUnits()));
+  bytes = size.bytes;
+  unit = size.unit;
 }
 
 void CParamArchive::Place(std::wstring_view name, GeoPlace& place) {

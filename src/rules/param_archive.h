@@ -129,6 +129,11 @@ class CParamArchive {
   void IntegerValue(std::wstring_view name, std::int64_t& value, std::int64_t min,
                     std::int64_t max);
   void ChoiceValue(std::wstring_view name, std::uint32_t& value, std::span<const ParamWord> words);
+  /// The course of a one-text parameter: loaded through parse (its failure reported as the
+  /// parameter's bad value), saved through format, described as type with help.
+  template <class T, class Parse, class Format>
+  void ScalarParam(std::wstring_view name, T& value, Parse parse, Format format, ParamType type,
+                   std::wstring help);
 
   /// The given parameter name (marked as used), or null.
   const NamedParam* Take(std::wstring_view name);

@@ -97,6 +97,7 @@ struct OpText {
   CompareOp op;
 };
 
+// Each operator's symbol comes first (it is what is written) and its words last (what is said).
 constexpr OpText kOpTexts[] = {
     {L"=", CompareOp::Equal},
     {L"<>", CompareOp::NotEqual},
@@ -220,23 +221,9 @@ std::wstring FormatCompareOp(CompareOp op) {
 }
 
 std::wstring_view CompareOpWords(CompareOp op) {
-  switch (op) {
-    case CompareOp::Equal:
-      return L"equal to";
-    case CompareOp::NotEqual:
-      return L"not equal to";
-    case CompareOp::Less:
-      return L"less than";
-    case CompareOp::LessOrEqual:
-      return L"less than or equal to";
-    case CompareOp::Greater:
-      return L"greater than";
-    case CompareOp::GreaterOrEqual:
-      return L"greater than or equal to";
-    case CompareOp::NotSet:
-      return L"not set";
-  }
-  return {};
+  const auto entry = std::find_if(std::rbegin(kOpTexts), std::rend(kOpTexts),
+                                  [op](const OpText& e) { return e.op == op; });
+  return entry == std::rend(kOpTexts) ? std::wstring_view() : entry->text;
 }
 
 Parsed<std::int64_t> ParseIsoDate(std::wstring_view text) {

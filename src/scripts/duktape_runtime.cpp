@@ -236,10 +236,7 @@ class DuktapeRuntime final : public ScriptRuntime {
       }
       case VT_DISPATCH:
       case VT_UNKNOWN: {
-        ComPtr<IDictionary> dictionary;
-        if (value.punkVal != nullptr &&
-            SUCCEEDED(value.punkVal->QueryInterface(IID_IDictionary,
-                                                    reinterpret_cast<void**>(&dictionary)))) {
+        if (const ComPtr<IDictionary> dictionary = DictionaryIn(value)) {
           PushDictionary(dictionary.Get());
         } else {
           duk_push_null(ctx_);

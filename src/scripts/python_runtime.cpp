@@ -120,10 +120,7 @@ PyObject* FromVariant(const VARIANT& value) {
     }
     case VT_DISPATCH:
     case VT_UNKNOWN: {
-      ComPtr<IDictionary> dictionary;
-      if (value.punkVal != nullptr &&
-          SUCCEEDED(value.punkVal->QueryInterface(IID_IDictionary,
-                                                  reinterpret_cast<void**>(&dictionary)))) {
+      if (const ComPtr<IDictionary> dictionary = DictionaryIn(value)) {
         return WrapDictionary(dictionary.Get());
       }
       Py_RETURN_NONE;

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "com/com.h"
+#include "com/com_ptr.h"
 #include "dictionary/idictionary.h"
 
 namespace lmk {
@@ -39,6 +40,17 @@ class ScriptRuntime {
   /// Makes the running script stop as soon as it can (the watchdog calls it).
   virtual void Interrupt() noexcept = 0;
 };
+
+/// The dictionary a VT_UNKNOWN or VT_DISPATCH argument or result holds (what a script sees as a
+/// dictionary object); null for any other object, or none.
+inline ComPtr<IDictionary> DictionaryIn(const VARIANT& value) {
+  ComPtr<IDictionary> dictionary;
+  if (value.punkVal != nullptr && FAILED(value.punkVal->QueryInterface(
+                                      IID_IDictionary, reinterpret_cast<void**>(&dictionary)))) {
+    return nullptr;
+  }
+  return dictionary;
+}
 
 /// One language of this build.
 struct ScriptLanguage {

@@ -1,6 +1,8 @@
 // CClassFactory: creation of the server's objects by class.
 #include "shell/class_factory.h"
 
+#include "com/server_lock.h"
+
 namespace lmk {
 
 HRESULT CClassFactory::GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) noexcept {
@@ -28,13 +30,6 @@ HRESULT STDMETHODCALLTYPE CClassFactory::CreateInstance(IUnknown* outer, REFIID 
   }
 }
 
-HRESULT STDMETHODCALLTYPE CClassFactory::LockServer(BOOL lock) {
-  if (lock) {
-    ModuleLock();
-  } else {
-    ModuleUnlock();
-  }
-  return S_OK;
-}
+HRESULT STDMETHODCALLTYPE CClassFactory::LockServer(BOOL lock) { return LockServerFor(lock); }
 
 }  // namespace lmk

@@ -26,35 +26,29 @@ std::optional<std::wstring> Lookup(std::wstring_view name) {
 std::wstring ExpandEnvironmentText(std::wstring_view text) {
   std::wstring out;
   size_t i = 0;
+  // Puts the value of the name that text holds from `from` to `to` in place of text from i to
+  // `next`; a name without a value leaves the text as it is.
+  auto substitute = [&](size_t from, size_t to, size_t next) {
+    if (to == std::wstring_view::npos) return false;
+    const auto value = Lookup(text.substr(from, to - from));
+    if (!value) return false;
+    out += *value;
+    i = next;
+    return true;
+  };
   while (i < text.size()) {
-    wchar_t c = text[i];
+    const wchar_t c = text[i];
     if (c == L'%') {
-      size_t close = text.find(L'%', i + 1);
-      if (close != std::wstring_view::npos) {
-        if (auto value = Lookup(text.substr(i + 1, close - i - 1))) {
-          out += *value;
-          i = close + 1;
-          continue;
-        }
-      }
+      const size_t close = text.find(L'%', i + 1);
+      if (substitute(i + 1, close, close + 1)) continue;
     } else if (c == L'$' && i + 1 < text.size()) {
       if (text[i + 1] == L'{') {
-        size_t close = text.find(L'}', i + 2);
-        if (close != std::wstring_view::npos) {
-          if (auto value = Lookup(text.substr(i + 2, close - i - 2))) {
-            out += *value;
-            i = close + 1;
-            continue;
-          }
-        }
+        const size_t close = text.find(L'}', i + 2);
+        if (substitute(i + 2, close, close + 1)) continue;
       } else {
         size_t end = i + 1;
         while (end < text.size() && IsNameChar(text[end])) ++end;
-        if (auto value = Lookup(text.substr(i + 1, end - i - 1))) {
-          out += *value;
-          i = end;
-          continue;
-        }
+        if (substitute(i + 1, end, end)) continue;
       }
     }
     out += c;

@@ -753,45 +753,41 @@ void SqliteSettingsStore::StoreValue(const std::string& key, std::wstring_view n
   query.Step();
 }
 
-HRESULT SqliteSettingsStore::CreateKey(std::wstring_view key) {
-  try {
-    std::vector<std::wstring> names;
-    LMK_RETURN_IF_FAILED(SplitSettingsKeyPath(key, &names));
-    std::lock_guard lock(mutex_);
-    return Write([&] {
-      EnsureKeyPath(names);
-      return S_OK;
-    });
-  } catch (...) {
-    return FailFromCurrentException();
-  }
-}
-
-HRESULT SqliteSettingsStore::KeyExists(std::wstring_view key) {
+HRESULT SqliteSettingsStore::AtKey(std::wstring_view key, Access access, const KeyBody& body) {
   try {
     std::vector<std::wstring> names;
     LMK_RETURN_IF_FAILED(SplitSettingsKeyPath(key, &names));
     const std::string folded = FoldedPath(names, names.size());
     std::lock_guard lock(mutex_);
-    return Read([&] { return KeyRowExists(folded) ? S_OK : S_FALSE; });
+    const auto run = [&] { return body(names, folded); };
+    return access == Access::kRead ? Read(run) : Write(run);
   } catch (...) {
     return FailFromCurrentException();
   }
+}
+
+HRESULT SqliteSettingsStore::CreateKey(std::wstring_view key) {
+  return AtKey(key, Access::kWrite,
+               [&](const std::vector<std::wstring>& names, const std::string&) {
+                 EnsureKeyPath(names);
+                 return S_OK;
+               });
+}
+
+HRESULT SqliteSettingsStore::KeyExists(std::wstring_view key) {
+  return AtKey(key, Access::kRead,
+               [&](const std::vector<std::wstring>&, const std::string& folded) {
+                 return KeyRowExists(folded) ? S_OK : S_FALSE;
+               });
 }
 
 HRESULT SqliteSettingsStore::GetValue(std::wstring_view key, std::wstring_view name,
                                       RegValue* out) {
   if (out == nullptr) return E_INVALIDARG;
-  try {
-    std::vector<std::wstring> names;
-    LMK_RETURN_IF_FAILED(SplitSettingsKeyPath(key, &names));
-    const std::string folded = FoldedPath(names, names.size());
-    const std::string fold = ToUtf8(FoldSettingsName(name));
-    std::lock_guard lock(mutex_);
-    return Read([&] { return LoadValue(folded, fold, out) ? S_OK : NotFound(); });
-  } catch (...) {
-    return FailFromCurrentException();
-  }
+  return AtKey(key, Access::kRead,
+               [&](const std::vector<std::wstring>&, const std::string& folded) {
+                 return LoadValue(folded, ToUtf8(FoldSettingsName(name)), out) ? S_OK : NotFound();
+               });
 }
 
 HRESULT SqliteSettingsStore::SetValue(std::wstring_view key, std::wstring_view name,
@@ -811,21 +807,13 @@ HRESULT SqliteSettingsStore::SetValue(std::wstring_view key, std::wstring_view n
 }
 
 HRESULT SqliteSettingsStore::DeleteValue(std::wstring_view key, std::wstring_view name) {
-  try {
-    std::vector<std::wstring> names;
-    LMK_RETURN_IF_FAILED(SplitSettingsKeyPath(key, &names));
-    const std::string folded = FoldedPath(names, names.size());
-    const std::string fold = ToUtf8(FoldSettingsName(name));
-    std::lock_guard lock(mutex_);
-    return Write([&] {
-      Query query(*this, "DELETE FROM vals WHERE key = ?1 AND fold = ?2");
-      query.Bind(1, folded).Bind(2, fold);
-      query.Step();
-      return sqlite3_changes(db_.get()) > 0 ? S_OK : NotFound();
-    });
-  } catch (...) {
-    return FailFromCurrentException();
-  }
+  return AtKey(key, Access::kWrite,
+               [&](const std::vector<std::wstring>&, const std::string& folded) {
+                 Query query(*this, "DELETE FROM vals WHERE key = ?1 AND fold = ?2");
+                 query.Bind(1, folded).Bind(2, ToUtf8(FoldSettingsName(name)));
+                 query.Step();
+                 return sqlite3_changes(db_.get()) > 0 ? S_OK : NotFound();
+               });
 }
 
 HRESULT SqliteSettingsStore::DeleteTree(std::wstring_view key) {
@@ -854,45 +842,31 @@ HRESULT SqliteSettingsStore::DeleteTree(std::wstring_view key) {
   }
 }
 
-HRESULT SqliteSettingsStore::EnumSubkeys(std::wstring_view key, std::vector<std::wstring>* out) {
+template <class Row>
+HRESULT SqliteSettingsStore::ReadKeyRows(std::wstring_view key, const char* sql,
+                                         std::vector<Row>* out, Row (*make)(Query&)) {
   if (out == nullptr) return E_INVALIDARG;
-  try {
-    std::vector<std::wstring> names;
-    LMK_RETURN_IF_FAILED(SplitSettingsKeyPath(key, &names));
-    const std::string folded = FoldedPath(names, names.size());
-    std::lock_guard lock(mutex_);
-    return Read([&] {
-      out->clear();
-      if (!KeyRowExists(folded)) return NotFound();
-      Query query(*this, "SELECT name FROM keys WHERE parent = ?1 ORDER BY path");
-      query.Bind(1, folded);
-      while (query.Step()) out->push_back(FromUtf8(query.Text(0)));
-      return S_OK;
-    });
-  } catch (...) {
-    return FailFromCurrentException();
-  }
+  return AtKey(key, Access::kRead,
+               [&](const std::vector<std::wstring>&, const std::string& folded) {
+                 out->clear();
+                 if (!KeyRowExists(folded)) return NotFound();
+                 Query query(*this, sql);
+                 query.Bind(1, folded);
+                 while (query.Step()) out->push_back(make(query));
+                 return S_OK;
+               });
+}
+
+HRESULT SqliteSettingsStore::EnumSubkeys(std::wstring_view key, std::vector<std::wstring>* out) {
+  return ReadKeyRows<std::wstring>(key, "SELECT name FROM keys WHERE parent = ?1 ORDER BY path",
+                                   out, [](Query& row) { return FromUtf8(row.Text(0)); });
 }
 
 HRESULT SqliteSettingsStore::EnumValues(std::wstring_view key,
                                         std::vector<std::pair<std::wstring, RegValue>>* out) {
-  if (out == nullptr) return E_INVALIDARG;
-  try {
-    std::vector<std::wstring> names;
-    LMK_RETURN_IF_FAILED(SplitSettingsKeyPath(key, &names));
-    const std::string folded = FoldedPath(names, names.size());
-    std::lock_guard lock(mutex_);
-    return Read([&] {
-      out->clear();
-      if (!KeyRowExists(folded)) return NotFound();
-      Query query(*this, "SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY fold");
-      query.Bind(1, folded);
-      while (query.Step()) out->emplace_back(FromUtf8(query.Text(0)), query.Value(1));
-      return S_OK;
-    });
-  } catch (...) {
-    return FailFromCurrentException();
-  }
+  return ReadKeyRows<std::pair<std::wstring, RegValue>>(
+      key, "SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY fold", out,
+      [](Query& row) { return std::pair(FromUtf8(row.Text(0)), row.Value(1)); });
 }
 
 HRESULT SqliteSettingsStore::Update(std::wstring_view key, std::wstring_view name,

@@ -83,6 +83,18 @@ class SqliteSettingsStore final : public SettingsStore {
   HRESULT FailFromCurrentException() const;
 
   bool KeyRowExists(const std::string& folded);
+  enum class Access { kRead, kWrite };
+  using KeyBody =
+      std::function<HRESULT(const std::vector<std::wstring>& names, const std::string& folded)>;
+  /// Checks the key's syntax, then runs body with its names and folded path under the lock, in
+  /// one read or write transaction. What the body throws comes back as its HRESULT.
+  HRESULT AtKey(std::wstring_view key, Access access, const KeyBody& body);
+  /// Fills *out (emptied first, also when a busy store makes the read start again) with one
+  /// make(query) per row that sql selects for the key (its folded path bound as ?1); NotFound
+  /// when the key does not exist.
+  template <class Row>
+  HRESULT ReadKeyRows(std::wstring_view key, const char* sql, std::vector<Row>* out,
+                      Row (*make)(Query&));
   std::string EnsureKeyPath(const std::vector<std::wstring>& names);
   bool LoadValue(const std::string& key, const std::string& fold, RegValue* out);
   void StoreValue(const std::string& key, std::wstring_view name, const RegValue& value);
