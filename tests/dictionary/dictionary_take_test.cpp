@@ -37,15 +37,13 @@ TEST_P(DictionaryTakeTest, GivesWhatOnePutAfterAnotherGives) {
       ASSERT_EQ(Put(taken.Get(), extra, Variant::I4(-1)), S_OK);
       ASSERT_EQ(Put(expected.Get(), extra, Variant::I4(-1)), S_OK);
     }
-    const std::vector<Bstr> names = taken->NamesAfter(Bstr(), 100);
-    const std::vector<Bstr> expectedNames = expected->NamesAfter(Bstr(), 100);
-    ASSERT_EQ(names.size(), expectedNames.size());
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      EXPECT_EQ(names[i].str(), expectedNames[i].str());
+    const std::vector<Bstr> names = expected->NamesAfter(Bstr(), 100);
+    ASSERT_EQ(CountOf(taken.Get()), static_cast<LONG>(names.size()));
+    for (const Bstr& name : names) {
       Variant got, want;
-      ASSERT_EQ(taken->get_Value(names[i].get(), &got), S_OK);
-      ASSERT_EQ(expected->get_Value(names[i].get(), &want), S_OK);
-      EXPECT_EQ(got.ref().lVal, want.ref().lVal) << names[i].str();
+      ASSERT_EQ(taken->get_Value(name.get(), &got), S_OK) << name.str();
+      ASSERT_EQ(expected->get_Value(name.get(), &want), S_OK);
+      EXPECT_EQ(got.ref().lVal, want.ref().lVal) << name.str();
     }
   }
 }
