@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <cwchar>
 #include <iterator>
 #include <limits>
 #include <numeric>
@@ -329,8 +330,15 @@ void CDictionary::PutLocked(std::wstring_view name, Variant value, std::vector<V
     at->second = std::move(value);
     return;
   }
-  entries_.emplace(at, std::piecewise_construct, std::forward_as_tuple(name),
-                   std::forward_as_tuple(std::move(value)));
+  entries_.emplace(at, StoreName(name), std::move(value));
+}
+
+std::wstring_view CDictionary::StoreName(std::wstring_view name) {
+  auto* text =
+      static_cast<wchar_t*>(arena_.allocate((name.size() + 1) * sizeof(wchar_t), alignof(wchar_t)));
+  std::copy(name.begin(), name.end(), text);
+  text[name.size()] = L'\0';
+  return {text, name.size()};
 }
 
 HRESULT CDictionary::get_Count(LONG* pVal) {
@@ -374,9 +382,7 @@ template <class Take>
 HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr, Take&& take) {
   // Values before a bad name or a value that cannot be copied are put all the same, as with
   // one put_Value call after another.
-  std::vector<std::wstring_view> names;
   std::vector<Variant> values;
-  names.reserve(cb);
   values.reserve(cb);
   HRESULT hr = S_OK;
   for (ULONG i = 0; i < cb; ++i) {
@@ -387,16 +393,15 @@ HRESULT CDictionary::PutEach(ULONG cb, LPOLESTR* rgolestr, Take&& take) {
     Variant value;
     hr = take(i, value);
     if (FAILED(hr)) break;
-    names.emplace_back(rgolestr[i]);
     values.push_back(std::move(value));
   }
   std::vector<Variant> replaced;
   std::lock_guard guard(lock_);
   if (entries_.empty()) {
-    FillEmptyLocked(rgolestr, names, values);
+    FillEmptyLocked(static_cast<ULONG>(values.size()), rgolestr, values.data());
   } else {
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      PutLocked(names[i], std::move(values[i]), &replaced);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      PutLocked(std::wstring_view(rgolestr[i]), std::move(values[i]), &replaced);
     }
   }
   return hr;
@@ -417,6 +422,20 @@ HRESULT CDictionary::TakeMultiple(ULONG cb, LPOLESTR* rgolestr, Variant* values)
   try {
     if (cb == 0) return S_OK;
     if (rgolestr == nullptr || values == nullptr) return E_INVALIDARG;
+    // The usual case, a fresh record: the values move straight into place. A value by
+    // reference must be copied, which the general way does.
+    ULONG valid = 0;
+    bool byReference = false;
+    for (; valid < cb && rgolestr[valid] != nullptr && rgolestr[valid][0] != L'\0'; ++valid) {
+      byReference = byReference || (values[valid].ref().vt & VT_BYREF) != 0;
+    }
+    if (!byReference) {
+      std::lock_guard guard(lock_);
+      if (entries_.empty()) {
+        FillEmptyLocked(valid, rgolestr, values);
+        return valid == cb ? S_OK : E_INVALIDARG;
+      }
+    }
     return PutEach(cb, rgolestr, [values](ULONG i, Variant& value) {
       if ((values[i].ref().vt & VT_BYREF) != 0) return CopyForStorage(values[i].ref(), &value);
       value = std::move(values[i]);
@@ -427,43 +446,53 @@ HRESULT CDictionary::TakeMultiple(ULONG cb, LPOLESTR* rgolestr, Variant* values)
   }
 }
 
-void CDictionary::FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,
-                                  std::vector<Variant>& values) {
-  // Every per-file record is such a fill, always of the same names. Going through them in
-  // name order puts each at the end without a search; the order found for the
-  // last fill on this thread is tried first and only checked, which takes one comparison per
-  // name instead of a sort.
-  thread_local std::vector<LPOLESTR> lastNames;
-  thread_local std::vector<ULONG> lastOrder;
-  const auto count = static_cast<ULONG>(names.size());
-  const NameLess less;
-  const auto increasing = [&](const std::vector<ULONG>& order) {
-    for (ULONG k = 1; k < count; ++k) {
-      if (!less(names[order[k - 1]], names[order[k]])) return false;
+struct CDictionary::NameBlock {
+  std::vector<LPOLESTR> pointers;   // the caller's names, by position
+  std::vector<std::wstring> texts;  // their text, by position
+  std::vector<ULONG> order;         // positions in name order; of equal names the later last
+  bool distinct = true;             // no name given twice
+
+  NameBlock(ULONG count, LPOLESTR* names) : pointers(names, names + count), order(count) {
+    texts.reserve(count);
+    for (ULONG k = 0; k < count; ++k) texts.emplace_back(names[k]);
+    std::iota(order.begin(), order.end(), 0U);
+    const NameLess less;
+    // Stable: of two equal names the later one comes later and wins, as with two puts.
+    std::stable_sort(order.begin(), order.end(),
+                     [&](ULONG a, ULONG b) { return less(texts[a], texts[b]); });
+    for (ULONG k = 1; k < count; ++k) distinct = distinct && texts[order[k - 1]] != texts[order[k]];
+  }
+
+  // True when the caller passes the same names again: the same array, each name still
+  // holding the same text (an equality test, cheaper than ordering them again).
+  bool Matches(ULONG count, LPOLESTR* names) const {
+    if (pointers.size() != count || !std::equal(names, names + count, pointers.begin()))
+      return false;
+    for (ULONG k = 0; k < count; ++k) {
+      if (std::wcsncmp(names[k], texts[k].c_str(), texts[k].size() + 1) != 0) return false;
     }
     return true;
-  };
-  bool strictlyIncreasing = lastOrder.size() == count &&
-                            std::equal(rgolestr, rgolestr + count, lastNames.begin()) &&
-                            increasing(lastOrder);
-  if (!strictlyIncreasing) {
-    lastNames.assign(rgolestr, rgolestr + count);
-    lastOrder.resize(count);
-    std::iota(lastOrder.begin(), lastOrder.end(), 0U);
-    // Stable: of two equal names the later one comes later and wins, as with two puts.
-    std::stable_sort(lastOrder.begin(), lastOrder.end(),
-                     [&](ULONG a, ULONG b) { return less(names[a], names[b]); });
-    strictlyIncreasing = increasing(lastOrder);
   }
+};
+
+void CDictionary::FillEmptyLocked(ULONG count, LPOLESTR* rgolestr, Variant* values) {
+  if (count == 0) return;
+  // Every per-file record is such a fill, always of the same names: they are sorted once per
+  // thread, and each record keeps the sorted copy alive instead of copying every name.
+  thread_local std::shared_ptr<const NameBlock> lastBlock;
+  if (!lastBlock || !lastBlock->Matches(count, rgolestr)) {
+    lastBlock = std::make_shared<const NameBlock>(count, rgolestr);
+  }
+  sharedNames_ = lastBlock;
+  const NameBlock& block = *sharedNames_;
   entries_.reserve(count);
-  for (const ULONG index : lastOrder) {
-    const std::wstring_view name = names[index];
+  for (const ULONG index : block.order) {
+    const std::wstring_view name = block.texts[index];
     // Only a name given twice can equal the last one put.
-    if (!strictlyIncreasing && !entries_.empty() && !less(entries_.rbegin()->first, name)) {
-      entries_.rbegin()->second = std::move(values[index]);
+    if (!block.distinct && !entries_.empty() && entries_.back().first == name) {
+      entries_.back().second = std::move(values[index]);
     } else {
-      entries_.emplace_back(std::piecewise_construct, std::forward_as_tuple(name),
-                            std::forward_as_tuple(std::move(values[index])));
+      entries_.emplace_back(name, std::move(values[index]));
     }
   }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <memory_resource>
 #include <mutex>
 #include <string>
@@ -65,8 +66,13 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
   };
   // Entries sorted by name. A record is filled once, in name order, and read many times:
   // appending to a vector and searching it costs less than a tree's nodes and rebalancing.
-  using Entry = std::pair<std::pmr::wstring, Variant>;
+  // Names are views: into the arena for names put one by one, into a shared NameBlock for
+  // a fill of an empty dictionary.
+  using Entry = std::pair<std::wstring_view, Variant>;
   using Entries = std::pmr::vector<Entry>;
+  // The names of one fill, copied and sorted once and shared by every dictionary filled with
+  // the same names (every per-file record of a run).
+  struct NameBlock;
 
   /// The first entry whose name is not less than `name`. Caller holds lock_.
   Entries::iterator LowerBound(std::wstring_view name);
@@ -88,11 +94,12 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
   /// values they replace go to *replaced, to be released after the lock. Caller holds lock_.
   void PutLocked(std::wstring_view name, Variant value, std::vector<Variant>* replaced);
 
-  /// Puts the copied values under their names (taken from the first names.size() entries of
-  /// rgolestr) into the empty dictionary, with the outcome of one put after another. Caller
-  /// holds lock_.
-  void FillEmptyLocked(LPOLESTR* rgolestr, const std::vector<std::wstring_view>& names,
-                       std::vector<Variant>& values);
+  /// Puts the first count values under the first count names (all valid) into the empty
+  /// dictionary, moving them out, with the outcome of one put after another. Caller holds
+  /// lock_.
+  void FillEmptyLocked(ULONG count, LPOLESTR* rgolestr, Variant* values);
+  /// A copy of name in the arena. Caller holds lock_.
+  std::wstring_view StoreName(std::wstring_view name);
 
   mutable std::recursive_mutex lock_;
   // Names and entries come from one arena that grows in a few large steps: a per-file
@@ -102,6 +109,7 @@ class CDictionary final : public ComObject<CDictionary, IDictionary> {
   static constexpr std::size_t kArenaFirstBlock = 8192;
   std::pmr::monotonic_buffer_resource arena_{kArenaFirstBlock};
   Entries entries_{&arena_};
+  std::shared_ptr<const NameBlock> sharedNames_;
 };
 
 }  // namespace lmk

@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <exiv2/exiv2.hpp>
-#include <filesystem>
 #include <mutex>
 #include <new>
 #include <optional>
@@ -18,6 +17,7 @@
 #include "host/picture_header_probe.h"
 #include "host/xmp_packet.h"
 #include "platform/folder_listing.h"
+#include "platform/read_only_file.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {
@@ -735,6 +735,17 @@ void ReadDates(const Sources& src, ImageMetadata* m) {
   }
 }
 
+// The EXIF orientation, else the XMP one.
+void ReadOrientation(const Sources& src, ImageMetadata* m) {
+  uint64_t orientation = 0;
+  long long xmpOrientation = 0;
+  if (UIntAt(src.Exif(kExOrientation), 0, 8, &orientation) && orientation >= 1) {
+    m->orientation = static_cast<uint16_t>(orientation);
+  } else if (XmpInteger(src.Xmp(kXOrientation), 1, 8, &xmpOrientation)) {
+    m->orientation = static_cast<uint16_t>(xmpOrientation);
+  }
+}
+
 void ReadCameraValues(const Sources& src, ImageMetadata* m) {
   for (const RealValue& rv : kRealValues) {
     double v = 0;
@@ -760,14 +771,6 @@ void ReadCameraValues(const Sources& src, ImageMetadata* m) {
     if (!UIntAt(src.Exif(cv.exif), 0, 0xFFFF, &v)) continue;
     m->*cv.member = static_cast<uint16_t>(v);
     if (cv.has != nullptr) m->*cv.has = true;
-  }
-
-  uint64_t orientation = 0;
-  long long xmpOrientation = 0;
-  if (UIntAt(src.Exif(kExOrientation), 0, 8, &orientation) && orientation >= 1) {
-    m->orientation = static_cast<uint16_t>(orientation);
-  } else if (XmpInteger(src.Xmp(kXOrientation), 1, 8, &xmpOrientation)) {
-    m->orientation = static_cast<uint16_t>(xmpOrientation);
   }
 
   // ISO: the classic tag, unless it is missing or saturated (65535 means "see the newer
@@ -1096,23 +1099,37 @@ void ReadIcc(Exiv2::Image* image, ImageMetadata* m) {
   m->iccProfileName = IccProfileDescription(icc->pData_, static_cast<size_t>(icc->size_));
 }
 
-std::filesystem::path NativePath(std::wstring_view path) {
-#ifdef _WIN32
-  return std::filesystem::path(std::wstring(path));
-#else
-  return std::filesystem::path(ToUtf8(path));
-#endif
-}
-
-std::wstring WidePath(const std::filesystem::path& path) {
-#ifdef _WIN32
-  return path.wstring();
-#else
-  return FromUtf8(path.string());
-#endif
-}
-
 std::wstring Quoted(std::wstring_view path) { return L"\"" + std::wstring(path) + L"\""; }
+
+// The XMP of a picture: its sidecar's, and (when the picture itself was read) the packet that
+// the head kept from the library and what the library read. The sidecar is looked for only
+// here, so a read that needs no XMP costs no lookup beside the picture.
+void ReadXmp(std::wstring_view path, std::optional<std::string_view> packet, Exiv2::Image* image,
+             bool pictureRead, Sources* src, ImageMetadata* out, MetadataReadStatus* status) {
+  const std::wstring sidecar = CExiv2MetadataReader::FindSidecar(path);
+  if (!sidecar.empty()) {
+    try {
+      Exiv2::Image::AutoPtr sidecarImage = Exiv2::ImageFactory::open(ToUtf8(sidecar));
+      sidecarImage->readMetadata();
+      src->sidecarXmp.Add(sidecarImage->xmpData());
+      out->sidecarPath = sidecar;
+    } catch (const std::exception& e) {
+      status->warnings.push_back(L"Cannot read the sidecar " + Quoted(sidecar) + L": " +
+                                 DecodeMetadataText(e.what()));
+    }
+  }
+  if (!pictureRead) return;
+  if (image != nullptr) src->embeddedXmp.Add(image->xmpData());
+  if (packet) {
+    std::vector<XmpKeyedProperty> packetXmp;
+    std::string why;
+    if (!ParseXmpPacket(*packet, &packetXmp, &why)) {
+      status->warnings.push_back(L"Cannot read the XMP packet of " + Quoted(path) + L": " +
+                                 DecodeMetadataText(why));
+    }
+    src->embeddedXmp.Add(packetXmp);
+  }
+}
 
 }  // namespace
 
@@ -1125,28 +1142,35 @@ CExiv2MetadataReader::CExiv2MetadataReader() { Initialize(); }
 
 std::wstring CExiv2MetadataReader::FindSidecar(std::wstring_view picturePath) {
   try {
-    const std::filesystem::path picture = NativePath(picturePath);
-    for (const char* ext : {".xmp", ".XMP"}) {
-      std::filesystem::path candidate = picture;
-      candidate.replace_extension(ext);
-      if (candidate == picture) continue;
+    // The name with its extension replaced: the extension is what follows the last dot of the
+    // file name, unless that dot opens the name (".hidden" has none).
+    const std::size_t slash = picturePath.find_last_of(L'/');
+    const std::size_t nameStart = slash == std::wstring_view::npos ? 0 : slash + 1;
+    const std::wstring_view name = picturePath.substr(nameStart);
+    if (name.empty() || name == L"." || name == L"..") return {};
+    const std::size_t dot = picturePath.find_last_of(L'.');
+    const std::size_t stemEnd =
+        dot != std::wstring_view::npos && dot > nameStart ? dot : picturePath.size();
+    std::wstring candidate;
+    candidate.reserve(stemEnd + 4);
+    candidate.append(picturePath.substr(0, stemEnd));
+    for (const wchar_t* ext : {L".xmp", L".XMP"}) {
+      candidate.resize(stemEnd);
+      candidate.append(ext);
+      if (candidate == picturePath) continue;
       // During a run the folder's listing answers for the usual case of no sidecar; a name
       // it holds is still checked to be a regular file.
-      std::error_code ec;
-      if (ListedFileExists(WidePath(candidate)) &&
-          std::filesystem::is_regular_file(candidate, ec)) {
-        return WidePath(candidate);
-      }
+      if (ListedFileExists(candidate) && IsRegularFile(candidate)) return candidate;
     }
   } catch (...) {
-    // A path the file system cannot represent has no sidecar.
+    // Out of memory: the picture is read without its sidecar.
   }
   return {};
 }
 
-MetadataReadStatus CExiv2MetadataReader::Read(
-    std::wstring_view path, ImageMetadata* out,
-    std::optional<std::uintmax_t> knownSize) const noexcept {
+MetadataReadStatus CExiv2MetadataReader::Read(std::wstring_view path, ImageMetadata* out,
+                                              std::optional<std::uintmax_t> knownSize,
+                                              uint32_t values) const noexcept {
   MetadataReadStatus status;
   if (out == nullptr) {
     status.message = L"No place to store the metadata of " + Quoted(path) + L".";
@@ -1154,44 +1178,28 @@ MetadataReadStatus CExiv2MetadataReader::Read(
   }
   try {
     *out = ImageMetadata{};
+    if ((values & kMetadataAll) == 0) {
+      status.ok = true;
+      return status;
+    }
     WarningScope warnings(&status.warnings);
     Sources src;
-
-    const std::wstring sidecar = FindSidecar(path);
-    Exiv2::Image::AutoPtr sidecarImage;
-    if (!sidecar.empty()) {
-      try {
-        sidecarImage = Exiv2::ImageFactory::open(ToUtf8(sidecar));
-        sidecarImage->readMetadata();
-        src.sidecarXmp.Add(sidecarImage->xmpData());
-        out->sidecarPath = sidecar;
-      } catch (const std::exception& e) {
-        status.warnings.push_back(L"Cannot read the sidecar " + Quoted(sidecar) + L": " +
-                                  DecodeMetadataText(e.what()));
-      }
-    }
 
     // One read of the file's head usually holds all of its metadata; parsing it from memory
     // spares the several opens and seeks of reading through the file. The head outlives the
     // image, which parses it in place.
     PictureFileHead head;
-    std::vector<XmpKeyedProperty> packetXmp;
+    std::optional<std::string_view> packet;
     std::vector<ExifEntry> exifEntries;
     PixelSources pixels;
     bool plain = false;
     Exiv2::Image::AutoPtr image;
     try {
-      if (head.Read(NativePath(path), PictureFileHead::kDefaultLimit, knownSize) &&
-          head.Sufficient() && head.size() > 0) {
+      if (head.Read(path, PictureFileHead::kDefaultLimit, knownSize) && head.Sufficient() &&
+          head.size() > 0) {
         // The library's XMP tree costs more than everything else in a small picture; the
-        // packet is read here instead, into the same properties.
-        if (const std::optional<std::string_view> packet = head.DetachJpegXmp()) {
-          std::string why;
-          if (!ParseXmpPacket(*packet, &packetXmp, &why)) {
-            status.warnings.push_back(L"Cannot read the XMP packet of " + Quoted(path) + L": " +
-                                      DecodeMetadataText(why));
-          }
-        }
+        // packet is read below instead, into the same properties, when a value needs it.
+        packet = head.DetachJpegXmp();
         // So does its EXIF tree: a JPEG with a plain EXIF block and nothing else for the
         // library to read is read here too.
         if (const std::optional<std::string_view> tiff = head.PlainJpegExif();
@@ -1215,32 +1223,51 @@ MetadataReadStatus CExiv2MetadataReader::Read(
     }
     if (plain) {
       IndexExif(exifEntries, &src);
-      src.embeddedXmp.Add(packetXmp);
       out->mimeType = L"image/jpeg";
     } else if (image.get() != nullptr) {
       IndexExif(image->exifData(), &src);
-      IndexIptc(image->iptcData(), &src);
-      src.embeddedXmp.Add(image->xmpData());
-      src.embeddedXmp.Add(packetXmp);
+      if ((values & (kMetadataMarks | kMetadataIptc)) != 0) IndexIptc(image->iptcData(), &src);
       out->mimeType = DecodeMetadataText(image->mimeType());
-      pixels.header = PictureHeaderInfo{};
-      ProbePictureHeader(image->io(), &pixels.header);
-      if (image->pixelWidth() > 0 && image->pixelHeight() > 0) {
-        pixels.libraryWidth = static_cast<uint64_t>(image->pixelWidth());
-        pixels.libraryHeight = static_cast<uint64_t>(image->pixelHeight());
+      if ((values & kMetadataPixels) != 0) {
+        pixels.header = PictureHeaderInfo{};
+        ProbePictureHeader(image->io(), &pixels.header);
+        if (image->pixelWidth() > 0 && image->pixelHeight() > 0) {
+          pixels.libraryWidth = static_cast<uint64_t>(image->pixelWidth());
+          pixels.libraryHeight = static_cast<uint64_t>(image->pixelHeight());
+        }
       }
     }
 
-    ReadDates(src, out);
-    ReadCameraValues(src, out);
-    ReadStrings(src, out);
-    if (out->comment.empty() && image.get() != nullptr)
-      out->comment = DecodeMetadataText(image->comment());
-    ReadMarks(src, out);
-    ReadGps(src, out);
-    ReadIptc(src, out);
-    ReadIcc(image.get(), out);
-    ReadPixels(pixels, src, out);
+    // The date and the orientation come from EXIF first: when it has them, the XMP behind
+    // them (sidecar and packet) is not read at all unless another value needs it.
+    bool needsXmp = (values & kMetadataXmpFirst) != 0;
+    if (!needsXmp && (values & kMetadataDates) != 0) {
+      ReadDates(src, out);
+      needsXmp = !out->dateTaken.present;
+    }
+    if (!needsXmp && (values & kMetadataPixels) != 0) {
+      ReadOrientation(src, out);
+      needsXmp = out->orientation == 0;
+    }
+    if (needsXmp) {
+      out->dateTaken = MetaDateTime{};
+      out->orientation = 0;
+      ReadXmp(path, packet, image.get(), plain || image.get() != nullptr, &src, out, &status);
+    }
+
+    if ((values & kMetadataDates) != 0) ReadDates(src, out);
+    if ((values & (kMetadataCamera | kMetadataPixels)) != 0) ReadOrientation(src, out);
+    if ((values & kMetadataCamera) != 0) ReadCameraValues(src, out);
+    if ((values & kMetadataStrings) != 0) {
+      ReadStrings(src, out);
+      if (out->comment.empty() && image.get() != nullptr)
+        out->comment = DecodeMetadataText(image->comment());
+    }
+    if ((values & kMetadataMarks) != 0) ReadMarks(src, out);
+    if ((values & kMetadataGps) != 0) ReadGps(src, out);
+    if ((values & kMetadataIptc) != 0) ReadIptc(src, out);
+    if ((values & kMetadataIcc) != 0) ReadIcc(image.get(), out);
+    if ((values & kMetadataPixels) != 0) ReadPixels(pixels, src, out);
     return status;
   } catch (const std::bad_alloc&) {
     status.ok = false;

@@ -3,8 +3,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <string_view>
+
+#include "platform/read_only_file.h"
 
 namespace lmk {
 namespace {
@@ -54,37 +55,33 @@ bool JpegHeadIsComplete(const uint8_t* bytes, std::size_t size) noexcept {
   return WalkJpegHeader(bytes, size, [](uint8_t, std::size_t, std::size_t) {});
 }
 
-bool PictureFileHead::Read(const std::filesystem::path& path, std::size_t limit,
+bool PictureFileHead::Read(std::wstring_view path, std::size_t limit,
                            std::optional<std::uintmax_t> knownSize) {
   bytes_.clear();
   whole_ = false;
   jpeg_ = JpegLayout{};
   detachedXmp_ = 0;
-  std::ifstream file;
-  // Unbuffered: the reads below go straight to the file.
-  file.rdbuf()->pubsetbuf(nullptr, 0);
-  file.open(path, std::ios::binary);
-  if (!file) return false;
+  ReadOnlyFile file;
+  if (!file.Open(path)) return false;
   // A small picture ends within the first read, which then needs no size asked first. One
   // byte past the limit tells whether the file goes on.
   std::size_t want = limit + 1;
   if (knownSize && *knownSize < want) want = static_cast<std::size_t>(*knownSize);
-  const auto readInto = [&file](uint8_t* at, std::size_t count) {
-    file.read(reinterpret_cast<char*>(at), static_cast<std::streamsize>(count));
-    return static_cast<std::size_t>(file.gcount());
-  };
   bytes_.resize(std::min(want, kFirstRead));
-  std::size_t got = readInto(bytes_.data(), bytes_.size());
-  if (got == bytes_.size() && got < want) {
+  std::ptrdiff_t got = file.Read(bytes_.data(), bytes_.size());
+  if (got == static_cast<std::ptrdiff_t>(bytes_.size()) && bytes_.size() < want) {
+    const auto first = static_cast<std::size_t>(got);
     bytes_.resize(want);
-    got += readInto(bytes_.data() + got, want - got);
+    const std::ptrdiff_t more = file.Read(bytes_.data() + first, want - first);
+    got = more < 0 ? -1 : got + more;
   }
-  if (file.bad()) {
+  if (got < 0) {
     bytes_.clear();
     return false;
   }
-  whole_ = got <= limit;
-  bytes_.resize(std::min(got, limit));
+  const auto count = static_cast<std::size_t>(got);
+  whole_ = count <= limit;
+  bytes_.resize(std::min(count, limit));
   ReadJpegLayout();
   return true;
 }

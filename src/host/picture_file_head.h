@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -24,7 +23,7 @@ class PictureFileHead {
   /// Reads up to `limit` bytes from the start of the file. False when the file cannot be
   /// opened or read; the head is then empty. `knownSize`, the file's size as just asked of the
   /// file system, spares the read that would find the end of a small file.
-  bool Read(const std::filesystem::path& path, std::size_t limit = kDefaultLimit,
+  bool Read(std::wstring_view path, std::size_t limit = kDefaultLimit,
             std::optional<std::uintmax_t> knownSize = std::nullopt);
 
   const uint8_t* data() const noexcept { return bytes_.data(); }

@@ -190,6 +190,45 @@ std::wstring Upper(std::wstring_view text) {
   return upper;
 }
 
+// The record's metadata keys by the groups that feed them: a name is matched whole, or by its
+// beginning when that ends in a dot. Earlier rows win.
+struct KeyValues {
+  std::wstring_view name;
+  uint32_t values;
+};
+
+constexpr KeyValues kKeyValues[] = {
+    {L"Meta.DateTaken", kMetadataDates},
+    {L"Meta.DateTakenFT", kMetadataDates},
+    {L"Meta.IccProfileName", kMetadataIcc},
+    {L"Meta.CameraMake", kMetadataStrings},
+    {L"Meta.CameraModel", kMetadataStrings},
+    {L"Meta.LensModel", kMetadataStrings},
+    {L"Meta.Comment", kMetadataStrings},
+    {L"Meta.Artist", kMetadataStrings},
+    {L"Meta.Copyright", kMetadataStrings},
+    {L"Meta.ImageUniqueID", kMetadataStrings},
+    {L"Meta.CameraSerialNumber", kMetadataStrings},
+    {L"Meta.XMP.", kMetadataMarks},
+    {L"Meta.Photoshop.", kMetadataMarks},
+    {L"Meta.GPS.", kMetadataGps},
+    {L"Meta.IPTC.", kMetadataIptc},
+    {L"Meta.", kMetadataCamera},
+    {L"Image.Index", 0},
+    {L"Image.", kMetadataPixels},
+};
+
+// Record names compare as ASCII without case, so that a name spelled otherwise never loses
+// its values.
+bool SameName(std::wstring_view a, std::wstring_view b) noexcept {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const auto lower = [](wchar_t c) { return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c; };
+    if (lower(a[i]) != lower(b[i])) return false;
+  }
+  return true;
+}
+
 std::shared_ptr<SettingsStore> UserStore() {
   std::shared_ptr<SettingsStore> store;
   if (FAILED(SettingsStore::Open(SettingsScope::CurrentUser, &store))) return nullptr;
@@ -204,6 +243,32 @@ CStandaloneHost::CStandaloneHost(std::vector<std::wstring> files, std::wstring i
   GetSystemTimeAsFileTime(&startTime_);
   entries_.reserve(files.size());
   for (std::wstring& file : files) entries_.push_back(Entry{std::move(file), false});
+}
+
+uint32_t CStandaloneHost::MetadataValuesOfKey(std::wstring_view name) noexcept {
+  for (const KeyValues& row : kKeyValues) {
+    const bool prefix = row.name.back() == L'.';
+    if (prefix
+            ? name.size() > row.name.size() && SameName(name.substr(0, row.name.size()), row.name)
+            : SameName(name, row.name)) {
+      return row.values;
+    }
+  }
+  return 0;
+}
+
+HRESULT STDMETHODCALLTYPE CStandaloneHost::SetNeededKeys(ULONG count, const LPCWSTR* names) {
+  if (count == 0) {
+    neededValues_.store(kMetadataAll);
+    return S_OK;
+  }
+  if (names == nullptr) return E_INVALIDARG;
+  uint32_t values = 0;
+  for (ULONG i = 0; i < count; ++i) {
+    if (names[i] != nullptr) values |= MetadataValuesOfKey(names[i]);
+  }
+  neededValues_.store(values);
+  return S_OK;
 }
 
 HRESULT CStandaloneHost::SetCurrentFile(std::wstring_view path) {
@@ -258,7 +323,7 @@ ComPtr<CImageRecord> CStandaloneHost::BuildRecord(std::wstring_view path, ULONG 
   }
 
   ImageMetadata meta;
-  const MetadataReadStatus status = reader_.Read(path, &meta, facts.size);
+  const MetadataReadStatus status = reader_.Read(path, &meta, facts.size, neededValues_.load());
   // What the reader could not parse is not a reason to leave the picture out: it is processed
   // with what the file system tells (and a sidecar's values, if any).
   if (EventLogWriter* log = EventLogWriter::Current(); !status.ok && log != nullptr) {

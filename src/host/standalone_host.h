@@ -18,6 +18,7 @@
 #include "host/exiv2_metadata_reader.h"
 #include "host/metadata_writer.h"
 #include "host_api/lumarko_host.h"
+#include "host_api/record_hints.h"
 #include "shell/image_record.h"
 
 namespace lmk {
@@ -30,7 +31,7 @@ inline constexpr std::wstring_view kSessionKeepCopyIndexValue = L"SessionKeepCop
 /// that a run's range is never disturbed: a file the plug-in deletes keeps its place (its
 /// record then names a missing file, which a run skips) and a renamed file keeps its place
 /// under its new path. The cookie of the file at index i is i + 1.
-class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
+class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost, ILumarkoRecordHints> {
  public:
   /// files: absolute paths, as the list shows them (CPictureFileScanner sorts them);
   /// imagesFolder: the folder the list stands for. The current image is the first one. Makes
@@ -69,6 +70,14 @@ class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
 
   LMK_LUMARKO_HOST_OVERRIDES;
 
+  /// The metadata groups (MetadataValues) behind the named record keys; every group for a
+  /// count of 0. Records built after the call read only those groups.
+  HRESULT STDMETHODCALLTYPE SetNeededKeys(ULONG count, const LPCWSTR* names) override;
+
+  /// The metadata groups that feed the record key `name`: 0 for keys no metadata feeds
+  /// (file-system facts, the run's values) and for names no record holds.
+  static uint32_t MetadataValuesOfKey(std::wstring_view name) noexcept;
+
  private:
   struct Entry {
     std::wstring path;
@@ -91,6 +100,8 @@ class CStandaloneHost final : public ComObject<CStandaloneHost, ILumarkoHost> {
   std::wstring imagesFolder_;
   FILETIME startTime_{};
   CExiv2MetadataReader reader_;
+  // What the records read (MetadataValues); workers read it as each record is built.
+  std::atomic<uint32_t> neededValues_{kMetadataAll};
 
   // The range: the index the next GetNextImageOfRange hands out, shared by the workers.
   std::atomic<ULONG> cursor_{0};

@@ -165,7 +165,7 @@ using test::WriteBytes;
 // True when the picture's EXIF is read without the library.
 bool ReadPlain(const fs::path& path) {
   PictureFileHead head;
-  if (!head.Read(path) || !head.Sufficient()) return false;
+  if (!head.Read(path.wstring()) || !head.Sufficient()) return false;
   head.DetachJpegXmp();
   const std::optional<std::string_view> tiff = head.PlainJpegExif();
   std::vector<ExifEntry> entries;

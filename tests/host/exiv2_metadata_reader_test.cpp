@@ -387,7 +387,7 @@ TEST(Exiv2MetadataReaderTest, LargePicturesReadTheSameWhereverTheirMetadataEnds)
     WriteBytes(path, c.content);
     fs::copy_file(kSamples / "sidecar_2025.xmp", dir / "large.xmp");
     PictureFileHead head;
-    ASSERT_TRUE(head.Read(path)) << c.name;
+    ASSERT_TRUE(head.Read(Wide(path))) << c.name;
     EXPECT_FALSE(head.whole()) << c.name;
     EXPECT_EQ(head.Sufficient(), c.headSuffices) << c.name;
 
