@@ -122,4 +122,10 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   return S_OK;
 }
 
+void CDeleteAction::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
+            L"File.InternalCookie"});
+  keys.Add({L"App.ImagesFolder", L"App.KeepCopyFolder"});
+}
+
 }  // namespace lmk

@@ -131,4 +131,10 @@ std::wstring CMetadataAction::ValueText() const {
   return std::to_wstring(value_);
 }
 
+void CMetadataAction::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add(traits_.key);
+  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
+            L"File.InternalCookie"});
+}
+
 }  // namespace lmk

@@ -35,6 +35,9 @@ class CMetadataAction : public CAction {
   /// a record read (E_NOINTERFACE when Plugin.Host is no host). E_INVALIDARG for a null record.
   [[nodiscard]] HRESULT Execute(IDictionary* record) const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   /// What one kind of metadata action reads, writes and says.
   struct Traits {

@@ -10,6 +10,7 @@
 #include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
+#include "templates/template_keys.h"
 
 namespace lmk {
 
@@ -114,6 +115,12 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
     }
   }
   return S_OK;
+}
+
+void CRenameAction::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
+            L"File.InternalCookie"});
+  AddTemplateKeys(template_, keys);
 }
 
 }  // namespace lmk
