@@ -123,8 +123,7 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
 }
 
 void CDeleteAction::AddNeededKeys(RecordKeySet& keys) const {
-  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
-            L"File.InternalCookie"});
+  AddFileActionKeys(keys);
   keys.Add({L"App.ImagesFolder", L"App.KeepCopyFolder"});
 }
 

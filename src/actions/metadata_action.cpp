@@ -133,8 +133,7 @@ std::wstring CMetadataAction::ValueText() const {
 
 void CMetadataAction::AddNeededKeys(RecordKeySet& keys) const {
   keys.Add(traits_.key);
-  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
-            L"File.InternalCookie"});
+  AddFileActionKeys(keys);
 }
 
 }  // namespace lmk

@@ -118,8 +118,7 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
 }
 
 void CRenameAction::AddNeededKeys(RecordKeySet& keys) const {
-  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
-            L"File.InternalCookie"});
+  AddFileActionKeys(keys);
   AddTemplateKeys(template_, keys);
 }
 

@@ -187,8 +187,7 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
 }
 
 void CTransferAction::AddNeededKeys(RecordKeySet& keys) const {
-  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
-            L"File.InternalCookie"});
+  AddFileActionKeys(keys);
   keys.Add(L"App.ImagesFolder");
   AddTemplateKeys(destination_, keys);
   if (renameTemplate_.empty()) return;
