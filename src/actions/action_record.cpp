@@ -134,4 +134,9 @@ void TellHostDeleted(IDictionary& record, std::wstring_view path) {
   }
 }
 
+void AddFileActionKeys(RecordKeySet& keys) {
+  keys.Add({L"Misc.FrameNumber", L"File.Name", L"File.PathNoExt", L"Plugin.Host",
+            L"File.InternalCookie", L"Plugin.Globals"});
+}
+
 }  // namespace lmk

@@ -8,6 +8,7 @@
 
 #include "com/com.h"
 #include "dictionary/idictionary.h"
+#include "rules/record_key_set.h"
 
 namespace lmk {
 
@@ -50,5 +51,9 @@ void TellHostRenamed(IDictionary& record, std::wstring_view oldPath, std::wstrin
 
 /// Tells the host that the file was deleted or recycled; as TellHostRenamed.
 void TellHostDeleted(IDictionary& record, std::wstring_view path);
+
+/// Adds the values that the reads above use (the file's name, frame, host and cookie), for the
+/// file actions' lists of the values they read.
+void AddFileActionKeys(RecordKeySet& keys);
 
 }  // namespace lmk

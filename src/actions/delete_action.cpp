@@ -119,4 +119,9 @@ HRESULT CDeleteAction::ExecuteFrame(IDictionary& record) const {
   return S_OK;
 }
 
+void CDeleteAction::AddNeededKeys(RecordKeySet& keys) const {
+  AddFileActionKeys(keys);
+  keys.Add({L"App.ImagesFolder", L"App.KeepCopyFolder"});
+}
+
 }  // namespace lmk

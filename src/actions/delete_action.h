@@ -33,6 +33,9 @@ class CDeleteAction : public CAction {
   [[nodiscard]] HRESULT Execute(IDictionary* record) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   /// Version 1: no fields of its own (every option is a flag).
   void ExchangeFields(CFieldArchive& archive, BYTE version) override;

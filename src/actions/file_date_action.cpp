@@ -22,4 +22,6 @@ HRESULT CFileDateAction::Execute(IDictionary* record) const {
 
 std::wstring CFileDateAction::Description() const { return L"Leave the file's dates as they are."; }
 
+void CFileDateAction::AddNeededKeys(RecordKeySet& keys) const { keys.Add(L"Meta.XMP.Label"); }
+
 }  // namespace lmk

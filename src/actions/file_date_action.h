@@ -16,6 +16,9 @@ class CFileDateAction : public CAction {
   /// the failure for a record without it). E_INVALIDARG for a null record.
   [[nodiscard]] HRESULT Execute(IDictionary* record) const override;
   std::wstring Description() const override;
+
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
 };
 
 }  // namespace lmk

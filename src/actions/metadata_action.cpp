@@ -139,4 +139,9 @@ std::wstring CMetadataAction::ValueText() const {
   return std::to_wstring(value_);
 }
 
+void CMetadataAction::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add(traits_.key);
+  AddFileActionKeys(keys);
+}
+
 }  // namespace lmk

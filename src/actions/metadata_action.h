@@ -37,6 +37,9 @@ class CMetadataAction : public CAction {
   /// "Set its XMP Rating to 3."
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   /// What one kind of metadata action reads, writes and says.
   struct Traits {

@@ -10,6 +10,7 @@
 #include "actions/template_syntax.h"
 #include "actions/transfer_destination.h"
 #include "com/com_error.h"
+#include "templates/template_keys.h"
 
 namespace lmk {
 
@@ -111,6 +112,11 @@ HRESULT CRenameAction::ExecuteFrame(IDictionary& record) const {
     LMK_RETURN_IF_FAILED(CompanionFailure(companionHr, errorText, OnFailure()));
   }
   return S_OK;
+}
+
+void CRenameAction::AddNeededKeys(RecordKeySet& keys) const {
+  AddFileActionKeys(keys);
+  AddTemplateKeys(template_, keys);
 }
 
 }  // namespace lmk

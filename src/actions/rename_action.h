@@ -33,6 +33,9 @@ class CRenameAction : public CAction {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   /// Version 1: the template.
   void ExchangeFields(CFieldArchive& archive, BYTE version) override;

@@ -12,6 +12,7 @@
 #include "platform/event_log_writer.h"
 #include "platform/file_operations.h"
 #include "platform/file_system.h"
+#include "templates/template_keys.h"
 
 namespace lmk {
 namespace {
@@ -183,6 +184,22 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
     }
   }
   return S_OK;
+}
+
+void CTransferAction::AddNeededKeys(RecordKeySet& keys) const {
+  AddFileActionKeys(keys);
+  keys.Add(L"App.ImagesFolder");
+  AddTemplateKeys(destination_, keys);
+  if (renameTemplate_.empty()) return;
+  CRenamingTemplateStore store;
+  std::wstring text;
+  const HRESULT found = ResolveRenamingTemplate(store, renameTemplate_, &text);
+  // A store that cannot be read now may be read when the action runs: any value may be used.
+  if (FAILED(found)) {
+    keys.AddEvery();
+  } else if (found == S_OK) {
+    AddTemplateKeys(text, keys);
+  }
 }
 
 }  // namespace lmk

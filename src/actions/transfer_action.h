@@ -51,6 +51,9 @@ class CTransferAction : public CAction {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   /// New actions take both companions along.
   explicit CTransferAction(const ElementKind& kind);

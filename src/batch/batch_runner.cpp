@@ -11,6 +11,7 @@
 #include "com/com_error.h"
 #include "com/time_convert.h"
 #include "com/variant.h"
+#include "host_api/record_hints.h"
 #include "platform/file_operations.h"
 #include "platform/folder_listing.h"
 #include "platform/processor_info.h"
@@ -42,6 +43,34 @@ std::optional<unsigned long> ReadUseHtCores() {
     return std::nullopt;
   }
   return static_cast<unsigned long>(value.number);
+}
+
+// Makes the builder put only the record values that the checked rules read, and tells a host
+// that takes hints, so that it parses no metadata that nobody reads.
+void NarrowRecords(const std::vector<std::shared_ptr<const CRule>>& rules, ILumarkoHost& host,
+                   CFileRecordBuilder& builder) {
+  RecordKeySet needed;
+  try {
+    for (const std::shared_ptr<const CRule>& rule : rules) {
+      if (rule && rule->IsChecked()) rule->AddNeededKeys(needed);
+    }
+  } catch (...) {
+    // Whatever could not be told is read from the whole record.
+    needed.AddEvery();
+  }
+  builder.SetNeededKeys(needed);
+  ComPtr<ILumarkoRecordHints> hints;
+  if (FAILED(host.QueryInterface(IID_ILumarkoRecordHints, reinterpret_cast<void**>(&hints))) ||
+      !hints) {
+    return;
+  }
+  if (needed.IsEvery()) {
+    (void)hints->SetNeededKeys(0, nullptr);
+    return;
+  }
+  std::vector<LPCWSTR> names;
+  for (std::wstring_view name : builder.BuiltKeyNames()) names.push_back(name.data());
+  (void)hints->SetNeededKeys(static_cast<ULONG>(names.size()), names.data());
 }
 
 }  // namespace
@@ -211,6 +240,7 @@ void CBatchRunner::Run(RunState& state) {
   state.builder = std::make_unique<CFileRecordBuilder>(host_.Get(), state.globals.Get(),
                                                        state.attachments.Get(), options_.fileExists,
                                                        options_.createDictionary);
+  NarrowRecords(rules_, *host_.Get(), *state.builder);
 
   ComPtr<ILumarkoImage> first;
   HRESULT fetched = S_FALSE;

@@ -227,6 +227,22 @@ constexpr std::array<FileRecordKey, kFileRecordKeyCount> KeysOf(
 }
 constexpr std::array<FileRecordKey, kFileRecordKeyCount> kKeys = KeysOf(kFields);
 
+// Values that every record holds whatever the rules read: they come from the run and from the
+// file system's facts, and the runner, the event log and every file action use them.
+bool AlwaysBuilt(std::wstring_view name) {
+  for (std::wstring_view prefix : {L"Plugin.", L"App.", L"File.", L"Misc."}) {
+    if (name.starts_with(prefix)) return true;
+  }
+  return false;
+}
+
+// A date is kept twice, as a date and as its "FT" count; both come from one field of the host.
+bool NeededWithTwin(const RecordKeySet& keys, std::wstring_view name) {
+  if (keys.Contains(name)) return true;
+  if (name.ends_with(L"FT")) return keys.Contains(name.substr(0, name.size() - 2));
+  return keys.Contains(std::wstring(name) + L"FT");
+}
+
 std::wstring FolderFromHost(ILumarkoHost* host, HRESULT (ILumarkoHost::*get)(BSTR*)) {
   Bstr folder;
   if (FAILED((host->*get)(&folder))) return {};
@@ -265,6 +281,24 @@ CFileRecordBuilder::CFileRecordBuilder(ILumarkoHost* host, IDictionary* globals,
   // The folders belong to the run, not to a file: asked once rather than once per image.
   imagesFolder_ = FolderFromHost(host, &ILumarkoHost::GetImagesFolder);
   keepCopyFolder_ = FolderFromHost(host, &ILumarkoHost::GetKeepCopyFolder);
+  RecordKeySet every;
+  every.AddEvery();
+  SetNeededKeys(every);
+}
+
+void CFileRecordBuilder::SetNeededKeys(const RecordKeySet& keys) {
+  built_.clear();
+  for (std::size_t i = 0; i < kFields.size(); ++i) {
+    const std::wstring_view name = kFields[i].key.name;
+    if (AlwaysBuilt(name) || NeededWithTwin(keys, name)) built_.push_back(i);
+  }
+}
+
+std::vector<std::wstring_view> CFileRecordBuilder::BuiltKeyNames() const {
+  std::vector<std::wstring_view> names;
+  names.reserve(built_.size());
+  for (std::size_t i : built_) names.push_back(kFields[i].key.name);
+  return names;
 }
 
 std::array<Variant, kFileRecordKeyCount> CFileRecordBuilder::Values(const LMKIMAGERECORD& r) const {
@@ -281,18 +315,22 @@ FileRecordStatus CFileRecordBuilder::Build(const LMKIMAGERECORD& record,
     out.Reset();
     if (!fileExists_(TextOf(record.fullPath))) return FileRecordStatus::kMissing;
 
-    std::array<Variant, kFileRecordKeyCount> values = Values(record);
+    const RunValues run{host_.Get(), globals_.Get(), attachments_.Get(), imagesFolder_,
+                        keepCopyFolder_};
+    const ULONG count = static_cast<ULONG>(built_.size());
+    std::array<Variant, kFileRecordKeyCount> values;
     std::array<LPOLESTR, kFileRecordKeyCount> names{};
-    for (std::size_t i = 0; i < kFileRecordKeyCount; ++i) {
-      names[i] = const_cast<LPOLESTR>(kKeys[i].name.data());
+    for (ULONG n = 0; n < count; ++n) {
+      const KeyField& field = kFields[built_[n]];
+      values[n] = field.read(run, record);
+      names[n] = const_cast<LPOLESTR>(field.key.name.data());
     }
     ComPtr<IDictionary> dictionary;
     if (!createDictionary_) {
       // The values were made for this record alone: the dictionary takes them over instead
       // of copying each text.
       ComPtr<CDictionary> own = MakeComObject<CDictionary>();
-      if (FAILED(own->TakeMultiple(static_cast<ULONG>(kFileRecordKeyCount), names.data(),
-                                   values.data()))) {
+      if (FAILED(own->TakeMultiple(count, names.data(), values.data()))) {
         return FileRecordStatus::kCannotFill;
       }
       dictionary = ComPtr<IDictionary>(own.Get());
@@ -302,9 +340,8 @@ FileRecordStatus CFileRecordBuilder::Build(const LMKIMAGERECORD& record,
       }
       // PutMultiple copies what it stores: the arrays only lend values for the call.
       std::array<VARIANT, kFileRecordKeyCount> shallow{};
-      for (std::size_t i = 0; i < kFileRecordKeyCount; ++i) shallow[i] = values[i].ref();
-      if (FAILED(dictionary->PutMultiple(static_cast<ULONG>(kFileRecordKeyCount), names.data(),
-                                         shallow.data()))) {
+      for (ULONG n = 0; n < count; ++n) shallow[n] = values[n].ref();
+      if (FAILED(dictionary->PutMultiple(count, names.data(), shallow.data()))) {
         return FileRecordStatus::kCannotFill;
       }
     }

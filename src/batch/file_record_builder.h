@@ -6,12 +6,14 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "com/com.h"
 #include "com/com_ptr.h"
 #include "com/variant.h"
 #include "dictionary/idictionary.h"
 #include "host_api/lumarko_host.h"
+#include "rules/record_key_set.h"
 
 namespace lmk {
 
@@ -66,10 +68,18 @@ class CFileRecordBuilder {
   CFileRecordBuilder(ILumarkoHost* host, IDictionary* globals, IDictionary* attachments,
                      FileExistsFn fileExists = {}, DictionaryFactory createDictionary = {});
 
-  /// Fills out with a new per-file dictionary holding the 120 values of `record`, put in one
-  /// call in the order of FileRecordKeys() (PutMultiple into a dictionary from the factory,
-  /// TakeMultiple into the builder's own). out stays null unless kBuilt comes back.
-  /// Throws nothing.
+  /// From now on, Build puts only the values keys names, with those that every record holds
+  /// (the `Plugin.`, `App.`, `File.` and `Misc.` values, which cost nothing to make) and the
+  /// twin of each date named ("Meta.DateTaken" with "Meta.DateTakenFT"). Every key, the
+  /// default, puts all 120. Not while another thread builds.
+  void SetNeededKeys(const RecordKeySet& keys);
+  /// The names of the values Build puts, in key order.
+  std::vector<std::wstring_view> BuiltKeyNames() const;
+
+  /// Fills out with a new per-file dictionary holding the values of `record` that the builder
+  /// puts (all 120 unless SetNeededKeys said otherwise), put in one call in the order of
+  /// FileRecordKeys() (PutMultiple into a dictionary from the factory, TakeMultiple into the
+  /// builder's own). out stays null unless kBuilt comes back. Throws nothing.
   FileRecordStatus Build(const LMKIMAGERECORD& record, ComPtr<IDictionary>& out) const noexcept;
 
   /// The 120 values of `record` in key order (what Build puts). Throws ComError/bad_alloc.
@@ -83,6 +93,8 @@ class CFileRecordBuilder {
   DictionaryFactory createDictionary_;
   std::wstring imagesFolder_;
   std::wstring keepCopyFolder_;
+  // The indexes into FileRecordKeys() of the values Build puts, in order.
+  std::vector<std::size_t> built_;
 };
 
 }  // namespace lmk

@@ -15,4 +15,8 @@ HRESULT CCameraMakeMatchCondition::Test(IDictionary& record) const {
   return MatchRecordText(record, kKey);
 }
 
+void CCameraMakeMatchCondition::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add(L"Meta.CameraMake");
+}
+
 }  // namespace lmk

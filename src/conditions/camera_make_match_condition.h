@@ -13,6 +13,9 @@ class CCameraMakeMatchCondition : public CPatternCondition {
 
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
 };

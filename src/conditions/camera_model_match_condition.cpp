@@ -15,4 +15,8 @@ HRESULT CCameraModelMatchCondition::Test(IDictionary& record) const {
   return MatchRecordText(record, kKey);
 }
 
+void CCameraModelMatchCondition::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add(L"Meta.CameraModel");
+}
+
 }  // namespace lmk

@@ -106,10 +106,16 @@ bool OnFixedDay(std::int64_t ticks, std::int64_t* out) {
   return true;
 }
 
+namespace {
+constexpr std::wstring_view kDateTakenKey = L"Meta.DateTakenFT";
+constexpr std::wstring_view kGpsTimeKey = L"Meta.GPS.TimeStampFT";
+constexpr std::wstring_view kLastWriteKey = L"File.LastWriteTimeFT";
+}  // namespace
+
 HRESULT ReadImageTime(IDictionary& record, DWORD flags, ImageTime* time) {
-  static const Bstr kDateTaken(L"Meta.DateTakenFT");
-  static const Bstr kGpsTime(L"Meta.GPS.TimeStampFT");
-  static const Bstr kLastWrite(L"File.LastWriteTimeFT");
+  static const Bstr kDateTaken(kDateTakenKey);
+  static const Bstr kGpsTime(kGpsTimeKey);
+  static const Bstr kLastWrite(kLastWriteKey);
   *time = ImageTime{};
   LMK_RETURN_IF_FAILED(GetRecordFileTime(
       record, (flags & kUseGpsTimeFlag) != 0 ? kGpsTime : kDateTaken, &time->ticks));
@@ -120,6 +126,11 @@ HRESULT ReadImageTime(IDictionary& record, DWORD flags, ImageTime* time) {
   }
   time->fromLastWrite = true;
   return GetRecordFileTime(record, kLastWrite, &time->ticks);
+}
+
+void AddImageTimeKeys(DWORD flags, RecordKeySet& keys) {
+  keys.Add((flags & kUseGpsTimeFlag) != 0 ? kGpsTimeKey : kDateTakenKey);
+  if ((flags & kLastWriteFallbackFlag) != 0) keys.Add(kLastWriteKey);
 }
 
 std::wstring ImageTimeSourceWords(DWORD flags) {

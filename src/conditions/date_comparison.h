@@ -13,6 +13,7 @@
 #include "rules/field_archive.h"
 #include "rules/param_archive.h"
 #include "rules/param_codec.h"
+#include "rules/record_key_set.h"
 
 namespace lmk {
 
@@ -67,6 +68,8 @@ struct ImageTime {
 /// read. Failures of the reads are returned unchanged; a key that is not a VT_I8 file time gives
 /// E_UNEXPECTED.
 HRESULT ReadImageTime(IDictionary& record, DWORD flags, ImageTime* time);
+/// The keys ReadImageTime may read with flags.
+void AddImageTimeKeys(DWORD flags, RecordKeySet& keys);
 
 /// Words for the source in sentences: "the EXIF date taken" or "the GPS timestamp", with the
 /// fallback mentioned when flags has it.

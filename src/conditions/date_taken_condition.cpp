@@ -39,4 +39,8 @@ void CDateTakenCondition::ExchangeParameters(CParamArchive& archive) {
   SetFlags(flags);
 }
 
+void CDateTakenCondition::AddNeededKeys(RecordKeySet& keys) const {
+  AddImageTimeKeys(Flags(), keys);
+}
+
 }  // namespace lmk

@@ -27,6 +27,9 @@ class CDateTakenCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
   /// The date parameter (DateParameter::ExchangeFields).

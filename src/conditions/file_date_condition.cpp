@@ -75,4 +75,8 @@ void CFileDateCondition::ExchangeParameters(CParamArchive& archive) {
   when_.ExchangeParameters(archive);
 }
 
+void CFileDateCondition::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add({L"File.CreationTimeFT", L"File.LastWriteTimeFT", L"File.LastAccessTimeFT"});
+}
+
 }  // namespace lmk

@@ -35,6 +35,9 @@ class CFileDateCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
   /// Which date, then the date parameter (DateParameter::ExchangeFields).

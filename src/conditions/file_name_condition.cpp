@@ -25,4 +25,6 @@ HRESULT CFileNameCondition::Test(IDictionary& record) const {
   return matched ? S_OK : S_FALSE;
 }
 
+void CFileNameCondition::AddNeededKeys(RecordKeySet& keys) const { keys.Add(L"File.Name"); }
+
 }  // namespace lmk

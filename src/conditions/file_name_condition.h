@@ -15,6 +15,9 @@ class CFileNameCondition : public CPatternCondition {
 
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
 };

@@ -79,4 +79,6 @@ void CFileSizeCondition::ExchangeParameters(CParamArchive& archive) {
   word_ = PackComparison(op, unit);
 }
 
+void CFileSizeCondition::AddNeededKeys(RecordKeySet& keys) const { keys.Add(L"File.Size"); }
+
 }  // namespace lmk

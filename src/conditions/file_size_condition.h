@@ -30,6 +30,9 @@ class CFileSizeCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
   /// The packed word (operator and unit), then the 64-bit byte count. Streams of version 1 are

@@ -37,4 +37,6 @@ void CFileTypeCondition::ExchangeParameters(CParamArchive& archive) {
   archive.Text(L"patterns", customList_);
 }
 
+void CFileTypeCondition::AddNeededKeys(RecordKeySet& keys) const { keys.Add(L"File.Name"); }
+
 }  // namespace lmk

@@ -27,6 +27,9 @@ class CFileTypeCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   /// E_UNEXPECTED for an unknown type mode.
   HRESULT Test(IDictionary& record) const override;

@@ -16,4 +16,6 @@ HRESULT CLabelCondition::Test(IDictionary& record) const {
   return TestRecordValue(record, kKey);
 }
 
+void CLabelCondition::AddNeededKeys(RecordKeySet& keys) const { keys.Add(L"Meta.XMP.Label"); }
+
 }  // namespace lmk

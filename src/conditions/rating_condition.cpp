@@ -32,4 +32,6 @@ HRESULT CRatingCondition::Test(IDictionary& record) const {
   }
 }
 
+void CRatingCondition::AddNeededKeys(RecordKeySet& keys) const { keys.Add(L"Meta.XMP.Rating"); }
+
 }  // namespace lmk

@@ -16,6 +16,9 @@ class CRatingCondition : public CPackedCondition {
 
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
 };

@@ -51,4 +51,8 @@ void CTimeTakenCondition::ExchangeParameters(CParamArchive& archive) {
   SetFlags(flags);
 }
 
+void CTimeTakenCondition::AddNeededKeys(RecordKeySet& keys) const {
+  AddImageTimeKeys(Flags(), keys);
+}
+
 }  // namespace lmk

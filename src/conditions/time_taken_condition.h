@@ -28,6 +28,9 @@ class CTimeTakenCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
   /// The operator, then the 64-bit time (only its time of day counts).

@@ -75,4 +75,8 @@ void CTimeTakenTimeSpanCondition::ExchangeParameters(CParamArchive& archive) {
   SetFlags(flags);
 }
 
+void CTimeTakenTimeSpanCondition::AddNeededKeys(RecordKeySet& keys) const {
+  AddImageTimeKeys(Flags(), keys);
+}
+
 }  // namespace lmk

@@ -36,6 +36,9 @@ class CTimeTakenTimeSpanCondition : public CRecordCondition {
   bool IsValid(std::wstring* reason) const override;
   std::wstring Description() const override;
 
+  /// The record values it reads (see CRuleElement).
+  void AddNeededKeys(RecordKeySet& keys) const override;
+
  protected:
   HRESULT Test(IDictionary& record) const override;
   /// The 64-bit start, the 64-bit end, then the mode.

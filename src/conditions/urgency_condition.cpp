@@ -16,4 +16,8 @@ HRESULT CUrgencyCondition::Test(IDictionary& record) const {
   return TestRecordValue(record, kKey);
 }
 
+void CUrgencyCondition::AddNeededKeys(RecordKeySet& keys) const {
+  keys.Add(L"Meta.Photoshop.Urgency");
+}
+
 }  // namespace lmk

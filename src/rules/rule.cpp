@@ -120,6 +120,12 @@ bool CRule::IsValid(std::vector<std::wstring>* problems) const {
   return valid;
 }
 
+void CRule::AddNeededKeys(RecordKeySet& keys) const {
+  for (const auto& condition : conditions_) condition->AddNeededKeys(keys);
+  for (const auto& exception : exceptions_) exception->AddNeededKeys(keys);
+  for (const auto& action : actions_) action->AddNeededKeys(keys);
+}
+
 HRESULT CRule::EvaluateSelection(IDictionary* record) const noexcept {
   if (!conditions_.empty()) {
     const HRESULT hr = Combine(conditions_, conditionMode_, record);

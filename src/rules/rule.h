@@ -53,6 +53,9 @@ class CRule {
   /// one line per fault.
   bool IsValid(std::vector<std::wstring>* problems) const;
 
+  /// Adds the record values that the rule's elements read (see CRuleElement::AddNeededKeys).
+  void AddNeededKeys(RecordKeySet& keys) const;
+
   /// Whether the rule selects the file: S_OK when it applies, S_FALSE when it does not, or the
   /// failure of the first element that failed (E_POINTER for one that threw). Conditions and
   /// exceptions are evaluated in order and evaluation stops at the deciding one. A rule without

@@ -12,6 +12,7 @@
 #include "rules/element_kind.h"
 #include "rules/field_archive.h"
 #include "rules/param_archive.h"
+#include "rules/record_key_set.h"
 #include "rules/serializable.h"
 
 namespace lmk {
@@ -52,6 +53,11 @@ class CRuleElement : public CSerializable {
   /// A plain-text sentence saying what the element does with its parameters. The base form
   /// lists the key and the named parameters; element classes give a proper sentence.
   virtual std::wstring Description() const;
+
+  /// Adds to keys the per-file record values that Evaluate or Execute read, templates
+  /// included. The default needs every value: an element that cannot tell (a script, an
+  /// element of another module) must keep seeing the whole record.
+  virtual void AddNeededKeys(RecordKeySet& keys) const { keys.AddEvery(); }
 
   /// Writes the flags word, the version byte and the class's fields (the key is written by the
   /// rule, which needs it to create the element when loading).

@@ -12,11 +12,13 @@
 #include "platform/file_hash.h"
 #include "platform/locale_format.h"
 #include "platform/system_info.h"
+#include "rules/record_key_set.h"
 #include "templates/date_formatter.h"
 #include "templates/expansion_call.h"
 #include "templates/file_name_parts.h"
 #include "templates/regex_cache.h"
 #include "templates/template_counters.h"
+#include "templates/template_keys.h"
 #include "templates/template_scanner.h"
 #include "templates/text_functions.h"
 #include "templates/user_variables.h"
@@ -645,28 +647,59 @@ struct Buckets {
   }
 };
 
+// The entry that decides `body` (a token without its '{'), as Expand chooses it.
+const Entry* FindEntry(std::wstring_view body) {
+  static const Buckets buckets;
+  const wchar_t first = FoldAscii(body[0]);
+  if (first >= 128) return nullptr;
+  for (const Entry* entry : buckets.by_letter[static_cast<size_t>(first)]) {
+    const bool fits = entry->match == Match::kExact ? body.size() == entry->name.size() + 1 &&
+                                                          StartsWithNoCase(body, entry->name)
+                                                    : StartsWithNoCase(body, entry->name);
+    if (fits) return entry;
+  }
+  return nullptr;
+}
+
 }  // namespace
+
+void VariableDispatcher::AddKeys(std::wstring_view token, RecordKeySet& keys) {
+  if (token.size() < 3 || token.front() != L'{' || token.back() != L'}') return;
+  const Entry* entry = FindEntry(token.substr(1));
+  if (entry == nullptr) return;
+  if (entry->key != kNoKey) keys.Add(RecordKeyName(entry->key));
+  if (entry->handler == Name || entry->handler == FolderPath ||
+      (entry->handler == RegEx && entry->param != kRegExInner)) {
+    keys.Add(RecordKeyName(K::kPathNoExt));
+  } else if (entry->handler == UserDefined) {
+    // The variable's text is the user's to change at any time, and may use any value.
+    keys.AddEvery();
+  } else if (entry->handler == Date) {
+    static constexpr K kDateKeys[] = {K::kDateTakenFT, K::kCreationTimeFT, K::kLastAccessTimeFT,
+                                      K::kLastWriteTimeFT, K::kAppStartTimeFT};
+    if (entry->param < static_cast<int>(std::size(kDateKeys))) {
+      keys.Add(RecordKeyName(kDateKeys[entry->param]));
+    }
+    // A picture without a date taken shows its last-write time.
+    if (entry->param == kDateTaken) keys.Add(RecordKeyName(K::kLastWriteTimeFT));
+  } else if (entry->handler == TextFunction || entry->handler == RegEx) {
+    // The inner template starts at the name's last character, a '{'; whatever follows it (a
+    // pattern, the numbers) can only add keys, never hide one.
+    AddTemplateKeys(token.substr(entry->name.size(), token.size() - entry->name.size() - 1), keys);
+  }
+}
 
 bool VariableDispatcher::Expand(std::wstring_view token, ExpansionCall& call, std::wstring* out) {
   if (token.size() < 3 || token.front() != L'{' || token.back() != L'}') return false;
-  static const Buckets buckets;
-  std::wstring_view body = token.substr(1);
-  wchar_t first = FoldAscii(body[0]);
-  if (first >= 128) return false;
+  // The first entry whose name fits decides; no later entry is tried.
+  const Entry* entry = FindEntry(token.substr(1));
+  if (entry == nullptr) return false;
   const size_t start = out->size();
-  for (const Entry* entry : buckets.by_letter[static_cast<size_t>(first)]) {
-    bool fits = entry->match == Match::kExact
-                    ? body.size() == entry->name.size() + 1 && StartsWithNoCase(body, entry->name)
-                    : StartsWithNoCase(body, entry->name);
-    if (!fits) continue;
-    // The first entry whose name fits decides; no later entry is tried.
-    if (entry->handler(*entry, token, call, out) && (out->size() > start || entry->may_be_empty)) {
-      if (out->size() - start > kMaxValueLength) out->resize(start + kMaxValueLength);
-      return true;
-    }
-    out->resize(start);
-    return false;
+  if (entry->handler(*entry, token, call, out) && (out->size() > start || entry->may_be_empty)) {
+    if (out->size() - start > kMaxValueLength) out->resize(start + kMaxValueLength);
+    return true;
   }
+  out->resize(start);
   return false;
 }
 

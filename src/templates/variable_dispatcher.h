@@ -8,6 +8,7 @@
 namespace lmk {
 
 class ExpansionCall;
+class RecordKeySet;
 
 class VariableDispatcher {
  public:
@@ -19,6 +20,11 @@ class VariableDispatcher {
   /// matches no variable, whose parameters do not fit the variable's form, or whose value is
   /// empty for a kind that may not be empty.
   static bool Expand(std::wstring_view token, ExpansionCall& call, std::wstring* out);
+
+  /// Adds to keys the record values that expanding `token` may read: every key for a token
+  /// whose reads cannot be told ahead (a user-defined variable), nothing for one that matches
+  /// no variable (it stays as typed).
+  static void AddKeys(std::wstring_view token, RecordKeySet& keys);
 };
 
 }  // namespace lmk
