@@ -7,7 +7,6 @@
 #include <cwctype>
 #include <exiv2/exiv2.hpp>
 #include <exiv2/webpimage.hpp>
-#include <fstream>
 #include <functional>
 #include <mutex>
 
@@ -81,14 +80,11 @@ void Apply(Exiv2::XmpData& xmp, XmpMark mark, std::string_view value) {
   if (!value.empty()) xmp[KeyOf(mark)] = std::string(value);
 }
 
-bool ReadWhole(std::wstring_view path, std::string* bytes) {
-  std::ifstream in(ToUtf8(path), std::ios::binary | std::ios::ate);
-  if (!in) return false;
-  const std::streamoff size = in.tellg();
-  if (size < 0) return false;
-  bytes->resize(static_cast<std::size_t>(size));
-  in.seekg(0);
-  return static_cast<bool>(in.read(bytes->data(), size));
+// Reads the file whole; what the read learnt of the file serves its replacement.
+bool ReadWhole(std::wstring_view path, std::string* bytes, ReadFileFacts* facts) {
+  if (SUCCEEDED(ReadWholeFile(path, bytes, facts))) return true;
+  (void)TakeErrorDescription();  // the caller says what failed, in the writer's words
+  return false;
 }
 
 // A failure whose description is text, for a file that was left as it was.
@@ -113,8 +109,9 @@ class WriteFailure {
 HRESULT WriteSidecar(std::wstring_view sidecar, XmpMark mark, std::string_view value,
                      const WriteFailure& fail) {
   std::string packet;
+  ReadFileFacts facts;
   const bool exists = FileExists(sidecar);
-  if (exists && !ReadWhole(sidecar, &packet)) {
+  if (exists && !ReadWhole(sidecar, &packet, &facts)) {
     return fail(L"its sidecar \"" + std::wstring(sidecar) + L"\" cannot be read.",
                 L"make it readable and run the rules again.");
   }
@@ -135,7 +132,9 @@ HRESULT WriteSidecar(std::wstring_view sidecar, XmpMark mark, std::string_view v
     encoded = "<?xpacket begin=\"\xef\xbb\xbf\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n" + encoded +
               "<?xpacket end=\"w\"?>";
   }
-  return ReplaceFileContents(sidecar, encoded, ReplacedFileTime::kNow);
+  const std::string_view content = encoded;
+  return exists ? ReplaceFileContents(facts, {&content, 1}, ReplacedFileTime::kNow)
+                : ReplaceFileContents(sidecar, content, ReplacedFileTime::kNow);
 }
 
 XmpPropertyName PropertyOf(XmpMark mark) {
@@ -153,7 +152,8 @@ XmpPropertyName PropertyOf(XmpMark mark) {
 HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view value,
                      const WriteFailure& fail) {
   std::string bytes;
-  if (!ReadWhole(path, &bytes)) {
+  ReadFileFacts facts;
+  if (!ReadWhole(path, &bytes, &facts)) {
     return fail(L"the picture cannot be read.", L"make it readable and run the rules again.");
   }
   // Most pictures are JPEGs whose packet can be edited as text: that spares decoding and
@@ -162,7 +162,7 @@ HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view valu
   switch (rewriter.Set(PropertyOf(mark), value)) {
     case CJpegXmpRewriter::Outcome::kRewritten: {
       const std::array<std::string_view, 3> pieces = rewriter.Pieces();
-      return ReplaceFileContents(path, pieces, ReplacedFileTime::kKeep);
+      return ReplaceFileContents(facts, pieces, ReplacedFileTime::kKeep);
     }
     case CJpegXmpRewriter::Outcome::kUnchanged:
       return S_OK;
@@ -200,7 +200,7 @@ HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view valu
     const std::size_t size = io.size();
     const Exiv2::byte* data = io.mmap();
     const std::string_view content(reinterpret_cast<const char*>(data), size);
-    const HRESULT hr = ReplaceFileContents(path, content, ReplacedFileTime::kKeep);
+    const HRESULT hr = ReplaceFileContents(facts, {&content, 1}, ReplacedFileTime::kKeep);
     io.munmap();
     io.close();
     return hr;
