@@ -42,7 +42,9 @@ TEST_P(FileReplacementTest, KeepsWhatTheOldFileHad) {
   std::ofstream(file) << "old contents";
   if (c.linked) fs::create_symlink("a.jpg", dir / "link.jpg");
   ASSERT_EQ(::chmod(file.c_str(), c.mode), 0);
-  if (c.otherOwner) ASSERT_EQ(::chown(file.c_str(), 1, 1), 0);
+  if (c.otherOwner) {
+    ASSERT_EQ(::chown(file.c_str(), 1, 1), 0);
+  }
   if (c.setgidFolder) {
     ASSERT_EQ(::chown(dir.path().c_str(), 0, 1), 0);
     ASSERT_EQ(::chmod(dir.path().c_str(), 02755), 0);
