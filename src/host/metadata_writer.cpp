@@ -93,17 +93,19 @@ HRESULT Refuse(std::wstring text) {
   return E_FAIL;
 }
 
+// Says why a write of the picture failed; the text is made only then.
 class WriteFailure {
  public:
-  WriteFailure(std::wstring_view picture, XmpMark mark)
-      : prefix_(L"Cannot write the " + std::wstring(NameOf(mark)) + L" of \"" +
-                std::wstring(picture) + L"\": ") {}
+  WriteFailure(std::wstring_view picture, XmpMark mark) : picture_(picture), mark_(mark) {}
   HRESULT operator()(std::wstring_view why, std::wstring_view what) const {
-    return Refuse(prefix_ + std::wstring(why) + L" It was left unchanged; " + std::wstring(what));
+    return Refuse(L"Cannot write the " + std::wstring(NameOf(mark_)) + L" of \"" +
+                  std::wstring(picture_) + L"\": " + std::wstring(why) +
+                  L" It was left unchanged; " + std::wstring(what));
   }
 
  private:
-  std::wstring prefix_;
+  std::wstring_view picture_;
+  XmpMark mark_;
 };
 
 HRESULT WriteSidecar(std::wstring_view sidecar, XmpMark mark, std::string_view value,

@@ -855,12 +855,13 @@ HRESULT MoveAcrossVolumes(std::wstring_view source, std::wstring_view target, bo
 // link resolved), `info` what it was, or null for a file to be created.
 HRESULT ReplaceWith(std::wstring_view path, const std::string& native, const struct stat* info,
                     std::span<const std::string_view> pieces, ReplacedFileTime time) {
-  const std::wstring context = L"Cannot write " + Quoted(path);
+  // Made only for a failure: most writes succeed.
+  const auto context = [path] { return L"Cannot write " + Quoted(path); };
   if (info != nullptr && S_ISDIR(info->st_mode)) {
-    return Fail(E_ACCESSDENIED, context + L": it is a folder.");
+    return Fail(E_ACCESSDENIED, context() + L": it is a folder.");
   }
   if (info != nullptr && IsReadOnly(*info)) {
-    return Fail(E_ACCESSDENIED, context +
+    return Fail(E_ACCESSDENIED, context() +
                                     L": the file is read-only. Make it writable (chmod u+w) "
                                     L"and run the rules again.");
   }
@@ -875,7 +876,7 @@ HRESULT ReplaceWith(std::wstring_view path, const std::string& native, const str
   int error = copy.Open(parts.folder, !g_unnamedRefused.load(std::memory_order_relaxed), O_WRONLY,
                         modeMade ? mode : 0600);
   if (error == EACCES || error == EPERM || error == EROFS) {
-    return Fail(E_ACCESSDENIED, context +
+    return Fail(E_ACCESSDENIED, context() +
                                     L": its folder does not allow new files, and the file "
                                     L"is never rewritten in place. Make the folder "
                                     L"writable and run the rules again.");
@@ -886,14 +887,14 @@ HRESULT ReplaceWith(std::wstring_view path, const std::string& native, const str
         pieces, info, info != nullptr && time == ReplacedFileTime::kKeep ? &info->st_mtim : nullptr,
         made ? &*made : nullptr, modeMade);
   }
-  if (error != 0) return HresultFromErrno(error, context);
+  if (error != 0) return HresultFromErrno(error, context());
   if (const DWORD fault = InjectedFault(FileStep::kPublish, path); fault != 0) {
     return InjectedFailure(fault, L"Cannot write", path);
   }
   // The contents are on the device before the rename, so whenever the rename itself reaches it
   // the name holds a whole file; waiting for the folder too would double the cost of a write.
   error = copy.Publish(parts.name, true);
-  if (error != 0) return HresultFromErrno(error, context);
+  if (error != 0) return HresultFromErrno(error, context());
   NoteFileAdded(path);
   return S_OK;
 }
@@ -1018,7 +1019,10 @@ HRESULT ReplaceFileContents(std::wstring_view path, std::span<const std::string_
 HRESULT ReadWholeFile(std::wstring_view path, std::string* contents, ReadFileFacts* facts) {
   if (path.empty() || contents == nullptr || facts == nullptr) return E_INVALIDARG;
   std::string native = ToUtf8(path);
-  const std::wstring context = L"Cannot read " + Quoted(path);
+  // Made only for a failure, from the errno saved before it.
+  const auto fail = [path](int error) {
+    return HresultFromErrno(error, L"Cannot read " + Quoted(path));
+  };
   // Opened without following a link, so that a link is known without asking first; the file
   // it points to is the one a replacement replaces. Without blocking, should it be a pipe.
   constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
@@ -1026,20 +1030,22 @@ HRESULT ReadWholeFile(std::wstring_view path, std::string* contents, ReadFileFac
   if (!in.valid() && errno == ELOOP) {
     std::unique_ptr<char, decltype(&std::free)> target(::realpath(native.c_str(), nullptr),
                                                        &std::free);
-    if (!target) return HresultFromErrno(RefineMissing(errno, native), context);
+    if (!target) return fail(RefineMissing(errno, native));
     native = target.get();
     in = UniqueFd(::open(native.c_str(), kFlags));
   }
-  if (!in.valid()) return HresultFromErrno(RefineMissing(errno, native), context);
+  if (!in.valid()) return fail(RefineMissing(errno, native));
   struct stat info {};
-  if (::fstat(in.get(), &info) != 0) return HresultFromErrno(errno, context);
-  if (!S_ISREG(info.st_mode)) return Fail(E_ACCESSDENIED, context + L": it is not a file.");
+  if (::fstat(in.get(), &info) != 0) return fail(errno);
+  if (!S_ISREG(info.st_mode)) {
+    return Fail(E_ACCESSDENIED, L"Cannot read " + Quoted(path) + L": it is not a file.");
+  }
   contents->resize(static_cast<std::size_t>(info.st_size));
   std::size_t got = 0;
   while (got < contents->size()) {
     const ssize_t read = ::read(in.get(), contents->data() + got, contents->size() - got);
     if (read < 0 && errno == EINTR) continue;
-    if (read < 0) return HresultFromErrno(errno, context);
+    if (read < 0) return fail(errno);
     if (read == 0) break;  // shortened meanwhile
     got += static_cast<std::size_t>(read);
   }
