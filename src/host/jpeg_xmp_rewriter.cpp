@@ -5,7 +5,7 @@
 #include <expat.h>
 
 #include <memory>
-#include <optional>
+#include <random>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -247,36 +247,55 @@ struct ParserFree {
   void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
 };
 
+// The parser of this thread, reset for another document. Making a parser for each packet cost
+// more than the parse, and each new parser asked the system for a fresh hash salt.
+XML_Parser ThreadParser() {
+  thread_local std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree> parser;
+  thread_local const unsigned long salt = std::random_device{}();
+  if (!parser || XML_ParserReset(parser.get(), "UTF-8") == XML_FALSE) {
+    parser.reset(XML_ParserCreateNS("UTF-8", kSeparator));
+  }
+  if (parser) XML_SetHashSalt(parser.get(), salt);
+  return parser.get();
+}
+
 bool PacketScan::Run() {
-  const std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserFree> parser(
-      XML_ParserCreateNS("UTF-8", kSeparator));
-  if (!parser || document_.size() > kLargestPacket) return false;
-  parser_ = parser.get();
+  XML_Parser parser = ThreadParser();
+  if (parser == nullptr || document_.size() > kLargestPacket) return false;
+  parser_ = parser;
   XML_SetUserData(parser_, this);
   XML_SetElementHandler(parser_, OnStart, OnEnd);
   XML_SetNamespaceDeclHandler(parser_, OnNamespaceStart, OnNamespaceEnd);
   const bool parsed = XML_Parse(parser_, document_.data(), static_cast<int>(document_.size()),
                                 XML_TRUE) != XML_STATUS_ERROR;
+  // The handlers point at this scan: the next document sets its own.
+  XML_SetUserData(parser_, nullptr);
   parser_ = nullptr;
   if (!parsed) return false;
   if (hits_ > 1 || rdfDepth_ < 0 || !descriptionSeen_ || rootEnd == 0) unsure = true;
   return true;
 }
 
-// The packet `packet` with `property` set to `value`; nullopt when the packet is in a form
-// that is not edited here. *unchanged tells that the packet already says so.
-std::optional<std::string> EditPacket(std::string_view packet, const XmpPropertyName& property,
-                                      std::string_view value, bool* unchanged) {
+// Appends to *out the packet `packet` with `property` set to `value`; false (with *out as it
+// was or longer) when the packet is in a form that is not edited here. *unchanged tells that
+// the packet already says so.
+bool EditPacket(std::string_view packet, const XmpPropertyName& property, std::string_view value,
+                bool* unchanged, std::string* out) {
   *unchanged = false;
   // The trailer says whether the packet may be changed, and the white space before it is the
   // room the packet may grow into.
   const std::size_t trailer = packet.rfind(kTrailer);
-  if (trailer == std::string_view::npos) return std::nullopt;
+  if (trailer == std::string_view::npos) return false;
   const std::string_view end = packet.substr(trailer + kTrailer.size());
-  if (!end.starts_with("\"w\"") && !end.starts_with("'w'")) return std::nullopt;
+  if (!end.starts_with("\"w\"") && !end.starts_with("'w'")) return false;
   const std::string_view document = packet.substr(0, trailer);
-  PacketScan scan(document, property);
-  if (!scan.Run() || scan.unsure) return std::nullopt;
+  std::size_t padding = 0;
+  while (padding < document.size() && IsSpace(document[document.size() - padding - 1])) {
+    ++padding;
+  }
+  // The parser is spared the padding: walking kilobytes of spaces cost more than the parse.
+  PacketScan scan(document.substr(0, document.size() - padding), property);
+  if (!scan.Run() || scan.unsure) return false;
 
   std::size_t cutBegin = 0;
   std::size_t cutEnd = 0;
@@ -285,9 +304,9 @@ std::optional<std::string> EditPacket(std::string_view packet, const XmpProperty
   if (scan.form == Form::kMissing) {
     if (value.empty()) {
       *unchanged = true;
-      return std::nullopt;
+      return false;
     }
-    if (scan.boundPrefix.empty() && scan.prefixTaken) return std::nullopt;
+    if (scan.boundPrefix.empty() && scan.prefixTaken) return false;
     const std::string prefix =
         scan.boundPrefix.empty() ? std::string(property.prefix) : scan.boundPrefix;
     if (scan.boundPrefix.empty()) {
@@ -299,7 +318,7 @@ std::optional<std::string> EditPacket(std::string_view packet, const XmpProperty
   } else if (scan.form == Form::kAttribute) {
     if (document.substr(scan.contentBegin, scan.contentEnd - scan.contentBegin) == value) {
       *unchanged = true;
-      return std::nullopt;
+      return false;
     }
     if (value.empty()) {
       // The attribute goes with the white space before it, up to its closing quote.
@@ -310,13 +329,13 @@ std::optional<std::string> EditPacket(std::string_view packet, const XmpProperty
       cutEnd = scan.contentEnd;
       insert = Escaped(value, document[scan.contentBegin - 1] == '"');
       if (document[scan.contentBegin - 1] == '\'' && value.find('\'') != std::string_view::npos) {
-        return std::nullopt;
+        return false;
       }
     }
   } else {
     if (document.substr(scan.contentBegin, scan.contentEnd - scan.contentBegin) == value) {
       *unchanged = true;
-      return std::nullopt;
+      return false;
     }
     if (value.empty()) {
       cutBegin = scan.tagBegin;
@@ -334,20 +353,15 @@ std::optional<std::string> EditPacket(std::string_view packet, const XmpProperty
   }
 
   // The padding after the root element absorbs the change of length when it can.
-  const std::string_view tail = document.substr(scan.rootEnd);
-  const std::size_t lastText = tail.find_last_not_of(" \t\r\n");
-  const std::size_t padding =
-      lastText == std::string_view::npos ? tail.size() : tail.size() - lastText - 1;
   const std::ptrdiff_t growth =
       static_cast<std::ptrdiff_t>(insert.size()) - static_cast<std::ptrdiff_t>(cutEnd - cutBegin);
-  std::string out;
-  out.reserve(packet.size() + insert.size() + kNewPadding);
-  out.append(document.substr(0, cutBegin)).append(insert);
-  out.append(document.substr(cutEnd, trailer - padding - cutEnd));
+  out->reserve(out->size() + packet.size() + insert.size() + kNewPadding);
+  out->append(document.substr(0, cutBegin)).append(insert);
+  out->append(document.substr(cutEnd, trailer - padding - cutEnd));
   if (padding > 0 && growth <= static_cast<std::ptrdiff_t>(padding)) {
-    if (growth < 0) out.append(static_cast<std::size_t>(-growth), ' ');
+    if (growth < 0) out->append(static_cast<std::size_t>(-growth), ' ');
     const std::size_t dropped = growth > 0 ? static_cast<std::size_t>(growth) : 0;
-    out.append(document.substr(trailer - padding + dropped, padding - dropped));
+    out->append(document.substr(trailer - padding + dropped, padding - dropped));
   } else {
     // Lines of a hundred spaces, as packet writers pad.
     static const std::string kFreshPadding = [] {
@@ -355,10 +369,10 @@ std::optional<std::string> EditPacket(std::string_view packet, const XmpProperty
       for (std::size_t i = 100; i < text.size(); i += 101) text[i] = '\n';
       return text;
     }();
-    out.append(kFreshPadding);
+    out->append(kFreshPadding);
   }
-  out.append(packet.substr(trailer));
-  return out;
+  out->append(packet.substr(trailer));
+  return true;
 }
 
 // Whether `after` holds `property` = `value` and every other property of `before`.
@@ -448,19 +462,22 @@ CJpegXmpRewriter::Outcome CJpegXmpRewriter::Set(const XmpPropertyName& property,
                                       ? file_.substr(xmpBegin + 4 + kXmpSignature.size(),
                                                      xmpEnd - xmpBegin - 4 - kXmpSignature.size())
                                       : kEmptyPacket;
+  // The new segment is built in place: its marker, a length filled in below, the signature and
+  // the edited packet.
+  segment_.assign({'\xFF', '\xE1', '\0', '\0'});
+  segment_.append(kXmpSignature);
+  const std::size_t packetBegin = segment_.size();
   bool unchanged = false;
-  const std::optional<std::string> edited = EditPacket(packet, property, value, &unchanged);
+  const bool edited = EditPacket(packet, property, value, &unchanged, &segment_);
   if (unchanged) return Outcome::kUnchanged;
-  if (!edited || edited->size() > kLargestPacket ||
-      !SaysTheSame(packet, *edited, property, value)) {
+  const std::string_view newPacket = std::string_view(segment_).substr(packetBegin);
+  if (!edited || newPacket.size() > kLargestPacket ||
+      !SaysTheSame(packet, newPacket, property, value)) {
     return Outcome::kUnsupported;
   }
-  const std::size_t length = 2 + kXmpSignature.size() + edited->size();
-  segment_.clear();
-  segment_.reserve(length + 2);
-  segment_.append(
-      {'\xFF', '\xE1', static_cast<char>(length >> 8), static_cast<char>(length & 0xFF)});
-  segment_.append(kXmpSignature).append(*edited);
+  const std::size_t length = segment_.size() - 2;
+  segment_[2] = static_cast<char>(length >> 8);
+  segment_[3] = static_cast<char>(length & 0xFF);
   cutBegin_ = xmpEnd != 0 ? xmpBegin : insertAt;
   cutEnd_ = xmpEnd != 0 ? xmpEnd : insertAt;
   return Outcome::kRewritten;

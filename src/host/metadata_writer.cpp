@@ -7,7 +7,6 @@
 #include <cwctype>
 #include <exiv2/exiv2.hpp>
 #include <exiv2/webpimage.hpp>
-#include <fstream>
 #include <functional>
 #include <mutex>
 
@@ -75,14 +74,11 @@ void Apply(Exiv2::XmpData& xmp, XmpMark mark, std::string_view value) {
   if (!value.empty()) xmp[KeyOf(mark)] = std::string(value);
 }
 
-bool ReadWhole(std::wstring_view path, std::string* bytes) {
-  std::ifstream in(ToUtf8(path), std::ios::binary | std::ios::ate);
-  if (!in) return false;
-  const std::streamoff size = in.tellg();
-  if (size < 0) return false;
-  bytes->resize(static_cast<std::size_t>(size));
-  in.seekg(0);
-  return static_cast<bool>(in.read(bytes->data(), size));
+// Reads the file whole; what the read learnt of the file serves its replacement.
+bool ReadWhole(std::wstring_view path, std::string* bytes, ReadFileFacts* facts) {
+  if (SUCCEEDED(ReadWholeFile(path, bytes, facts))) return true;
+  (void)TakeErrorDescription();  // the caller says what failed, in the writer's words
+  return false;
 }
 
 // A failure whose description is text, for a file that was left as it was.
@@ -91,24 +87,27 @@ HRESULT Refuse(std::wstring text) {
   return E_FAIL;
 }
 
+// Says why a write of the picture failed; the text is made only then.
 class WriteFailure {
  public:
-  WriteFailure(std::wstring_view picture, XmpMark mark)
-      : prefix_(L"Cannot write the " + std::wstring(NameOf(mark)) + L" of \"" +
-                std::wstring(picture) + L"\": ") {}
+  WriteFailure(std::wstring_view picture, XmpMark mark) : picture_(picture), mark_(mark) {}
   HRESULT operator()(std::wstring_view why, std::wstring_view what) const {
-    return Refuse(prefix_ + std::wstring(why) + L" It was left unchanged; " + std::wstring(what));
+    return Refuse(L"Cannot write the " + std::wstring(NameOf(mark_)) + L" of \"" +
+                  std::wstring(picture_) + L"\": " + std::wstring(why) +
+                  L" It was left unchanged; " + std::wstring(what));
   }
 
  private:
-  std::wstring prefix_;
+  std::wstring_view picture_;
+  XmpMark mark_;
 };
 
 HRESULT WriteSidecar(std::wstring_view sidecar, XmpMark mark, std::string_view value,
                      const WriteFailure& fail) {
   std::string packet;
+  ReadFileFacts facts;
   const bool exists = FileExists(sidecar);
-  if (exists && !ReadWhole(sidecar, &packet)) {
+  if (exists && !ReadWhole(sidecar, &packet, &facts)) {
     return fail(L"its sidecar \"" + std::wstring(sidecar) + L"\" cannot be read.",
                 L"make it readable and run the rules again.");
   }
@@ -129,7 +128,9 @@ HRESULT WriteSidecar(std::wstring_view sidecar, XmpMark mark, std::string_view v
     encoded = "<?xpacket begin=\"\xef\xbb\xbf\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n" + encoded +
               "<?xpacket end=\"w\"?>";
   }
-  return ReplaceFileContents(sidecar, encoded, ReplacedFileTime::kNow);
+  const std::string_view content = encoded;
+  return exists ? ReplaceFileContents(facts, {&content, 1}, ReplacedFileTime::kNow)
+                : ReplaceFileContents(sidecar, content, ReplacedFileTime::kNow);
 }
 
 XmpPropertyName PropertyOf(XmpMark mark) {
@@ -147,7 +148,8 @@ XmpPropertyName PropertyOf(XmpMark mark) {
 HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view value,
                      const WriteFailure& fail) {
   std::string bytes;
-  if (!ReadWhole(path, &bytes)) {
+  ReadFileFacts facts;
+  if (!ReadWhole(path, &bytes, &facts)) {
     return fail(L"the picture cannot be read.", L"make it readable and run the rules again.");
   }
   // Most pictures are JPEGs whose packet can be edited as text: that spares decoding and
@@ -156,7 +158,7 @@ HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view valu
   switch (rewriter.Set(PropertyOf(mark), value)) {
     case CJpegXmpRewriter::Outcome::kRewritten: {
       const std::array<std::string_view, 3> pieces = rewriter.Pieces();
-      return ReplaceFileContents(path, pieces, ReplacedFileTime::kKeep);
+      return ReplaceFileContents(facts, pieces, ReplacedFileTime::kKeep);
     }
     case CJpegXmpRewriter::Outcome::kUnchanged:
       return S_OK;
@@ -194,7 +196,7 @@ HRESULT WritePicture(std::wstring_view path, XmpMark mark, std::string_view valu
     const std::size_t size = io.size();
     const Exiv2::byte* data = io.mmap();
     const std::string_view content(reinterpret_cast<const char*>(data), size);
-    const HRESULT hr = ReplaceFileContents(path, content, ReplacedFileTime::kKeep);
+    const HRESULT hr = ReplaceFileContents(facts, {&content, 1}, ReplacedFileTime::kKeep);
     io.munmap();
     io.close();
     return hr;

@@ -105,6 +105,31 @@ enum class ReplacedFileTime {
                                           std::span<const std::string_view> pieces,
                                           ReplacedFileTime time);
 
+/// A file that ReadWholeFile read, as a later ReplaceFileContents needs it, so that the
+/// replacement asks the system nothing more about the old file. Filled by ReadWholeFile only.
+struct ReadFileFacts {
+  std::wstring path;       ///< as the caller named it, for messages
+  std::string nativePath;  ///< the file itself, a link resolved
+  unsigned mode = 0;       ///< permission bits
+  unsigned owner = 0;      ///< user id
+  unsigned group = 0;      ///< group id
+  long long lastWriteSeconds = 0;
+  long lastWriteNanoseconds = 0;
+};
+
+/// Reads the whole regular file `path` (a link followed) into *contents, in one read where the
+/// system allows, and what a replacement keeps of it into *facts. S_OK; ERROR_FILE_NOT_FOUND;
+/// ERROR_PATH_NOT_FOUND; E_ACCESSDENIED for a folder or a file that may not be read; any other
+/// failure of the system. A description naming the file is set on failure.
+[[nodiscard]] HRESULT ReadWholeFile(std::wstring_view path, std::string* contents,
+                                    ReadFileFacts* facts);
+
+/// ReplaceFileContents for the file that ReadWholeFile described in `facts`: it keeps the
+/// permissions, owner and (with kKeep) last-write time it had then. Same results.
+[[nodiscard]] HRESULT ReplaceFileContents(const ReadFileFacts& facts,
+                                          std::span<const std::string_view> pieces,
+                                          ReplacedFileTime time);
+
 /// Moves (renames) `source` to `target`. On one volume this is one atomic rename. Across
 /// volumes it needs kMoveCopyAllowed (else HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE)): the file
 /// is copied as CopyFileTo copies, always flushed, given its name and only then is the source

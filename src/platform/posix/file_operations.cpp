@@ -5,10 +5,14 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cctype>
 #include <cerrno>
@@ -18,11 +22,10 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <random>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "com/com_error.h"
@@ -131,32 +134,36 @@ int ProcessStartTime(long pid, unsigned long long* start) {
   return failed == std::errc() && end != begin ? 0 : EIO;
 }
 
-// "<pid>-<start time>" of this process, so that a later run can tell whether the writer of a
-// temporary still runs; "<pid>-0" where /proc cannot say.
-std::string OwnerTag() {
-  static std::mutex lock;
-  static long pid = 0;
-  static std::string tag;
-  std::lock_guard guard(lock);
-  if (pid != ::getpid()) {
-    pid = ::getpid();
+// ".lmk-<pid>-<start time>-" of this process, so that a later run can tell whether the writer of
+// a temporary still runs; ".lmk-<pid>-0-" where /proc cannot say. Made once per process (a forked
+// child makes its own), since asking for the process id on every write was a system call each.
+std::mutex g_ownerLock;
+std::string g_ownerPrefix;
+
+void ForgetOwnerPrefix() { g_ownerPrefix.clear(); }
+
+std::string OwnerPrefix() {
+  std::lock_guard guard(g_ownerLock);
+  if (g_ownerPrefix.empty()) {
+    static const int registered = ::pthread_atfork(nullptr, nullptr, ForgetOwnerPrefix);
+    (void)registered;
+    const long pid = ::getpid();
     unsigned long long start = 0;
     if (ProcessStartTime(pid, &start) != 0) start = 0;
-    tag = std::to_string(pid) + "-" + std::to_string(start);
+    g_ownerPrefix = ".lmk-" + std::to_string(pid) + "-" + std::to_string(start) + "-";
   }
-  return tag;
+  return g_ownerPrefix;
 }
 
 // A name that no other writer picks: hidden (so folder scans pass it by), short enough for any
-// folder, random per thread, and naming its process so that a run after a crash can remove it.
+// folder, counted per process, and naming its process so that a run after a crash can remove
+// it. A name taken all the same (a process of another machine sharing the folder) is refused by
+// the exclusive create or link, and the caller asks for the next one.
 std::string TemporaryName() {
-  thread_local std::mt19937_64 random{std::random_device{}() ^
-                                      std::hash<std::thread::id>{}(std::this_thread::get_id()) ^
-                                      static_cast<uint64_t>(::getpid())};
-  char name[80];
-  std::snprintf(name, sizeof name, ".lmk-%s-%08x.tmp", OwnerTag().c_str(),
-                static_cast<unsigned>(random()));
-  return name;
+  static std::atomic<std::uint32_t> counter{0};
+  char number[16];
+  std::snprintf(number, sizeof number, "%08x.tmp", counter.fetch_add(1, std::memory_order_relaxed));
+  return OwnerPrefix() + number;
 }
 
 // Reads the owner from a name made by TemporaryName; false for any other name.
@@ -222,6 +229,65 @@ void RemoveStaleTemporaries(const std::string& folder) {
     // A folder of that name is refused and stays; a file removed meanwhile is no matter.
     (void)::unlinkat(::dirfd(dir.get()), entry->d_name, 0);
   }
+}
+
+// ---- what a new file gets by itself -----------------------------------------------------------
+
+// The process's umask, read once from /proc (setting it to learn it would change it for every
+// thread for an instant); 022 where /proc cannot say, which at worst costs a needless fchmod.
+mode_t Umask() {
+  static const mode_t mask = [] {
+    UniqueFd fd(::open("/proc/self/status", O_RDONLY | O_CLOEXEC));
+    char text[4096];
+    const ssize_t got = fd.valid() ? ::read(fd.get(), text, sizeof text - 1) : -1;
+    const std::string_view status(text, got > 0 ? static_cast<std::size_t>(got) : 0);
+    const std::size_t at = status.find("Umask:\t");
+    unsigned value = 022;
+    if (at != std::string_view::npos) {
+      const char* begin = status.data() + at + 7;
+      (void)std::from_chars(begin, status.data() + status.size(), value, 8);
+    }
+    return static_cast<mode_t>(value & 0777);
+  }();
+  return mask;
+}
+
+uid_t EffectiveUser() {
+  static const uid_t user = ::geteuid();
+  return user;
+}
+
+// What a file made in a folder gets without being told: its group (the folder's where the
+// folder hands its group down, else the process's), and whether the mode asked for at creation,
+// less the umask, is the mode it gets (a default ACL of the folder would decide instead).
+// Remembered per folder while the run memory is on, so that replacing a file whose owner and
+// mode a new file gets anyway costs neither fchown nor fchmod.
+struct NewFileDefaults {
+  gid_t group = 0;
+  bool modeAsAsked = false;
+};
+
+std::mutex g_defaultsLock;
+std::map<std::string, NewFileDefaults, std::less<>> g_folderDefaults;
+
+std::optional<NewFileDefaults> DefaultsIn(const std::string& folder) {
+  if (!RunMemoryOn()) return std::nullopt;
+  {
+    std::lock_guard guard(g_defaultsLock);
+    if (const auto found = g_folderDefaults.find(folder); found != g_folderDefaults.end()) {
+      return found->second;
+    }
+  }
+  struct stat info {};
+  if (::stat(folder.c_str(), &info) != 0) return std::nullopt;
+  NewFileDefaults defaults;
+  defaults.group = (info.st_mode & S_ISGID) != 0 ? info.st_gid : ::getegid();
+  // A system that cannot tell counts as having a default ACL.
+  defaults.modeAsAsked = ::getxattr(folder.c_str(), "system.posix_acl_default", nullptr, 0) < 0 &&
+                         (errno == ENODATA || errno == ENOTSUP);
+  std::lock_guard guard(g_defaultsLock);
+  g_folderDefaults.try_emplace(folder, defaults);
+  return defaults;
 }
 
 // ---- folders made during a run ----------------------------------------------------------------
@@ -303,6 +369,39 @@ bool RemadeMissingFolder(const std::string& target) {
 // ---- copying ----------------------------------------------------------------------------------
 
 constexpr std::size_t kCopyChunk = 1 << 20;
+
+// Writes `pieces` one after the other, in one call unless the system writes less. Returns 0 or
+// an errno.
+int WritePieces(int fd, std::span<const std::string_view> pieces) {
+  constexpr std::size_t kBatch = 8;
+  std::size_t next = 0;  // the first piece not written whole, `done` bytes of it written
+  std::size_t done = 0;
+  while (next < pieces.size()) {
+    std::array<iovec, kBatch> batch{};
+    std::size_t count = 0;
+    std::size_t total = 0;
+    for (std::size_t i = next; i < pieces.size() && count < kBatch; ++i, ++count) {
+      const std::size_t skip = i == next ? done : 0;
+      batch[count] = {const_cast<char*>(pieces[i].data() + skip), pieces[i].size() - skip};
+      total += pieces[i].size() - skip;
+    }
+    ssize_t written = 0;
+    if (total > 0) {
+      written = ::writev(fd, batch.data(), static_cast<int>(count));
+      if (written < 0 && errno == EINTR) continue;
+      if (written < 0) return errno;
+      if (written == 0) return EIO;
+    }
+    auto left = static_cast<std::size_t>(written);
+    while (next < pieces.size() && left >= pieces[next].size() - done) {
+      left -= pieces[next].size() - done;
+      done = 0;
+      ++next;
+    }
+    done += left;
+  }
+  return 0;
+}
 
 bool WriteAll(int fd, const char* data, std::size_t size, int* error) {
   while (size > 0) {
@@ -386,6 +485,10 @@ int CopyContents(int in, int out, off_t size, bool* cloneRefused) {
 // straight to a temporary name.
 std::atomic<bool> g_unnamedRefused{false};
 
+// Set when naming a file by its descriptor alone was refused (it takes a privilege): later
+// files are named through /proc.
+std::atomic<bool> g_emptyPathRefused{false};
+
 // Whether a file without a name can be given one through /proc, checked once.
 bool CanLinkUnnamedFiles() {
 #ifdef O_TMPFILE
@@ -411,12 +514,13 @@ class TemporaryCopy {
 
   // Creates the empty copy in `folder`; `unnamed` allows a file without a name, for a copy that
   // will not replace a file. Returns 0 or an errno (ENOENT: the folder is missing).
-  // `access` is O_WRONLY, or O_RDWR for writers that read back what they wrote.
-  int Open(const std::string& folder, bool unnamed, int access = O_WRONLY) {
+  // `access` is O_WRONLY, or O_RDWR for writers that read back what they wrote; `mode` is
+  // the mode asked for at creation.
+  int Open(const std::string& folder, bool unnamed, int access = O_WRONLY, mode_t mode = 0600) {
     folder_ = folder;
 #ifdef O_TMPFILE
     if (unnamed && CanLinkUnnamedFiles()) {
-      out_ = UniqueFd(::open(folder.c_str(), O_TMPFILE | access | O_CLOEXEC, 0600));
+      out_ = UniqueFd(::open(folder.c_str(), O_TMPFILE | access | O_CLOEXEC, mode));
       if (out_.valid()) return 0;
       // File systems without unnamed files say so in one of three ways.
       if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return errno;
@@ -424,7 +528,7 @@ class TemporaryCopy {
 #endif
     for (int attempt = 0; attempt < 16; ++attempt) {
       std::string name = TemporaryName();
-      out_ = UniqueFd(::open(Inside(name).c_str(), access | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+      out_ = UniqueFd(::open(Inside(name).c_str(), access | O_CREAT | O_EXCL | O_CLOEXEC, mode));
       if (out_.valid()) {
         name_ = std::move(name);
         return 0;
@@ -460,23 +564,22 @@ class TemporaryCopy {
     return name_.empty() ? 0 : out_.Close();
   }
 
-  // Fills the copy with `contents`, gives it the owner and permissions in `like` and, when
-  // `lastWrite` is given, that last-write time, then flushes it. Returns 0 or an errno.
+  // Fills the copy with `contents`, gives it the owner and permissions in `like` (those of a
+  // new file without it) and, when `lastWrite` is given, that last-write time, then flushes it.
+  // `made` tells what the file got at creation: an owner it already has is not given again,
+  // and `modeMade` says that the mode is right already. Returns 0 or an errno.
   int FillWith(std::span<const std::string_view> pieces, const struct stat* like,
-               const struct timespec* lastWrite) {
-    int error = 0;
-    for (std::string_view piece : pieces) {
-      if (!WriteAll(out_.get(), piece.data(), piece.size(), &error)) return error;
-    }
+               const struct timespec* lastWrite, const NewFileDefaults* made, bool modeMade) {
+    if (const int error = WritePieces(out_.get(), pieces); error != 0) return error;
     if (like != nullptr) {
       // Only root can give a file away; anyone else keeps their own file and, at worst, their
       // own group, which is better than refusing the write.
-      (void)::fchown(out_.get(), like->st_uid, like->st_gid);
-      if (::fchmod(out_.get(), like->st_mode & 07777) != 0) return errno;
-    } else {
-      const mode_t mask = ::umask(0);
-      ::umask(mask);
-      if (::fchmod(out_.get(), 0666 & ~mask) != 0) return errno;
+      if (made == nullptr || like->st_uid != EffectiveUser() || like->st_gid != made->group) {
+        (void)::fchown(out_.get(), like->st_uid, like->st_gid);
+      }
+      if (!modeMade && ::fchmod(out_.get(), like->st_mode & 07777) != 0) return errno;
+    } else if (!modeMade && ::fchmod(out_.get(), 0666 & ~Umask()) != 0) {
+      return errno;
     }
     if (lastWrite != nullptr) {
       const struct timespec times[2] = {{0, UTIME_OMIT}, *lastWrite};
@@ -535,15 +638,19 @@ class TemporaryCopy {
 
   // Links the unnamed copy at `path`, which must not exist. Returns 0 or an errno.
   int LinkUnnamed(const std::string& path) {
+    // A process allowed to search every folder names the descriptor itself, which spares the
+    // walk through /proc (a tenth of a replacement's CPU time); others are refused once.
+    if (!g_emptyPathRefused.load(std::memory_order_relaxed)) {
+      if (::linkat(out_.get(), "", AT_FDCWD, path.c_str(), AT_EMPTY_PATH) == 0) {
+        out_.Reset();
+        return 0;
+      }
+      if (errno == EEXIST) return EEXIST;
+    }
     char self[48];
     std::snprintf(self, sizeof self, "/proc/self/fd/%d", out_.get());
-    if (::linkat(AT_FDCWD, self, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-      const int error = errno;
-      // Without /proc, a process allowed to search every folder names it directly.
-      if (error == EEXIST || ::linkat(out_.get(), "", AT_FDCWD, path.c_str(), AT_EMPTY_PATH) != 0) {
-        return error;
-      }
-    }
+    if (::linkat(AT_FDCWD, self, AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0) return errno;
+    g_emptyPathRefused.store(true, std::memory_order_relaxed);
     out_.Reset();
     return 0;
   }
@@ -744,6 +851,54 @@ HRESULT MoveAcrossVolumes(std::wstring_view source, std::wstring_view target, bo
                                              L" but could not remove the original.");
 }
 
+// The replacement behind both forms of ReplaceFileContents: `native` is the file itself (a
+// link resolved), `info` what it was, or null for a file to be created.
+HRESULT ReplaceWith(std::wstring_view path, const std::string& native, const struct stat* info,
+                    std::span<const std::string_view> pieces, ReplacedFileTime time) {
+  // Made only for a failure: most writes succeed.
+  const auto context = [path] { return L"Cannot write " + Quoted(path); };
+  if (info != nullptr && S_ISDIR(info->st_mode)) {
+    return Fail(E_ACCESSDENIED, context() + L": it is a folder.");
+  }
+  if (info != nullptr && IsReadOnly(*info)) {
+    return Fail(E_ACCESSDENIED, context() +
+                                    L": the file is read-only. Make it writable (chmod u+w) "
+                                    L"and run the rules again.");
+  }
+  const SplitPath parts = Split(native);
+  RemoveStaleTemporaries(parts.folder);
+  // The new file is made with its final mode where the umask and the folder let that mode
+  // through unchanged, which spares an fchmod per file.
+  const std::optional<NewFileDefaults> made = DefaultsIn(parts.folder);
+  const mode_t mode = info != nullptr ? info->st_mode & 07777 : 0666 & ~Umask();
+  const bool modeMade = made && made->modeAsAsked && (mode & 07000) == 0 && (mode & Umask()) == 0;
+  TemporaryCopy copy;
+  int error = copy.Open(parts.folder, !g_unnamedRefused.load(std::memory_order_relaxed), O_WRONLY,
+                        modeMade ? mode : 0600);
+  if (error == EACCES || error == EPERM || error == EROFS) {
+    return Fail(E_ACCESSDENIED, context() +
+                                    L": its folder does not allow new files, and the file "
+                                    L"is never rewritten in place. Make the folder "
+                                    L"writable and run the rules again.");
+  }
+  if (error == ENOENT || error == ENOTDIR) error = RefineMissing(ENOENT, native);
+  if (error == 0) {
+    error = copy.FillWith(
+        pieces, info, info != nullptr && time == ReplacedFileTime::kKeep ? &info->st_mtim : nullptr,
+        made ? &*made : nullptr, modeMade);
+  }
+  if (error != 0) return HresultFromErrno(error, context());
+  if (const DWORD fault = InjectedFault(FileStep::kPublish, path); fault != 0) {
+    return InjectedFailure(fault, L"Cannot write", path);
+  }
+  // The contents are on the device before the rename, so whenever the rename itself reaches it
+  // the name holds a whole file; waiting for the folder too would double the cost of a write.
+  error = copy.Publish(parts.name, true);
+  if (error != 0) return HresultFromErrno(error, context());
+  NoteFileAdded(path);
+  return S_OK;
+}
+
 }  // namespace
 
 // ---- the interface ----------------------------------------------------------------------------
@@ -847,49 +1002,74 @@ HRESULT ReplaceFileContents(std::wstring_view path, std::span<const std::string_
                             ReplacedFileTime time) {
   if (path.empty()) return E_INVALIDARG;
   std::string native = ToUtf8(path);
-  const std::wstring context = L"Cannot write " + Quoted(path);
   // A link stays a link: the file it points to is the one replaced.
-  struct stat link {};
-  if (::lstat(native.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+  struct stat info {};
+  bool exists = ::lstat(native.c_str(), &info) == 0;
+  if (exists && S_ISLNK(info.st_mode)) {
     std::unique_ptr<char, decltype(&std::free)> target(::realpath(native.c_str(), nullptr),
                                                        &std::free);
-    if (!target) return HresultFromErrno(errno, context);
+    if (!target) return HresultFromErrno(errno, L"Cannot write " + Quoted(path));
     native = target.get();
+    exists = ::stat(native.c_str(), &info) == 0;
   }
+  if (!exists && errno != ENOENT) return HresultFromErrno(errno, L"Cannot write " + Quoted(path));
+  return ReplaceWith(path, native, exists ? &info : nullptr, pieces, time);
+}
+
+HRESULT ReadWholeFile(std::wstring_view path, std::string* contents, ReadFileFacts* facts) {
+  if (path.empty() || contents == nullptr || facts == nullptr) return E_INVALIDARG;
+  std::string native = ToUtf8(path);
+  // Made only for a failure, from the errno saved before it.
+  const auto fail = [path](int error) {
+    return HresultFromErrno(error, L"Cannot read " + Quoted(path));
+  };
+  // Opened without following a link, so that a link is known without asking first; the file
+  // it points to is the one a replacement replaces. Without blocking, should it be a pipe.
+  constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+  UniqueFd in(::open(native.c_str(), kFlags | O_NOFOLLOW));
+  if (!in.valid() && errno == ELOOP) {
+    std::unique_ptr<char, decltype(&std::free)> target(::realpath(native.c_str(), nullptr),
+                                                       &std::free);
+    if (!target) return fail(RefineMissing(errno, native));
+    native = target.get();
+    in = UniqueFd(::open(native.c_str(), kFlags));
+  }
+  if (!in.valid()) return fail(RefineMissing(errno, native));
   struct stat info {};
-  const bool exists = ::stat(native.c_str(), &info) == 0;
-  if (!exists && errno != ENOENT) return HresultFromErrno(errno, context);
-  if (exists && S_ISDIR(info.st_mode)) return Fail(E_ACCESSDENIED, context + L": it is a folder.");
-  if (exists && IsReadOnly(info)) {
-    return Fail(E_ACCESSDENIED, context +
-                                    L": the file is read-only. Make it writable (chmod u+w) "
-                                    L"and run the rules again.");
+  if (::fstat(in.get(), &info) != 0) return fail(errno);
+  if (!S_ISREG(info.st_mode)) {
+    return Fail(E_ACCESSDENIED, L"Cannot read " + Quoted(path) + L": it is not a file.");
   }
-  const SplitPath parts = Split(native);
-  RemoveStaleTemporaries(parts.folder);
-  TemporaryCopy copy;
-  int error = copy.Open(parts.folder, !g_unnamedRefused.load(std::memory_order_relaxed));
-  if (error == EACCES || error == EPERM || error == EROFS) {
-    return Fail(E_ACCESSDENIED, context +
-                                    L": its folder does not allow new files, and the file "
-                                    L"is never rewritten in place. Make the folder "
-                                    L"writable and run the rules again.");
+  contents->resize(static_cast<std::size_t>(info.st_size));
+  std::size_t got = 0;
+  while (got < contents->size()) {
+    const ssize_t read = ::read(in.get(), contents->data() + got, contents->size() - got);
+    if (read < 0 && errno == EINTR) continue;
+    if (read < 0) return fail(errno);
+    if (read == 0) break;  // shortened meanwhile
+    got += static_cast<std::size_t>(read);
   }
-  if (error == ENOENT || error == ENOTDIR) error = RefineMissing(ENOENT, native);
-  if (error == 0) {
-    error = copy.FillWith(pieces, exists ? &info : nullptr,
-                          exists && time == ReplacedFileTime::kKeep ? &info.st_mtim : nullptr);
-  }
-  if (error != 0) return HresultFromErrno(error, context);
-  if (const DWORD fault = InjectedFault(FileStep::kPublish, path); fault != 0) {
-    return InjectedFailure(fault, L"Cannot write", path);
-  }
-  // The contents are on the device before the rename, so whenever the rename itself reaches it
-  // the name holds a whole file; waiting for the folder too would double the cost of a write.
-  error = copy.Publish(parts.name, true);
-  if (error != 0) return HresultFromErrno(error, context);
-  NoteFileAdded(path);
+  contents->resize(got);
+  facts->path = path;
+  facts->nativePath = std::move(native);
+  facts->mode = info.st_mode & 07777;
+  facts->owner = info.st_uid;
+  facts->group = info.st_gid;
+  facts->lastWriteSeconds = info.st_mtim.tv_sec;
+  facts->lastWriteNanoseconds = info.st_mtim.tv_nsec;
   return S_OK;
+}
+
+HRESULT ReplaceFileContents(const ReadFileFacts& facts, std::span<const std::string_view> pieces,
+                            ReplacedFileTime time) {
+  if (facts.path.empty() || facts.nativePath.empty()) return E_INVALIDARG;
+  struct stat info {};
+  info.st_mode = S_IFREG | static_cast<mode_t>(facts.mode);
+  info.st_uid = static_cast<uid_t>(facts.owner);
+  info.st_gid = static_cast<gid_t>(facts.group);
+  info.st_mtim.tv_sec = static_cast<time_t>(facts.lastWriteSeconds);
+  info.st_mtim.tv_nsec = facts.lastWriteNanoseconds;
+  return ReplaceWith(facts.path, facts.nativePath, &info, pieces, time);
 }
 
 HRESULT FlushDeferredCopies() {
@@ -1152,6 +1332,10 @@ void ForgetMadeFolders() {
   {
     std::lock_guard guard(g_sweptLock);
     g_sweptFolders.clear();
+  }
+  {
+    std::lock_guard guard(g_defaultsLock);
+    g_folderDefaults.clear();
   }
   std::lock_guard guard(g_cloneRefusedLock);
   g_cloneRefusedFolders.clear();
