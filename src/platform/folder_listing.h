@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace lmk {
@@ -73,6 +74,9 @@ class FolderListings {
   std::size_t ReadCount() const;
 
  private:
+  friend void NoteNativeFileAdded(const std::string& path);
+  void NoteAddedNative(const std::string& native);
+
   struct Table;
   std::unique_ptr<Table> table_;
 };

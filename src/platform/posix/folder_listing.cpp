@@ -314,8 +314,10 @@ bool FolderListings::FileExists(std::wstring_view path) {
 }
 
 void FolderListings::NoteAdded(std::wstring_view path) {
-  if (path.empty()) return;
-  const std::string native = ToUtf8(path);
+  if (!path.empty()) NoteAddedNative(ToUtf8(path));
+}
+
+void FolderListings::NoteAddedNative(const std::string& native) {
   std::string folder;
   std::string name;
   if (!SplitName(native, &folder, &name)) return;
@@ -357,6 +359,10 @@ bool ListedFileExists(std::wstring_view path) {
 
 void NoteFileAdded(std::wstring_view path) {
   if (RunMemoryOn()) ProcessListings().NoteAdded(path);
+}
+
+void NoteNativeFileAdded(const std::string& path) {
+  if (RunMemoryOn() && !path.empty()) ProcessListings().NoteAddedNative(path);
 }
 
 }  // namespace lmk
