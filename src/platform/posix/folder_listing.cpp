@@ -313,6 +313,34 @@ bool FolderListings::FileExists(std::wstring_view path) {
   return table_->Find(folder, name) != Table::Answer::kAbsent && ::lmk::FileExists(path);
 }
 
+int FolderListings::FirstExisting(std::wstring_view stem, std::span<const std::wstring> suffixes) {
+  std::string native = ToUtf8(stem);
+  std::string folder;
+  std::string name;
+  const bool split = !stem.empty() && stem.back() != L'/' && SplitName(native, &folder, &name);
+  const std::size_t stemSize = native.size();
+  const std::size_t baseSize = name.size();
+  for (std::size_t i = 0; i < suffixes.size(); ++i) {
+    const std::wstring& suffix = suffixes[i];
+    if (suffix.empty()) continue;
+    if (!split || suffix.find(L'/') != std::wstring::npos) {
+      // Not a name in the stem's folder: asked as a whole path.
+      if (FileExists(std::wstring(stem) + suffix)) return static_cast<int>(i);
+      continue;
+    }
+    const std::string tail = ToUtf8(suffix);
+    name.resize(baseSize);
+    name += tail;
+    if (table_->Find(folder, name) == Table::Answer::kAbsent) continue;
+    // A listed name may have gone since: only the real lookup says it is there.
+    native.resize(stemSize);
+    native += tail;
+    struct stat info {};
+    if (::stat(native.c_str(), &info) == 0 && !S_ISDIR(info.st_mode)) return static_cast<int>(i);
+  }
+  return -1;
+}
+
 void FolderListings::NoteAdded(std::wstring_view path) {
   if (!path.empty()) NoteAddedNative(ToUtf8(path));
 }
@@ -355,6 +383,16 @@ void ForgetFolderListings() {
 
 bool ListedFileExists(std::wstring_view path) {
   return RunMemoryOn() ? ProcessListings().FileExists(path) : FileExists(path);
+}
+
+int FirstListedFile(std::wstring_view stem, std::span<const std::wstring> suffixes) {
+  if (RunMemoryOn()) return ProcessListings().FirstExisting(stem, suffixes);
+  for (std::size_t i = 0; i < suffixes.size(); ++i) {
+    if (!suffixes[i].empty() && FileExists(std::wstring(stem) + suffixes[i])) {
+      return static_cast<int>(i);
+    }
+  }
+  return -1;
 }
 
 void NoteFileAdded(std::wstring_view path) {
