@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "platform/file_system.h"
@@ -40,6 +41,18 @@ class NameSet {
       Mark(hash);
     }
   }
+
+  // Makes room for `count` names at once, so that reading a large folder again does not grow
+  // the set step by step.
+  void Reserve(std::size_t count) {
+    if (!names_.empty()) return;
+    names_.reserve(count);
+    std::size_t words = 16;
+    while (words * 64 < count * kBitsPerName * 2) words *= 2;
+    if (words > bits_.size()) bits_.assign(words, 0);
+  }
+
+  std::size_t size() const { return names_.size(); }
 
   bool Contains(const std::string& name) const {
     const std::size_t hash = Hash(name);
@@ -75,11 +88,13 @@ struct DirCloser {
   void operator()(DIR* dir) const { ::closedir(dir); }
 };
 
-// The names in `folder`, or nothing when it cannot be read to its end.
-std::optional<NameSet> ReadNames(const std::string& folder) {
+// The names in `folder`, or nothing when it cannot be read to its end; `expected` is how many
+// it held when last read.
+std::optional<NameSet> ReadNames(const std::string& folder, std::size_t expected) {
   std::unique_ptr<DIR, DirCloser> dir(::opendir(folder.c_str()));
   if (!dir) return std::nullopt;
   NameSet names;
+  names.Reserve(expected);
   for (;;) {
     errno = 0;
     const dirent* entry = ::readdir(dir.get());
@@ -233,15 +248,24 @@ struct FolderListings::Table {
     }
     if (listings.size() >= kSweepAbove) SweepExpired();
     auto listing = std::make_shared<Listing>();
-    listings.insert_or_assign(folder, listing);
+    // The old listing (tens of thousands of names in a large folder) is freed after the lock is
+    // let go, so that other threads do not wait for that.
+    std::shared_ptr<Listing> old;
+    if (const auto found = listings.find(folder); found != listings.end()) {
+      old = std::exchange(found->second, listing);
+    } else {
+      listings.emplace(folder, listing);
+    }
+    const std::size_t expected = old && old->readable ? old->names.size() : 0;
     lock.unlock();
+    old.reset();
 
     const SteadyTime started = now();
     std::optional<NameSet> names;
     std::optional<FolderStamp> stamp;
     try {
       stamp = SettledStamp(folder);
-      names = ReadNames(folder);
+      names = ReadNames(folder, expected);
     } catch (...) {
       // Out of memory: the folder is asked name by name instead.
       names.reset();
