@@ -14,15 +14,18 @@ std::optional<CompanionFile> FindCompanion(std::wstring_view imagePath, std::wst
   for (wchar_t& c : upper) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
   const std::wstring_view imageExtension =
       imagePath.starts_with(pathNoExt) ? imagePath.substr(pathNoExt.size()) : std::wstring_view();
-  const std::wstring suffixes[] = {std::wstring(extension), upper,
-                                   std::wstring(imageExtension) + std::wstring(extension)};
-  for (const std::wstring& suffix : suffixes) {
-    // The image itself is never its own companion (an ".xmp" image with an XMP suffix).
-    if (suffix == imageExtension) continue;
+  std::wstring suffixes[] = {std::wstring(extension), upper,
+                             std::wstring(imageExtension) + std::wstring(extension)};
+  // The image itself is never its own companion (an ".xmp" image with an XMP suffix).
+  for (std::wstring& suffix : suffixes) {
+    if (suffix == imageExtension) suffix.clear();
+  }
+  // Most images have no companion: a listing of the folder answers without a lookup each, and
+  // the image's path is converted once for every spelling.
+  if (const int found = FirstListedFile(pathNoExt, suffixes); found >= 0) {
     std::wstring path(pathNoExt);
-    path += suffix;
-    // Most images have no companion: a listing of the folder answers without a lookup each.
-    if (ListedFileExists(path)) return CompanionFile{std::move(path), suffix};
+    path += suffixes[found];
+    return CompanionFile{std::move(path), std::move(suffixes[found])};
   }
   return std::nullopt;
 }

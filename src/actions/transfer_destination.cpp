@@ -19,6 +19,14 @@ HRESULT KeepDescription(HRESULT hr, std::wstring* failure) {
   return hr;
 }
 
+// The expander starts every text with room for a long one; the thread's buffer keeps that
+// room from one image to the next instead of allocating it for every expansion. Its text is
+// used up before the thread expands again.
+std::wstring& ExpansionBuffer() {
+  thread_local std::wstring buffer;
+  return buffer;
+}
+
 }  // namespace
 
 HRESULT ResolveRenamingTemplate(CRenamingTemplateStore& store, std::wstring_view name,
@@ -36,7 +44,7 @@ HRESULT ExpandFolderTemplate(IDictionary* record, std::wstring_view templ, Templ
   // "..." is a form of the template's own text ("beside the image"), never a value's: it is
   // taken off before expansion, so that a camera model "...x" cannot pose as it.
   const bool besideImage = templ.starts_with(L"...");
-  std::wstring expanded;
+  std::wstring& expanded = ExpansionBuffer();
   LMK_RETURN_IF_FAILED(
       ExpandTemplate(record, besideImage ? templ.substr(3) : templ, &expanded, &context));
   *folder = SafeFolderPath(expanded, kNativePathStyle);
@@ -52,7 +60,7 @@ HRESULT ExpandFolderTemplate(IDictionary* record, std::wstring_view templ, Templ
 HRESULT ExpandNameTemplate(IDictionary* record, std::wstring_view templ, TemplateContext& context,
                            std::wstring* name) {
   context.set_confine_values(true);
-  std::wstring expanded;
+  std::wstring& expanded = ExpansionBuffer();
   LMK_RETURN_IF_FAILED(ExpandTemplate(record, templ, &expanded, &context));
   *name = SafeFileName(expanded);
   return S_OK;

@@ -84,9 +84,11 @@ struct CBatchRunner::RunState {
   std::shared_ptr<SettingsStore> settings;
   ULONG total = 0;
   std::atomic<LONG> done{0};
-  // Percent last reported; the lock keeps reports in growing order across workers.
+  // Percent last reported; the lock keeps reports in growing order across workers. It is read
+  // without the lock first: most images move no percent, and two workers meeting on the lock for
+  // each one cost a wake-up.
   std::mutex progressLock;
-  DWORD lastPercent = 0;
+  std::atomic<DWORD> lastPercent{0};
 };
 
 CBatchRunner::CBatchRunner(std::unique_ptr<EventLogWriter> log, BatchRunnerOptions options)
@@ -280,7 +282,7 @@ void CBatchRunner::Run(RunState& state) {
     // it would show no progress at all, so the display shows three quarters while it runs.
     if (state.total == 1) {
       std::lock_guard lock(state.progressLock);
-      state.lastPercent = 75;
+      state.lastPercent.store(75, std::memory_order_relaxed);
       sink_->OnProgress(75);
     }
     ProcessFetched(state, fetched, first.Get());
@@ -355,8 +357,8 @@ void CBatchRunner::EndOfRun(RunState& state, bool aborted) {
     host_->GetNextImageOfRange(&end);
   }
   std::lock_guard lock(state.progressLock);
-  if (state.lastPercent != 100) {
-    state.lastPercent = 100;
+  if (state.lastPercent.load(std::memory_order_relaxed) != 100) {
+    state.lastPercent.store(100, std::memory_order_relaxed);
     sink_->OnProgress(100);
   }
 }
@@ -419,9 +421,10 @@ void CBatchRunner::ReportProgress(RunState& state) {
   // Single precision, rounded half up, as the progress display has always computed it.
   const auto percent = static_cast<DWORD>(
       static_cast<float>(done) * 100.0f / static_cast<float>(state.total) + 0.5f);
+  if (percent <= state.lastPercent.load(std::memory_order_relaxed)) return;
   std::lock_guard lock(state.progressLock);
-  if (percent > state.lastPercent) {
-    state.lastPercent = percent;
+  if (percent > state.lastPercent.load(std::memory_order_relaxed)) {
+    state.lastPercent.store(percent, std::memory_order_relaxed);
     sink_->OnProgress(percent);
   }
 }

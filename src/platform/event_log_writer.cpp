@@ -63,8 +63,10 @@ DWORD EventLogWriter::CloseBatchLog() {
 
 DWORD EventLogWriter::Emit(BYTE level, BYTE type, std::optional<std::wstring_view> text) {
   if (t_held.owner != this || t_held.events.empty()) return sink_->Write(level, type, text);
-  std::vector<EventTraceEvent> events;
-  events.reserve(t_held.events.size() + 1);
+  // The thread's list keeps its room from one file to the next.
+  thread_local std::vector<EventTraceEvent> t_events;
+  std::vector<EventTraceEvent>& events = t_events;
+  events.clear();
   for (const auto& [heldLevel, heldText] : t_held.events) {
     events.push_back({heldLevel, 0, std::wstring_view(heldText)});
   }

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <span>
+#include <string>
 #include <string_view>
 
 namespace lmk {
@@ -40,6 +42,12 @@ void ForgetFolderListings();
 /// run memory, a real lookup. Safe from any thread.
 bool ListedFileExists(std::wstring_view path);
 
+/// The index of the first of `suffixes` that, appended to `stem` (a path), names an existing
+/// file, as ListedFileExists answers for each in turn; -1 when none does. The stem is converted
+/// and split once for all of them: an image's companions are looked up this way, several
+/// spellings each. Safe from any thread.
+int FirstListedFile(std::wstring_view stem, std::span<const std::wstring> suffixes);
+
 /// Tells the listings that this process has just created `path` or renamed something to it: the
 /// name joins its folder's listing, and listings of `path` itself and of folders below it are
 /// dropped (a folder moved into place). The file operations call it for every name they make.
@@ -65,6 +73,8 @@ class FolderListings {
   /// As ListedFileExists. A folder that cannot be listed (missing, no read permission) is
   /// answered by a real lookup each time until its listing is tried again.
   bool FileExists(std::wstring_view path);
+  /// As lmk::FirstListedFile, for these listings.
+  int FirstExisting(std::wstring_view stem, std::span<const std::wstring> suffixes);
   /// As NoteFileAdded, for these listings.
   void NoteAdded(std::wstring_view path);
   /// Drops every listing.
@@ -73,6 +83,9 @@ class FolderListings {
   std::size_t ReadCount() const;
 
  private:
+  friend void NoteNativeFileAdded(const std::string& path);
+  void NoteAddedNative(const std::string& native);
+
   struct Table;
   std::unique_ptr<Table> table_;
 };

@@ -68,6 +68,39 @@ void PutUnits(uint8_t* p, const std::u16string& units) {
   for (size_t i = 0; i < units.size(); ++i) Put16(p + 2 * i, units[i]);
 }
 
+// The character as the log stores it: anything that is not a Unicode scalar value is U+FFFD.
+uint32_t ScalarOf(wchar_t c) {
+  const auto value = static_cast<uint32_t>(c);
+  if constexpr (sizeof(wchar_t) == 2) return value;
+  return (value >= 0xD800 && value <= 0xDFFF) || value > 0x10FFFF ? 0xFFFD : value;
+}
+
+// How many UTF-16 units `text` takes, as ToUtf16 converts it.
+size_t Utf16Length(std::wstring_view text) {
+  size_t units = text.size();
+  if constexpr (sizeof(wchar_t) != 2) {
+    for (const wchar_t c : text) units += ScalarOf(c) >= 0x10000 ? 1 : 0;
+  }
+  return units;
+}
+
+// Writes `text` as ToUtf16 converts it, little-endian, straight into the record: a record per
+// picture went through a string of its own first.
+void PutText(uint8_t* p, std::wstring_view text) {
+  for (const wchar_t c : text) {
+    uint32_t scalar = ScalarOf(c);
+    if (scalar >= 0x10000) {
+      scalar -= 0x10000;
+      Put16(p, static_cast<uint16_t>(0xD800 + (scalar >> 10)));
+      Put16(p + 2, static_cast<uint16_t>(0xDC00 + (scalar & 0x3FF)));
+      p += 4;
+    } else {
+      Put16(p, static_cast<uint16_t>(scalar));
+      p += 2;
+    }
+  }
+}
+
 }  // namespace
 
 std::u16string EventRecordCodec::ToUtf16(std::wstring_view text) {
@@ -95,10 +128,8 @@ std::u16string EventRecordCodec::ToUtf16(std::wstring_view text) {
 void EventRecordCodec::AppendRecord(BYTE level, BYTE type, int64_t time,
                                     std::optional<std::wstring_view> text,
                                     std::vector<uint8_t>* out) {
-  std::u16string units;
-  if (text) units = ToUtf16(*text);
   const size_t header = text ? kHeaderSizeWithText : kHeaderSizeWithoutText;
-  const size_t text_bytes = text ? 2 * (units.size() + 1) : 0;
+  const size_t text_bytes = text ? 2 * (Utf16Length(*text) + 1) : 0;
   const size_t start = out->size();
   out->resize(start + header + kTimeStampSize + text_bytes, 0);
   uint8_t* p = out->data() + start;
@@ -112,7 +143,7 @@ void EventRecordCodec::AppendRecord(BYTE level, BYTE type, int64_t time,
     Put32(p + kTextLengthOffset, static_cast<uint32_t>(text_bytes));
   }
   Put64(p + header, static_cast<uint64_t>(time));
-  if (text) PutUnits(p + header + kTimeStampSize, units);  // the zero unit is already there
+  if (text) PutText(p + header + kTimeStampSize, *text);  // the zero unit is already there
 }
 
 size_t EventRecordCodec::HeaderSize(std::span<const uint8_t> first_two) {

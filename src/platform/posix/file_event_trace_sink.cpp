@@ -146,8 +146,13 @@ DWORD FileEventTraceSink::DoStart(std::wstring_view session_name, std::wstring_v
   return ERROR_SUCCESS;
 }
 
+// Each thread encodes its records in a buffer of its own that keeps its size from one event to
+// the next, instead of allocating one per event.
+thread_local std::vector<uint8_t> t_records;
+
 DWORD FileEventTraceSink::DoWrite(BYTE level, BYTE type, std::optional<std::wstring_view> text) {
-  std::vector<uint8_t> record;
+  std::vector<uint8_t>& record = t_records;
+  record.clear();
   EventRecordCodec::AppendRecord(level, type, 0, text, &record);
   const size_t time_offset =
       text ? EventRecordCodec::kHeaderSizeWithText : EventRecordCodec::kHeaderSizeWithoutText;
@@ -160,9 +165,11 @@ DWORD FileEventTraceSink::DoWrite(BYTE level, BYTE type, std::optional<std::wstr
 }
 
 DWORD FileEventTraceSink::DoWriteAll(std::span<const EventTraceEvent> events) {
-  std::vector<uint8_t> records;
-  std::vector<size_t> time_offsets;
-  time_offsets.reserve(events.size());
+  thread_local std::vector<size_t> t_time_offsets;
+  std::vector<uint8_t>& records = t_records;
+  std::vector<size_t>& time_offsets = t_time_offsets;
+  records.clear();
+  time_offsets.clear();
   for (const EventTraceEvent& event : events) {
     time_offsets.push_back(records.size() + (event.text
                                                  ? EventRecordCodec::kHeaderSizeWithText

@@ -515,7 +515,7 @@ class TemporaryCopy {
   // Creates the empty copy in `folder`; `unnamed` allows a file without a name, for a copy that
   // will not replace a file. Returns 0 or an errno (ENOENT: the folder is missing).
   // `access` is O_WRONLY, or O_RDWR for writers that read back what they wrote; `mode` is
-  // the mode asked for at creation.
+  // the mode asked for at creation (less the umask).
   int Open(const std::string& folder, bool unnamed, int access = O_WRONLY, mode_t mode = 0600) {
     folder_ = folder;
 #ifdef O_TMPFILE
@@ -539,14 +539,14 @@ class TemporaryCopy {
   }
 
   // Fills the copy from the open `source` (described by `info`): contents, permissions and
-  // times, flushed to the device when `flush`. `*cloneRefused` as CopyContents. Returns 0 or
-  // an errno.
-  int Fill(int source, const struct stat& info, bool flush, bool* cloneRefused) {
+  // times, flushed to the device when `flush`. `*cloneRefused` as CopyContents; `modeSet`: the
+  // file was made with its final mode. Returns 0 or an errno.
+  int Fill(int source, const struct stat& info, bool flush, bool* cloneRefused, bool modeSet) {
     if (const int error = CopyContents(source, out_.get(), info.st_size, cloneRefused);
         error != 0) {
       return error;
     }
-    if (::fchmod(out_.get(), info.st_mode & 0777) != 0) return errno;
+    if (!modeSet && ::fchmod(out_.get(), info.st_mode & 0777) != 0) return errno;
     const struct timespec times[2] = {info.st_atim, info.st_mtim};
     if (::futimens(out_.get(), times) != 0) return errno;
     if (flush && ::fsync(out_.get()) != 0) return errno;
@@ -711,8 +711,11 @@ struct CopyRequest {
 HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo) {
   const std::string source = ToUtf8(request.source);
   const std::string target = ToUtf8(request.target);
-  const std::wstring context =
-      std::wstring(request.verb) + L" " + Quoted(request.source) + L" to " + Quoted(request.target);
+  // Made only for a failure: a copy that succeeds costs no text.
+  const auto context = [&] {
+    return std::wstring(request.verb) + L" " + Quoted(request.source) + L" to " +
+           Quoted(request.target);
+  };
 
   UniqueFd in(::open(source.c_str(), O_RDONLY | O_CLOEXEC));
   if (!in.valid()) {
@@ -722,21 +725,21 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   if (::fstat(in.get(), sourceInfo) != 0)
     return HresultFromErrno(errno, std::wstring(request.verb) + L" " + Quoted(request.source));
   if (S_ISDIR(sourceInfo->st_mode)) {
-    return Fail(E_ACCESSDENIED, context + L": the source is a folder.");
+    return Fail(E_ACCESSDENIED, context() + L": the source is a folder.");
   }
 
   // A copy that must not replace asks nothing beforehand: its exclusive link or rename refuses an
   // existing name, and only then is the name looked at, for the message.
   const auto refusal = [&](const struct stat& targetInfo) {
     return S_ISDIR(targetInfo.st_mode)
-               ? Fail(E_ACCESSDENIED, context + L": a folder of that name exists.")
-               : Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the file exists.");
+               ? Fail(E_ACCESSDENIED, context() + L": a folder of that name exists.")
+               : Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context() + L": the file exists.");
   };
   struct stat targetInfo {};
   if (request.replace && ::stat(target.c_str(), &targetInfo) == 0) {
     if (S_ISDIR(targetInfo.st_mode)) return refusal(targetInfo);
     if (IsReadOnly(targetInfo)) {
-      return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
+      return Fail(E_ACCESSDENIED, context() + L": the existing file is read-only.");
     }
   }
 
@@ -744,6 +747,14 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
   RemoveStaleTemporaries(parts.folder);
   const bool cloneKnownRefused = CloneRefusedIn(parts.folder);
   bool cloneRefused = cloneKnownRefused;
+  // The copy is made with its final mode where the folder gives new files the mode asked (asked
+  // once per folder), which spares a change of mode per file. A mode without the owner's write
+  // permission is left for the end: the copy must be written first.
+  const mode_t mode = sourceInfo->st_mode & 0777;
+  const bool makeWithMode = (mode & S_IWUSR) != 0 && (mode & Umask()) == 0;
+  const std::optional<NewFileDefaults> defaults =
+      makeWithMode ? DefaultsIn(parts.folder) : std::nullopt;
+  const bool modeKnownHonoured = defaults && defaults->modeAsAsked;
   // Makes and fills the copy: 0, or an errno with the HRESULT to return in *failed.
   const auto write = [&](TemporaryCopy& copy, bool unnamed, HRESULT* failed) {
     // Making the file is under the lock too: on ext4, unnamed files made by two threads at
@@ -754,14 +765,19 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
           AcquireVolumeLock(request.lock->volumeKey, request.lock->slots, kWaitForever, &lock);
       if (FAILED(*failed)) return EIO;
     }
-    int error = copy.Open(parts.folder, unnamed);
-    if (error == ENOENT && RemadeMissingFolder(target)) error = copy.Open(parts.folder, unnamed);
+    const mode_t madeMode = modeKnownHonoured ? mode : 0600;
+    int error = copy.Open(parts.folder, unnamed, O_WRONLY, madeMode);
+    if (error == ENOENT && RemadeMissingFolder(target)) {
+      error = copy.Open(parts.folder, unnamed, O_WRONLY, madeMode);
+    }
     if (error == ENOENT || error == ENOTDIR) {
       *failed = HresultFromErrno(ENOTDIR, L"Cannot open the folder of " + Quoted(request.target));
       return ENOTDIR;
     }
-    if (error == 0) error = copy.Fill(in.get(), *sourceInfo, request.flush, &cloneRefused);
-    if (error != 0) *failed = HresultFromErrno(error, context);
+    if (error == 0) {
+      error = copy.Fill(in.get(), *sourceInfo, request.flush, &cloneRefused, modeKnownHonoured);
+    }
+    if (error != 0) *failed = HresultFromErrno(error, context());
     return error;
   };
 
@@ -782,7 +798,7 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
       // sandbox, say): the copy is made again under a temporary name, from the start.
       if (fault == 0) g_unnamedRefused.store(true, std::memory_order_relaxed);
       TemporaryCopy named;
-      if (::lseek(in.get(), 0, SEEK_SET) != 0) return HresultFromErrno(errno, context);
+      if (::lseek(in.get(), 0, SEEK_SET) != 0) return HresultFromErrno(errno, context());
       if (write(named, false, &failed) != 0) return failed;
       error = named.Publish(parts.name, request.replace, request.replaced);
     }
@@ -794,9 +810,9 @@ HRESULT CopyThroughTemporary(const CopyRequest& request, struct stat* sourceInfo
       if (::stat(target.c_str(), &targetInfo) != 0) targetInfo.st_mode = S_IFREG;
       return refusal(targetInfo);
     }
-    return HresultFromErrno(error, context);
+    return HresultFromErrno(error, context());
   }
-  NoteFileAdded(request.target);
+  NoteNativeFileAdded(target);
   if (request.flushLater) RememberUnflushedCopy(parts.folder);
   return S_OK;
 }
@@ -947,11 +963,7 @@ HRESULT WriteNewFile(std::wstring_view target, bool replace,
   }
   // New files get the permissions the user's umask gives, as any program's new file; it is
   // read once, since reading it means setting it for an instant.
-  static const mode_t kMode = [] {
-    const mode_t mask = ::umask(022);
-    ::umask(mask);
-    return static_cast<mode_t>(0666 & ~mask);
-  }();
+  static const mode_t kMode = 0666 & ~Umask();
   const SplitPath parts = Split(native);
   RemoveStaleTemporaries(parts.folder);
   // Makes, fills and names the file: 0, or an errno; *failed carries the writer's own failure.
@@ -1107,12 +1119,13 @@ HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD fla
   const std::string from = ToUtf8(source);
   const std::string to = ToUtf8(target);
   const bool replace = (flags & kMoveReplaceExisting) != 0;
-  const std::wstring context = L"Cannot move " + Quoted(source) + L" to " + Quoted(target);
+  // Made only for a failure: a rename that succeeds costs no text.
+  const auto context = [&] { return L"Cannot move " + Quoted(source) + L" to " + Quoted(target); };
 
   struct stat targetInfo {};
   if (replace && ::stat(to.c_str(), &targetInfo) == 0 && !S_ISDIR(targetInfo.st_mode) &&
       IsReadOnly(targetInfo)) {
-    return Fail(E_ACCESSDENIED, context + L": the existing file is read-only.");
+    return Fail(E_ACCESSDENIED, context() + L": the existing file is read-only.");
   }
   const auto rename = [&] {
     const int result =
@@ -1132,7 +1145,7 @@ HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD fla
   int error = rename();
   if (error == ENOENT && RemadeMissingFolder(to)) error = rename();
   if (error == 0) {
-    NoteFileAdded(target);
+    NoteNativeFileAdded(to);
     // A folder moved away takes the folders made below it along.
     ForgetMadeFolder(NormalFolderPath(from));
     return S_OK;
@@ -1140,18 +1153,18 @@ HRESULT MoveFileTo(std::wstring_view source, std::wstring_view target, DWORD fla
   if (error == EXDEV) {
     if ((flags & kMoveCopyAllowed) == 0) {
       return Fail(HRESULT_FROM_WIN32(ERROR_NOT_SAME_DEVICE),
-                  context + L": the target is on another volume.");
+                  context() + L": the target is on another volume.");
     }
     return MoveAcrossVolumes(source, target, replace, copyTakenBack);
   }
   if (error == EEXIST || error == ENOTEMPTY) {
-    return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context + L": the target exists.");
+    return Fail(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS), context() + L": the target exists.");
   }
   if (error == ENOENT) {
     struct stat sourceInfo {};
     error = ::lstat(from.c_str(), &sourceInfo) == 0 ? ENOTDIR : RefineMissing(ENOENT, from);
   }
-  return HresultFromErrno(error, context);
+  return HresultFromErrno(error, context());
 }
 
 HRESULT MakeHardLink(std::wstring_view link, std::wstring_view existing) {
@@ -1166,7 +1179,7 @@ HRESULT MakeHardLink(std::wstring_view link, std::wstring_view existing) {
     error = ::link(from.c_str(), to.c_str()) == 0 ? 0 : errno;
   }
   if (error == 0) {
-    NoteFileAdded(link);
+    NoteNativeFileAdded(to);
     return S_OK;
   }
   if (error == EEXIST) {
@@ -1339,6 +1352,7 @@ void ForgetMadeFolders() {
   }
   std::lock_guard guard(g_cloneRefusedLock);
   g_cloneRefusedFolders.clear();
+  g_modeHonouredFolders.clear();
 }
 
 }  // namespace lmk

@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "platform/file_system.h"
@@ -40,6 +41,18 @@ class NameSet {
       Mark(hash);
     }
   }
+
+  // Makes room for `count` names at once, so that reading a large folder again does not grow
+  // the set step by step.
+  void Reserve(std::size_t count) {
+    if (!names_.empty()) return;
+    names_.reserve(count);
+    std::size_t words = 16;
+    while (words * 64 < count * kBitsPerName * 2) words *= 2;
+    if (words > bits_.size()) bits_.assign(words, 0);
+  }
+
+  std::size_t size() const { return names_.size(); }
 
   bool Contains(const std::string& name) const {
     const std::size_t hash = Hash(name);
@@ -75,11 +88,13 @@ struct DirCloser {
   void operator()(DIR* dir) const { ::closedir(dir); }
 };
 
-// The names in `folder`, or nothing when it cannot be read to its end.
-std::optional<NameSet> ReadNames(const std::string& folder) {
+// The names in `folder`, or nothing when it cannot be read to its end; `expected` is how many
+// it held when last read.
+std::optional<NameSet> ReadNames(const std::string& folder, std::size_t expected) {
   std::unique_ptr<DIR, DirCloser> dir(::opendir(folder.c_str()));
   if (!dir) return std::nullopt;
   NameSet names;
+  names.Reserve(expected);
   for (;;) {
     errno = 0;
     const dirent* entry = ::readdir(dir.get());
@@ -233,15 +248,24 @@ struct FolderListings::Table {
     }
     if (listings.size() >= kSweepAbove) SweepExpired();
     auto listing = std::make_shared<Listing>();
-    listings.insert_or_assign(folder, listing);
+    // The old listing (tens of thousands of names in a large folder) is freed after the lock is
+    // let go, so that other threads do not wait for that.
+    std::shared_ptr<Listing> old;
+    if (const auto found = listings.find(folder); found != listings.end()) {
+      old = std::exchange(found->second, listing);
+    } else {
+      listings.emplace(folder, listing);
+    }
+    const std::size_t expected = old && old->readable ? old->names.size() : 0;
     lock.unlock();
+    old.reset();
 
     const SteadyTime started = now();
     std::optional<NameSet> names;
     std::optional<FolderStamp> stamp;
     try {
       stamp = SettledStamp(folder);
-      names = ReadNames(folder);
+      names = ReadNames(folder, expected);
     } catch (...) {
       // Out of memory: the folder is asked name by name instead.
       names.reset();
@@ -313,9 +337,39 @@ bool FolderListings::FileExists(std::wstring_view path) {
   return table_->Find(folder, name) != Table::Answer::kAbsent && ::lmk::FileExists(path);
 }
 
+int FolderListings::FirstExisting(std::wstring_view stem, std::span<const std::wstring> suffixes) {
+  std::string native = ToUtf8(stem);
+  std::string folder;
+  std::string name;
+  const bool split = !stem.empty() && stem.back() != L'/' && SplitName(native, &folder, &name);
+  const std::size_t stemSize = native.size();
+  const std::size_t baseSize = name.size();
+  for (std::size_t i = 0; i < suffixes.size(); ++i) {
+    const std::wstring& suffix = suffixes[i];
+    if (suffix.empty()) continue;
+    if (!split || suffix.find(L'/') != std::wstring::npos) {
+      // Not a name in the stem's folder: asked as a whole path.
+      if (FileExists(std::wstring(stem) + suffix)) return static_cast<int>(i);
+      continue;
+    }
+    const std::string tail = ToUtf8(suffix);
+    name.resize(baseSize);
+    name += tail;
+    if (table_->Find(folder, name) == Table::Answer::kAbsent) continue;
+    // A listed name may have gone since: only the real lookup says it is there.
+    native.resize(stemSize);
+    native += tail;
+    struct stat info {};
+    if (::stat(native.c_str(), &info) == 0 && !S_ISDIR(info.st_mode)) return static_cast<int>(i);
+  }
+  return -1;
+}
+
 void FolderListings::NoteAdded(std::wstring_view path) {
-  if (path.empty()) return;
-  const std::string native = ToUtf8(path);
+  if (!path.empty()) NoteAddedNative(ToUtf8(path));
+}
+
+void FolderListings::NoteAddedNative(const std::string& native) {
   std::string folder;
   std::string name;
   if (!SplitName(native, &folder, &name)) return;
@@ -355,8 +409,22 @@ bool ListedFileExists(std::wstring_view path) {
   return RunMemoryOn() ? ProcessListings().FileExists(path) : FileExists(path);
 }
 
+int FirstListedFile(std::wstring_view stem, std::span<const std::wstring> suffixes) {
+  if (RunMemoryOn()) return ProcessListings().FirstExisting(stem, suffixes);
+  for (std::size_t i = 0; i < suffixes.size(); ++i) {
+    if (!suffixes[i].empty() && FileExists(std::wstring(stem) + suffixes[i])) {
+      return static_cast<int>(i);
+    }
+  }
+  return -1;
+}
+
 void NoteFileAdded(std::wstring_view path) {
   if (RunMemoryOn()) ProcessListings().NoteAdded(path);
+}
+
+void NoteNativeFileAdded(const std::string& path) {
+  if (RunMemoryOn() && !path.empty()) ProcessListings().NoteAddedNative(path);
 }
 
 }  // namespace lmk

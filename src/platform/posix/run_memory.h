@@ -11,6 +11,10 @@ namespace lmk {
 /// are; ".." is kept, since a link may stand before it.
 std::string NormalFolderPath(std::string_view path);
 
+/// NoteFileAdded (platform/folder_listing.h) for a path already in the system's form: the file
+/// operations have it at hand, and converting it again cost as much as the note itself.
+void NoteNativeFileAdded(const std::string& path);
+
 /// Forgets the folders that CreateDirectories made or found, and the folders where copies found
 /// clones refused (platform/posix/file_operations.cpp).
 void ForgetMadeFolders();
