@@ -1352,7 +1352,6 @@ void ForgetMadeFolders() {
   }
   std::lock_guard guard(g_cloneRefusedLock);
   g_cloneRefusedFolders.clear();
-  g_modeHonouredFolders.clear();
 }
 
 }  // namespace lmk
