@@ -37,11 +37,6 @@ using lmk_test_interfaces::IAlpha;
 using lmk_test_interfaces::IBeta;
 using lmk_test_interfaces::IGamma;
 
-static_assert(IidOf<IBeta>().Data1 == 0x11111111 && IidOf<IBeta>().Data4[7] == 0xBB);
-static_assert(IidOf<IAlpha>().Data2 == 0x9655 && IidOf<IAlpha>().Data3 == 0x4145);
-static_assert(IsEqualGUID(IidOf<IStream>(), IID_IStream) &&
-              IsEqualGUID(IidOf<IDispatch>(), IID_IDispatch));
-
 class CAlphaBeta final : public ComObject<CAlphaBeta, IAlpha, IBeta> {
  public:
   explicit CAlphaBeta(int* destroyed) : destroyed_(destroyed) {}
@@ -71,32 +66,6 @@ class CThrowing final : public ComObject<CThrowing, IBeta> {
   CThrowing() { throw std::runtime_error("constructor fails"); }
   HRESULT STDMETHODCALLTYPE Beta() override { return S_OK; }
 };
-
-TEST(ComObject, QueryInterfaceFindsEveryInterfaceAndDeclaredBase) {
-  int destroyed = 0;
-  {
-    ComPtr<CAlphaBeta> object = MakeComObject<CAlphaBeta>(&destroyed);
-    ComPtr<IUnknown> unknown;
-    ComPtr<IDispatch> dispatch;
-    ComPtr<IAlpha> alpha;
-    ComPtr<IBeta> beta;
-    ASSERT_EQ(object.As(&unknown), S_OK);
-    ASSERT_EQ(object.As(&dispatch), S_OK);
-    ASSERT_EQ(object.As(&alpha), S_OK);
-    ASSERT_EQ(object.As(&beta), S_OK);
-    LONG value = 0;
-    EXPECT_EQ(alpha->Alpha(&value), S_OK);
-    EXPECT_EQ(value, 7);
-    EXPECT_EQ(beta->Beta(), S_FALSE);
-    EXPECT_EQ(static_cast<IDispatch*>(alpha.Get()), dispatch.Get());
-
-    // IUnknown is the same pointer whichever interface it is asked from (COM identity).
-    ComPtr<IUnknown> from_beta;
-    ASSERT_EQ(beta.As(&from_beta), S_OK);
-    EXPECT_EQ(from_beta.Get(), unknown.Get());
-  }
-  EXPECT_EQ(destroyed, 1);
-}
 
 TEST(ComObject, UnknownInterfaceAndNullOut) {
   int destroyed = 0;

@@ -16,18 +16,6 @@
 namespace lmk {
 namespace {
 
-constexpr HRESULT Hr(uint32_t value) { return static_cast<HRESULT>(value); }
-
-TEST(HresultMacros, MapWin32CodesSplitAndBuild) {
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_SUCCESS), S_OK);
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_INVALID_PARAMETER), E_INVALIDARG);
-  EXPECT_EQ(HRESULT_FROM_WIN32(ERROR_CANCELLED), Hr(0x800704C7));
-  EXPECT_EQ(HRESULT_FROM_WIN32(0x00012345), Hr(0x80072345)) << "bits above 16 are dropped";
-  EXPECT_EQ(HRESULT_CODE(E_INVALIDARG), 0x57);
-  EXPECT_EQ(MAKE_HRESULT(SEVERITY_ERROR, FACILITY_WIN32, 5), E_ACCESSDENIED);
-  EXPECT_TRUE(SUCCEEDED(S_FALSE) && FAILED(E_ABORT));
-}
-
 TEST(SysAllocString, PrefixEmbeddedNulsAndNull) {
   Bstr b;
   b.Attach(SysAllocString(L"abc"));
@@ -136,14 +124,6 @@ TEST_F(ErrorInfoTest, GetTakesAndClears) {
 
   ComPtr<IErrorInfo> again;
   EXPECT_EQ(GetErrorInfo(0, &again), S_FALSE);
-}
-
-TEST_F(ErrorInfoTest, DescriptionIsTakenOnceAndDoesNotHoldTheModule) {
-  const long before = ModuleLockCount();
-  ASSERT_EQ(SetErrorDescription(L"The file is locked"), S_OK);
-  EXPECT_EQ(ModuleLockCount(), before);
-  EXPECT_EQ(TakeErrorDescription(), L"The file is locked");
-  EXPECT_EQ(TakeErrorDescription(), L"");
 }
 
 TEST_F(ErrorInfoTest, EachThreadHasItsOwn) {

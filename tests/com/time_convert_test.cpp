@@ -2,15 +2,14 @@
 // over the tables of tests/data/time_conversions.txt.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <ctime>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "com/com.h"
 #include "support/data_table.h"
+#include "support/scoped_env.h"
 
 namespace lmk {
 namespace {
@@ -90,27 +89,10 @@ TEST_P(Validity, OfFields) {
 
 INSTANTIATE_TEST_SUITE_P(Time, Validity, ::testing::ValuesIn(Table("fields")), kName);
 
-// Sets TZ for one test and puts the previous value back.
-class ScopedTimeZone {
- public:
-  explicit ScopedTimeZone(const char* tz) {
-    if (const char* old = std::getenv("TZ")) old_ = old;
-    setenv("TZ", tz, 1);
-    tzset();
-  }
-  ~ScopedTimeZone() {
-    old_ ? setenv("TZ", old_->c_str(), 1) : unsetenv("TZ");
-    tzset();
-  }
-
- private:
-  std::optional<std::string> old_;
-};
-
 class LocalTime : public ::testing::TestWithParam<test::NamedRow> {};
 
 TEST_P(LocalTime, ConvertsBothWays) {
-  ScopedTimeZone zone(GetParam().f[0].c_str());
+  test::ScopedTimeZone zone(GetParam().f[0].c_str());
   FILETIME utc{}, local{}, expected_local{}, back{};
   const SYSTEMTIME utc_fields = Fields(GetParam().f[1]);
   SYSTEMTIME local_fields = Fields(GetParam().f[2]);
@@ -161,7 +143,7 @@ TEST(TimeConversion, MillisecondsSurviveFileTimesButNotDates) {
 }
 
 TEST(TimeConversion, OutOfRangeDatesFailCleanly) {
-  ScopedTimeZone zone("UTC0");
+  test::ScopedTimeZone zone("UTC0");
   EXPECT_THROW(FileTimeToLocalDate(Int64ToFileTime(int64_t{0x7FFF000000000000})), ComError);
   std::wstring text = L"keep";
   EXPECT_FALSE(DateToText(3e6, &text));

@@ -1,4 +1,4 @@
-// Tests of the dictionary's methods (HRESULTs, names, bulk reads and writes, merging, sharing),
+// Tests of the dictionary's methods (HRESULTs, names, bulk reads and writes),
 // of its enumerator, and of many threads using one dictionary at once.
 #include "dictionary/dictionary.h"
 
@@ -51,26 +51,6 @@ TEST_P(DictionaryPutTest, AddsOrReplaces) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutTest, ::testing::ValuesIn(Calls("put")), CaseName);
-
-TEST(DictionaryTest, ObjectValuesAreSharedNotCopiedAndReleasedWithTheDictionary) {
-  ComPtr<IDictionary> globals = MakeDictionary();
-  const ULONG base = RefCount(globals.Get());
-  ComPtr<IDictionary> dictionary = MakeDictionary();
-  ASSERT_EQ(Put(dictionary.Get(), L"Plugin.Globals", Variant::Unknown(globals.Get())), S_OK);
-  ASSERT_EQ(Put(dictionary.Get(), L"Other", Variant::Unknown(globals.Get())), S_OK);
-  {
-    Variant read;
-    ASSERT_EQ(Get(dictionary.Get(), L"Plugin.Globals", &read), S_OK);
-    EXPECT_EQ(read.ref().punkVal, static_cast<IUnknown*>(globals.Get()));
-    EXPECT_EQ(RefCount(globals.Get()), base + 3) << "a read adds a reference, no copy";
-  }
-  ASSERT_EQ(Put(dictionary.Get(), L"Plugin.Globals", Variant::I4(0)), S_OK);
-  EXPECT_EQ(RefCount(globals.Get()), base + 1) << "replacing the value releases the object";
-  dictionary.Reset();
-  EXPECT_EQ(RefCount(globals.Get()), base);
-}
-
-// --- PutMultiple ------------------------------------------------------------------------------
 
 class DictionaryPutMultipleTest : public ::testing::TestWithParam<CaseRow> {};
 
@@ -224,30 +204,6 @@ TEST_P(DictionaryGetMultipleTest, ReadsAllOrNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryGetMultipleTest,
                          ::testing::ValuesIn(Calls("getmultiple")), CaseName);
-
-// --- MergeTo ----------------------------------------------------------------------------------
-
-TEST(DictionaryTest, MergeToCopiesEveryEntryAndOverwrites) {
-  ComPtr<IDictionary> source = MakeDictionary();
-  ComPtr<IDictionary> target = MakeDictionary();
-  ASSERT_EQ(Put(source.Get(), L"a", Variant::I4(1)), S_OK);
-  ASSERT_EQ(Put(source.Get(), L"b", Variant::I4(2)), S_OK);
-  ASSERT_EQ(Put(target.Get(), L"b", Variant::I4(20)), S_OK);
-  ASSERT_EQ(Put(target.Get(), L"c", Variant::I4(30)), S_OK);
-  ASSERT_EQ(source->MergeTo(target.Get()), S_OK);
-  ASSERT_EQ(source->MergeTo(source.Get()), S_OK) << "merging into itself changes nothing";
-  const auto value = [](IDictionary* d, const wchar_t* name) {
-    Variant v = Variant::I4(-1);
-    return Get(d, name, &v) == S_OK ? v.ref().lVal : -1;
-  };
-  EXPECT_EQ(value(target.Get(), L"a") * 100 + value(target.Get(), L"b"), 102);
-  EXPECT_EQ(value(target.Get(), L"c"), 30);
-  EXPECT_EQ(CountOf(target.Get()), 3);
-  EXPECT_EQ(value(source.Get(), L"b"), 2);
-  EXPECT_EQ(CountOf(source.Get()), 2) << "merging leaves the source alone";
-}
-
-// --- Creation ---------------------------------------------------------------------------------
 
 TEST(DictionaryTest, CreatorRefusesAggregationAndUnknownInterfaces) {
   ComPtr<IDictionary> outer = MakeDictionary();

@@ -40,14 +40,7 @@ inline LONG CountOf(IDictionary* dictionary) {
 
 // The rows of one kind of tests/data/cases/dictionary_calls.tsv, padded to eight fields.
 inline std::vector<CaseRow> Calls(const std::string& kind) {
-  std::vector<CaseRow> rows;
-  for (CaseRow& r : ReadCaseTable("cases/dictionary_calls.tsv")) {
-    if (r[0] != kind) continue;
-    r.fields.erase(r.fields.begin());
-    r.fields.resize(8);
-    rows.push_back(std::move(r));
-  }
-  return rows;
+  return ReadCaseTable("cases/dictionary_calls.tsv", kind, 8);
 }
 
 inline HRESULT HrNamed(const std::string& name) {
@@ -77,11 +70,5 @@ inline std::vector<std::string> Split(const std::string& list, char at = ',') {
 }
 
 inline std::string CaseName(const ::testing::TestParamInfo<CaseRow>& i) { return i.param.name; }
-
-// The current reference count of an object, read without changing it.
-inline ULONG RefCount(IUnknown* object) {
-  object->AddRef();
-  return object->Release();
-}
 
 }  // namespace lmk::test

@@ -348,58 +348,6 @@ TEST(Exiv2MetadataReaderTest, ImplausibleValuesAreDropped) {
   EXPECT_EQ(m.isoSpeed, 65535u) << "a saturated ISO with no newer tag is still the best value";
 }
 
-using test::ReadBytes;
-using test::WriteBytes;
-
-// An application segment that no reader interprets, of `length` bytes after its marker.
-std::string FillerSegment(std::size_t length) {
-  std::string segment("\xFF\xEF", 2);
-  segment += static_cast<char>(length >> 8);
-  segment += static_cast<char>(length & 0xFF);
-  segment.append(length - 2, 'x');
-  return segment;
-}
-
-// The reader parses a picture's head from memory when the head holds all of its metadata and
-// the file otherwise: either way a picture must read the same as its small original.
-TEST(Exiv2MetadataReaderTest, LargePicturesReadTheSameWhereverTheirMetadataEnds) {
-  const fs::path original = kSamples / "sidecar_2025.jpg";
-  const std::string bytes = ReadBytes(original);
-  ASSERT_GT(bytes.size(), 4u);
-  const std::string afterStart = bytes.substr(2);
-  const std::size_t beyondHead = PictureFileHead::kDefaultLimit + 1000;
-  struct Case {
-    const char* name;
-    std::string content;
-    bool headSuffices;
-  };
-  const Case cases[] = {
-      {"trailing data past the limit", bytes + std::string(beyondHead, '\0'), true},
-      {"header runs past the limit",
-       "\xFF\xD8" + FillerSegment(60000) + FillerSegment(60000) + FillerSegment(60000) + afterStart,
-       false},
-  };
-  ImageMetadata want;
-  ASSERT_TRUE(CExiv2MetadataReader().Read(Wide(original), &want).ok);
-  for (const Case& c : cases) {
-    test::ScopedTempDir dir;
-    const fs::path path = dir / "large.jpg";
-    WriteBytes(path, c.content);
-    fs::copy_file(kSamples / "sidecar_2025.xmp", dir / "large.xmp");
-    PictureFileHead head;
-    ASSERT_TRUE(head.Read(Wide(path))) << c.name;
-    EXPECT_FALSE(head.whole()) << c.name;
-    EXPECT_EQ(head.Sufficient(), c.headSuffices) << c.name;
-
-    ImageMetadata got;
-    ASSERT_TRUE(CExiv2MetadataReader().Read(Wide(path), &got).ok) << c.name;
-    got.sidecarPath = want.sidecarPath;
-    EXPECT_TRUE(got == want) << c.name;
-    EXPECT_EQ(got.cameraModel, L"C-200") << c.name;
-    EXPECT_EQ(got.xmpRating, 4) << c.name;
-  }
-}
-
 class JpegHeadTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(JpegHeadTest, IsCompleteOnlyWhenTheScanStartIsInReach) {

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <map>
 #include <thread>
 #include <vector>
 
@@ -17,6 +17,8 @@
 #include "host/exiv2_metadata_reader.h"
 #include "platform/file_operations.h"
 #include "platform/text_encoding.h"
+#include "support/data_table.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -24,55 +26,43 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Fault { kNone, kReadOnlyFile, kReadOnlyFolder, kFailedRename, kLinked };
+constexpr const char* kSidecar =
+    R"(<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">)"
+    R"(<rdf:Description rdf:about="" xmlns:xmp="http://ns.adobe.com/xap/1.0/" xmp:Rating="1" xmp:Label="Blue"/>)"
+    R"(</rdf:RDF></x:xmpmeta>)";
 
-struct WriteCase {
-  const char* name;
-  const char* sample;   // copied into the folder as `picture`
-  const char* picture;  // its name there
-  const char* sidecar;  // content of "<stem>.xmp" made beside it, or nullptr
-  XmpMark mark;
-  const char* value;
-  Fault fault;
-  const char* readFrom;  // the file exiftool reads back, or nullptr when the write must fail
-  const char* tag;       // exiftool's -G1 name of the property
-  const char* expected;  // its value ("" for absent); for failures a word of the description
-};
-
-std::string Bytes(const fs::path& path) {
-  return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
-}
-
-class MetadataWriterTest : public testing::TestWithParam<WriteCase> {};
+class MetadataWriterTest : public testing::TestWithParam<test::CaseRow> {};
 
 TEST_P(MetadataWriterTest, WritesWhereReadersLookOrLeavesEverything) {
-  const WriteCase& c = GetParam();
+  const test::CaseRow& c = GetParam();
+  const std::string& fault = c[5];
+  const bool linked = fault == "linked", fails = c[6] == "-";
   if (!test::ExifToolAvailable()) GTEST_SKIP() << "exiftool is not installed";
-  if (c.fault == Fault::kReadOnlyFolder && ::geteuid() == 0) GTEST_SKIP() << "root writes anyway";
+  if (fault == "read-only-folder" && ::geteuid() == 0) GTEST_SKIP() << "root writes anyway";
   test::ScopedTempDir dir;
-  const fs::path picture = dir / c.picture;
-  // A linked picture: the link stays, the file it points to ("real.jpg") takes the value.
-  fs::copy_file(fs::path(LMK_SAMPLES_DIR) / c.sample,
-                c.fault == Fault::kLinked ? dir / "real.jpg" : picture);
-  if (c.fault == Fault::kLinked) fs::create_symlink("real.jpg", picture);
+  const fs::path picture = dir / c[1];
+  fs::copy_file(fs::path(LMK_SAMPLES_DIR) / c[0], linked ? dir / "real.jpg" : picture);
+  if (linked) fs::create_symlink("real.jpg", picture);
   fs::path sidecar = picture;
   sidecar.replace_extension(".xmp");
-  if (c.sidecar != nullptr) std::ofstream(sidecar) << c.sidecar;
+  if (c[2] != "-") std::ofstream(sidecar) << (c[2] == "usual" ? kSidecar : c[2]);
   const fs::file_time_type pictureTime = fs::last_write_time(picture) - std::chrono::hours(5);
   fs::last_write_time(picture, pictureTime);
-  const std::string before = Bytes(picture);
-  const std::string sidecarBefore = c.sidecar != nullptr ? Bytes(sidecar) : "";
+  const std::string before = test::ReadBytes(picture);
+  const std::string sidecarBefore = c[2] != "-" ? test::ReadBytes(sidecar) : "";
 
-  if (c.fault == Fault::kReadOnlyFile) fs::permissions(picture, fs::perms::owner_read);
-  if (c.fault == Fault::kReadOnlyFolder) {
+  if (fault == "read-only-file") fs::permissions(picture, fs::perms::owner_read);
+  if (fault == "read-only-folder") {
     fs::permissions(dir.path(), fs::perms::owner_read | fs::perms::owner_exec);
   }
+  const std::map<std::string, XmpMark> marks = {
+      {"rating", XmpMark::kRating}, {"label", XmpMark::kLabel}, {"urgency", XmpMark::kUrgency}};
   HRESULT hr = S_OK;
   {
     ScopedFileFaultHook hook([&](FileStep step, std::wstring_view) -> DWORD {
-      return c.fault == Fault::kFailedRename && step == FileStep::kPublish ? ERROR_DISK_FULL : 0;
+      return fault == "failed-rename" && step == FileStep::kPublish ? ERROR_DISK_FULL : 0;
     });
-    hr = CMetadataWriter::Write(FromUtf8(picture.string()), c.mark, c.value);
+    hr = CMetadataWriter::Write(FromUtf8(picture.string()), marks.at(c[3]), c[4]);
   }
   const std::wstring why = TakeErrorDescription();
   fs::permissions(dir.path(), fs::perms::owner_all);
@@ -81,64 +71,27 @@ TEST_P(MetadataWriterTest, WritesWhereReadersLookOrLeavesEverything) {
   for (const auto& entry : fs::directory_iterator(dir.path())) {
     EXPECT_NE(entry.path().filename().string().front(), '.') << "left behind: " << entry.path();
   }
-  if (c.readFrom == nullptr) {
+  if (fails) {
     EXPECT_TRUE(FAILED(hr));
-    EXPECT_NE(ToUtf8(why).find(c.expected), std::string::npos) << ToUtf8(why);
-    EXPECT_EQ(Bytes(picture), before);
-    EXPECT_EQ(c.sidecar != nullptr ? Bytes(sidecar) : "", sidecarBefore);
-    EXPECT_EQ(fs::exists(sidecar), c.sidecar != nullptr);
+    EXPECT_NE(ToUtf8(why).find(c[8]), std::string::npos) << ToUtf8(why);
+    EXPECT_EQ(test::ReadBytes(picture), before);
+    EXPECT_EQ(c[2] != "-" ? test::ReadBytes(sidecar) : "", sidecarBefore);
+    EXPECT_EQ(fs::exists(sidecar), c[2] != "-");
     return;
   }
   ASSERT_EQ(hr, S_OK) << ToUtf8(why);
-  EXPECT_EQ(fs::is_symlink(picture), c.fault == Fault::kLinked);
+  EXPECT_EQ(fs::is_symlink(picture), linked);
   EXPECT_EQ(fs::last_write_time(picture), pictureTime);
-  const std::optional<test::ExifToolReport> report = test::RunExifTool(dir / c.readFrom);
+  const std::optional<test::ExifToolReport> report = test::RunExifTool(dir / c[6]);
   ASSERT_TRUE(report.has_value());
-  const auto found = report->find(c.tag);
-  EXPECT_EQ(found == report->end() ? "" : found->second, c.expected);
-  if (dir / c.readFrom != picture && c.fault != Fault::kLinked) {
-    EXPECT_EQ(Bytes(picture), before);
-  }
+  const auto found = report->find(c[7]);
+  EXPECT_EQ(found == report->end() ? "-" : found->second, c[8]);
+  if (dir / c[6] != picture && !linked) EXPECT_EQ(test::ReadBytes(picture), before);
 }
 
-constexpr const char* kSidecar =
-    R"(<x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">)"
-    R"(<rdf:Description rdf:about="" xmlns:xmp="http://ns.adobe.com/xap/1.0/" xmp:Rating="1" xmp:Label="Blue"/>)"
-    R"(</rdf:RDF></x:xmpmeta>)";
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, MetadataWriterTest,
-    testing::ValuesIn(std::vector<WriteCase>{
-        {"JpegIntoPicture", "street_2023.jpg", "a.jpg", nullptr, XmpMark::kRating, "-1",
-         Fault::kNone, "a.jpg", "XMP-xmp:Rating", "-1"},
-        {"PngIntoPicture", "graphic.png", "a.png", nullptr, XmpMark::kLabel, "Purple", Fault::kNone,
-         "a.png", "XMP-xmp:Label", "Purple"},
-        {"UrgencyKeepsOtherValues", "rejected_2025.jpg", "a.jpg", nullptr, XmpMark::kUrgency, "7",
-         Fault::kNone, "a.jpg", "XMP-xmp:Rating", "-1"},
-        {"EmptyValueRemoves", "rejected_2025.jpg", "a.jpg", nullptr, XmpMark::kLabel, "",
-         Fault::kNone, "a.jpg", "XMP-xmp:Label", ""},
-        {"SidecarWinsOverPicture", "street_2023.jpg", "a.jpg", kSidecar, XmpMark::kRating, "4",
-         Fault::kNone, "a.xmp", "XMP-xmp:Rating", "4"},
-        {"SidecarKeepsItsOtherValues", "street_2023.jpg", "a.jpg", kSidecar, XmpMark::kRating, "4",
-         Fault::kNone, "a.xmp", "XMP-xmp:Label", "Blue"},
-        {"LinkStaysALink", "street_2023.jpg", "a.jpg", nullptr, XmpMark::kRating, "5",
-         Fault::kLinked, "real.jpg", "XMP-xmp:Rating", "5"},
-        {"RawGetsNewSidecar", "street_2023.jpg", "a.nef", nullptr, XmpMark::kRating, "2",
-         Fault::kNone, "a.xmp", "XMP-xmp:Rating", "2"},
-        {"DamagedPicture", "truncated.jpg", "a.jpg", nullptr, XmpMark::kRating, "2", Fault::kNone,
-         nullptr, nullptr, "damaged"},
-        {"ContentNotAPicture", "sidecar_2025.xmp", "a.jpg", nullptr, XmpMark::kRating, "2",
-         Fault::kNone, nullptr, nullptr, "extension"},
-        {"SidecarNotXmp", "street_2023.jpg", "a.jpg", "<x:xmpmeta><rdf:RDF", XmpMark::kRating, "2",
-         Fault::kNone, nullptr, nullptr, "not valid XMP"},
-        {"ReadOnlyPicture", "street_2023.jpg", "a.jpg", nullptr, XmpMark::kRating, "2",
-         Fault::kReadOnlyFile, nullptr, nullptr, "read-only"},
-        {"ReadOnlyFolder", "street_2023.jpg", "a.jpg", nullptr, XmpMark::kRating, "2",
-         Fault::kReadOnlyFolder, nullptr, nullptr, "folder does not allow"},
-        {"FailedRename", "street_2023.jpg", "a.jpg", nullptr, XmpMark::kRating, "2",
-         Fault::kFailedRename, nullptr, nullptr, "a.jpg"},
-    }),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Cases, MetadataWriterTest,
+                         testing::ValuesIn(test::ReadCaseTable("cases/metadata_writes.tsv", "", 9)),
+                         [](const auto& info) { return info.param.name; });
 
 // Eight writers at once over 2,000 writes: 1,000 pictures, and 500 sidecars that a JPEG and a
 // RAW file share, written for both at the same moment. Each value lands once; none undoes another.

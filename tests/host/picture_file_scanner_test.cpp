@@ -99,17 +99,6 @@ INSTANTIATE_TEST_SUITE_P(Scan, PictureScanTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/picture_scans.tsv")),
                          [](const auto& info) { return info.param.name; });
 
-TEST(PictureScanErrorTest, MissingPathIsNamed) {
-  test::ScopedTempDir dir;
-  const std::vector<std::wstring> inputs = {FromUtf8(dir.path().string()),
-                                            FromUtf8((dir / "gone").string())};
-  std::vector<std::wstring> files;
-  std::wstring error;
-  EXPECT_EQ(CPictureFileScanner().Scan(inputs, &files, &error),
-            HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-  EXPECT_NE(error.find(L"gone"), std::wstring::npos) << ToUtf8(error);
-}
-
 TEST(PictureScanTest, CommonFolderIsTheDeepestFolderHoldingEveryFile) {
   const std::pair<std::vector<std::wstring>, std::wstring> cases[] = {
       {{L"/p/a/x.jpg"}, L"/p/a"},

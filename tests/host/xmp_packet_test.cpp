@@ -113,17 +113,5 @@ TEST(XmpPacketTest, DamagedPacketsGiveNothingAndSayWhy) {
   EXPECT_EQ(parsed[0].second.text, "4");
 }
 
-// Packets without the usual root element are read whole, padding and all.
-TEST(XmpPacketTest, PacketWithoutItsRootElementIsReadWhole) {
-  const std::string packet = "<rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">" +
-                             Description("xmp:Rating=\"2\"", "") + "</rdf:RDF>" +
-                             std::string(100, ' ') + std::string(4, '\0');
-  std::vector<XmpKeyedProperty> parsed;
-  std::string error;
-  ASSERT_TRUE(ParseXmpPacket(packet, &parsed, &error)) << error;
-  ASSERT_EQ(parsed.size(), 1u);
-  EXPECT_EQ(parsed[0].second.text, "2");
-}
-
 }  // namespace
 }  // namespace lmk

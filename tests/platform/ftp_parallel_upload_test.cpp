@@ -8,24 +8,19 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/ftp_client.h"
+#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 TEST(FtpParallelUpload, EveryFileArrivesOnceIntact) {
   if (::access("/usr/bin/python3", X_OK) != 0) GTEST_SKIP() << "no /usr/bin/python3";
@@ -49,7 +44,7 @@ TEST(FtpParallelUpload, EveryFileArrivesOnceIntact) {
   }
   if (!fs::exists(dir / "port"))
     GTEST_SKIP() << "the FTP server did not start (python3-pyftpdlib?)";
-  const auto port = static_cast<unsigned>(std::stoul(ReadAll(dir / "port")));
+  const auto port = static_cast<unsigned>(std::stoul(test::ReadBytes(dir / "port")));
 
   constexpr int kThreads = 8;
   constexpr int kFiles = 200;
@@ -86,7 +81,7 @@ TEST(FtpParallelUpload, EveryFileArrivesOnceIntact) {
     if (!entry.is_regular_file()) continue;
     ++arrived;
     const fs::path local = dir / "local" / entry.path().filename();
-    EXPECT_EQ(ReadAll(entry.path()), ReadAll(local)) << entry.path();
+    EXPECT_EQ(test::ReadBytes(entry.path()), test::ReadBytes(local)) << entry.path();
   }
   EXPECT_EQ(arrived, kFiles);
 }

@@ -1,7 +1,6 @@
 // Small file helpers shared by the platform tests that work on real disks.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "platform/text_encoding.h"
 #include "support/file_bytes.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 namespace lmk::test {
@@ -39,24 +39,5 @@ inline std::vector<std::string> LeftoverTemporaries(const fs::path& folder) {
   }
   return found;
 }
-
-// Sets or clears environment variables for one test and puts them back after it.
-class ScopedEnvironment {
- public:
-  void Set(const char* name, const std::optional<std::string>& value) {
-    const char* old = std::getenv(name);
-    saved_.push_back({name, old ? std::optional<std::string>(old) : std::nullopt});
-    Put(name, value);
-  }
-  ~ScopedEnvironment() {
-    for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) Put(it->first.c_str(), it->second);
-  }
-
- private:
-  static void Put(const char* name, const std::optional<std::string>& value) {
-    value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
-  }
-  std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
-};
 
 }  // namespace lmk::test

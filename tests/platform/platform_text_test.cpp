@@ -177,10 +177,8 @@ TEST_P(LogFolderTest, ChoosesAndCreatesTheFolder) {
     if (v == "(unset)") return std::nullopt;
     return v.starts_with('@') ? root + v.substr(1) : v;
   };
-  ScopedEnvironment env;
-  env.Set("XDG_DATA_HOME", expand(GetParam()[0]));
-  env.Set("HOME", expand(GetParam()[1]));
-  env.Set("TMPDIR", root + "/tmp");
+  ScopedEnv data("XDG_DATA_HOME", expand(GetParam()[0])), home("HOME", expand(GetParam()[1]));
+  ScopedEnv tmp("TMPDIR", root + "/tmp");
   const std::wstring folder = LogFolderPath();
   EXPECT_EQ(folder, FromUtf8(*expand(GetParam()[2])));
   EXPECT_TRUE(GetParam()[2] == "@/tmp" || std::filesystem::is_directory(ToUtf8(folder)));

@@ -20,7 +20,6 @@
 #include "platform/posix/block_device.h"
 #include "platform/run_cancellation.h"
 #include "platform_test_files.h"
-#include "second_file_system.h"
 #include "support/data_table.h"
 
 namespace lmk {
@@ -30,8 +29,6 @@ using namespace test;
 using std::chrono::milliseconds;
 const HRESULT kTimeout = HRESULT_FROM_WIN32(ERROR_TIMEOUT);
 
-// ---- keys -------------------------------------------------------------------------------------
-
 TEST(VolumeKeyTest, SameFolderSameKeyAndMissingTargetsTakeTheirParent) {
   ScopedTempDir temp;
   const std::wstring key = GetVolumeKey(W(temp.path()));
@@ -39,17 +36,6 @@ TEST(VolumeKeyTest, SameFolderSameKeyAndMissingTargetsTakeTheirParent) {
   EXPECT_EQ(GetVolumeKey(W(temp.path())), key);
   EXPECT_EQ(GetVolumeKey(W(temp / "not/yet/made.jpg")), key);
   EXPECT_EQ(GetVolumeKey(L""), L"Invalid");
-}
-
-TEST(VolumeKeyTest, TwoFileSystemsHaveTwoKeys) {
-  SecondFileSystem volumes;
-  if (!volumes.available()) GTEST_SKIP() << volumes.reason();
-  const std::wstring local = GetVolumeKey(W(volumes.local()));
-  const std::wstring other = GetVolumeKey(W(volumes.other() / "a.jpg"));
-  EXPECT_NE(local, other);
-  // A memory file system has no block device behind it.
-  EXPECT_EQ(GetDriveKind(other), DriveKind::kUnknown);
-  EXPECT_EQ(VolumeSlotCount(GetDriveKind(other)), 1u);
 }
 
 class DriveKindTest : public ::testing::TestWithParam<CaseRow> {};
@@ -84,36 +70,12 @@ TEST(DriveKindTest, KeysWithoutADevice) {
   EXPECT_EQ(GetDriveKind(L"dev:1:2:3"), DriveKind::kUnknown);
 }
 
-// ---- the lock ---------------------------------------------------------------------------------
-
 // Lock files go to a private runtime folder, so tests never meet the user's real locks.
 class VolumeLockTest : public ::testing::Test {
  protected:
   void SetUp() override { ::setenv("XDG_RUNTIME_DIR", runtime_.path().c_str(), 1); }
   ScopedTempDir runtime_;
 };
-
-TEST_F(VolumeLockTest, NSlotsAdmitNHoldersAndTheNextOneWaits) {
-  for (unsigned slots : {1u, 2u, 3u}) {
-    const std::wstring key = L"dev:8:" + std::to_wstring(slots);
-    std::vector<VolumeLockGuard> holders(slots);
-    std::vector<bool> taken(slots, false);
-    for (VolumeLockGuard& holder : holders) {
-      ASSERT_EQ(AcquireVolumeLock(key, slots, milliseconds(0), &holder), S_OK) << slots;
-      ASSERT_TRUE(holder.held());
-      EXPECT_FALSE(taken[holder.slot()]) << "slot given twice";
-      taken[holder.slot()] = true;
-    }
-    VolumeLockGuard extra;
-    EXPECT_EQ(AcquireVolumeLock(key, slots, milliseconds(30), &extra), kTimeout);
-    EXPECT_FALSE(extra.held());
-    holders.back().Release();
-    EXPECT_EQ(AcquireVolumeLock(key, slots, milliseconds(0), &extra), S_OK);
-    // Another key is another device and never waits for this one.
-    VolumeLockGuard elsewhere;
-    EXPECT_EQ(AcquireVolumeLock(L"dev:9:0", 1, milliseconds(0), &elsewhere), S_OK);
-  }
-}
 
 // The lock folder is checked once and then trusted; one that disappears (a cleaned temp
 // folder) is made and checked again.

@@ -61,8 +61,6 @@ ComPtr<IClassFactory> FactoryOf(REFCLSID clsid) {
   return factory;
 }
 
-// ---- Aggregation ---------------------------------------------------------------------------
-
 /// An outer object that aggregates the plug-in object and exposes its ILumarkoPlugin.
 class Outer final : public ComObject<Outer, IUnknown> {
  public:
@@ -136,8 +134,6 @@ TEST(AggregationTest, PluginDelegatesIdentityAndCountToTheOuterObject) {
   outer->inner.Reset();
 }
 
-// ---- Module lock count ----------------------------------------------------------------------
-
 TEST(ModuleLockTest, LiveObjectsAndServerLocksKeepTheModule) {
   ASSERT_EQ(DllCanUnloadNow(), S_OK);
   ComPtr<IClassFactory> factory = FactoryOf(CLSID_FileUtilities);
@@ -155,8 +151,6 @@ TEST(ModuleLockTest, LiveObjectsAndServerLocksKeepTheModule) {
   ASSERT_EQ(factory->LockServer(FALSE), S_OK);
   EXPECT_EQ(DllCanUnloadNow(), S_OK);
 }
-
-// ---- The process's class table ------------------------------------------------------------
 
 TEST(ClassTableTest, CreatesThroughTheLatestRegistrationUntilRevoked) {
   test::ScopedUsageCounterClass first;

@@ -39,26 +39,19 @@ class FileUtilitiesTest : public ::testing::Test {
 
 TEST_F(FileUtilitiesTest, AnswersTheHostsQuestions) {
   DWORD number = 0;
-  ASSERT_EQ(plugin_->GetCapabilities(&number), S_OK);
-  EXPECT_EQ(number, 394u);
+  Bstr name, description, author, version;
   ASSERT_EQ(plugin_->GetPreferredHotkey(&number), S_OK);
   EXPECT_EQ(number, 0x0246u) << "Ctrl+F";
-  Bstr name, description, author, version;
   ASSERT_EQ(plugin_->GetDisplayName(&name), S_OK);
   EXPECT_EQ(name.str(), L"File Utilities");
-  ASSERT_EQ(plugin_->GetDescription(&description), S_OK);
-  EXPECT_EQ(description.str(),
-            L"Rule-based file copy / move / delete / rename / export batch processing utilities.");
-  ASSERT_EQ(plugin_->GetAuthorInformation(&author), S_OK);
-  EXPECT_FALSE(author.empty());
+  EXPECT_EQ(plugin_->GetDescription(&description), S_OK);
+  EXPECT_EQ(plugin_->GetAuthorInformation(&author), S_OK);
   ASSERT_EQ(plugin_->GetVersionInformation(&version), S_OK);
   EXPECT_EQ(version.str(), LMK_VERSION_TEXT);
   EXPECT_EQ(plugin_->Configure(nullptr), E_NOTIMPL);
   EXPECT_EQ(plugin_->Cancel(TRUE), E_NOTIMPL);
-  EXPECT_EQ(plugin_->Cancel(FALSE), E_NOTIMPL);
   // Without a behaviour pointer Process still runs; with one it tells the host to do nothing.
   EXPECT_EQ(plugin_->Process(nullptr, nullptr, nullptr, 0, nullptr), S_OK);
-  number = 0xDEADBEEF;
   EXPECT_EQ(plugin_->Process(nullptr, nullptr, nullptr, 0, &number), S_OK);
   EXPECT_EQ(number, static_cast<DWORD>(LMKPLUGINFLAG_POSTACTIONBEHAVIOR_DONOTHING));
 }
@@ -74,8 +67,6 @@ TEST_F(FileUtilitiesTest, NullOutPointersAreInvalidArguments) {
   }
 }
 
-// ---- Initialize --------------------------------------------------------------------------
-
 TEST_F(FileUtilitiesTest, InitializeWithoutAHostKeepsNothing) {
   ComPtr<IStream> notAHost;
   notAHost.Attach(SHCreateMemStream(nullptr, 0));
@@ -85,34 +76,13 @@ TEST_F(FileUtilitiesTest, InitializeWithoutAHostKeepsNothing) {
   EXPECT_EQ(Impl(plugin_).flags(), 0u);
 }
 
-struct FlagsCase {
-  const char* name;
-  DWORD given;
-  DWORD kept;
-};
-
-class InitializeFlags : public FileUtilitiesTest,
-                        public ::testing::WithParamInterface<FlagsCase> {};
-
-TEST_P(InitializeFlags, KeepsTheComplement) {
-  ASSERT_EQ(plugin_->Initialize(host_.Get(), 0x0409, nullptr, GetParam().given), S_OK);
-  EXPECT_EQ(Impl(plugin_).flags(), GetParam().kept);
-  EXPECT_EQ(Impl(plugin_).langid(), 0x0409);
-}
-
-INSTANTIATE_TEST_SUITE_P(Flags, InitializeFlags,
-                         ::testing::ValuesIn(std::vector<FlagsCase>{
-                             {"None", 0, 0xFFFFFFFF},
-                             {"All", 0xFFFFFFFF, 0},
-                             {"Mixed", 0x12345678, 0xEDCBA987},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
-
 TEST_F(FileUtilitiesTest, InitializeKeepsAStreamAndDropsANonStream) {
   ComPtr<IStream> stream;
   stream.Attach(SHCreateMemStream(nullptr, 0));
-  ASSERT_EQ(plugin_->Initialize(host_.Get(), 0, stream.Get(), 0), S_OK);
+  ASSERT_EQ(plugin_->Initialize(host_.Get(), 0x0409, stream.Get(), 0x12345678), S_OK);
   EXPECT_EQ(Impl(plugin_).initStream(), stream);
+  EXPECT_EQ(Impl(plugin_).flags(), 0xEDCBA987u) << "the complement of the flags given";
+  EXPECT_EQ(Impl(plugin_).langid(), 0x0409);
   EXPECT_EQ(Impl(plugin_).host().Get(), static_cast<ILumarkoHost*>(host_.Get()));
 
   // Anything that is not a stream leaves the init data empty, and the host is still taken.
@@ -147,8 +117,6 @@ TEST_F(FileUtilitiesTest, CountsUntilTerminate) {
   };
   EXPECT_EQ(counterClass.factory().counter->events(), expected);
 }
-
-// ---- Late binding --------------------------------------------------------------------------
 
 TEST_F(FileUtilitiesTest, LateBoundGetterAnswersLikeTheVtable) {
   std::wstring name = L"getcapabilities";

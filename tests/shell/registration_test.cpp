@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -13,6 +12,7 @@
 #include "shell/module_exports.h"
 #include "shell/server_classes.h"
 #include "support/data_table.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -58,8 +58,6 @@ const std::wstring kOtherPlugin = L"{0F0F0F0F-1111-2222-3333-444455556666}";
 class RegistrationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (const char* previous = std::getenv("LUMARKO_CONFIG_DIR")) previous_ = previous;
-    ::setenv("LUMARKO_CONFIG_DIR", dir_.path().c_str(), 1);
     ASSERT_EQ(GetModulePath(reinterpret_cast<const void*>(&DllInstall), &module_), S_OK);
     // Entries that are not ours and must survive: an unrelated class and another plug-in in
     // the shared category, in both stores.
@@ -79,13 +77,8 @@ class RegistrationTest : public ::testing::Test {
     userBefore_ = Take(SettingsScope::CurrentUser);
     machineBefore_ = Take(SettingsScope::Machine);
   }
-  void TearDown() override {
-    previous_.empty() ? ::unsetenv("LUMARKO_CONFIG_DIR")
-                      : ::setenv("LUMARKO_CONFIG_DIR", previous_.c_str(), 1);
-  }
-
   test::ScopedTempDir dir_;
-  std::string previous_;
+  test::ScopedEnv env_{"LUMARKO_CONFIG_DIR", dir_.path().string()};
   std::wstring module_;
   Snapshot userBefore_;
   Snapshot machineBefore_;
@@ -145,17 +138,6 @@ TEST_P(RegistrationRoundTrip, WritesEveryEntryThenLeavesTheStoresAsTheyWere) {
 INSTANTIATE_TEST_SUITE_P(Scopes, RegistrationRoundTrip,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/registration_scopes.tsv")),
                          [](const auto& info) { return info.param.name; });
-
-TEST_F(RegistrationTest, LastPluginTakesTheCategoryAndEmptyContainersWithIt) {
-  std::shared_ptr<SettingsStore> store;
-  ASSERT_EQ(SettingsStore::Open(SettingsScope::CurrentUser, &store), S_OK);
-  ASSERT_EQ(store->DeleteTree(L"Software"), S_OK);
-  const Snapshot empty = Take(SettingsScope::CurrentUser);
-
-  ASSERT_EQ(DllInstall(TRUE, L"user"), S_OK);
-  ASSERT_EQ(DllInstall(FALSE, L"user"), S_OK);
-  EXPECT_EQ(Take(SettingsScope::CurrentUser), empty);
-}
 
 TEST_F(RegistrationTest, UnregisteringWhatIsNotThereOrAnEmptyPathChangesNothing) {
   ASSERT_EQ(DllInstall(FALSE, L"user"), S_OK);

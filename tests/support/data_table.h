@@ -60,9 +60,17 @@ struct CaseRow {
   const std::string& operator[](std::size_t i) const { return fields.at(i); }
 };
 
-inline std::vector<CaseRow> ReadCaseTable(const std::string& file) {
+/// With `kind`, keeps only the rows whose first field after the name is `kind`, without that
+/// field, padded to `width` fields.
+inline std::vector<CaseRow> ReadCaseTable(const std::string& file, const std::string& kind = "",
+                                          size_t width = 0) {
   std::vector<CaseRow> rows;
-  for (NamedRow& r : NamedRows(file, "", 0, '\t')) rows.push_back({r.name, std::move(r.f)});
+  for (NamedRow& r : NamedRows(file, "", 0, '\t')) {
+    if (!kind.empty() && (r.f.empty() || r.f[0] != kind)) continue;
+    if (!kind.empty()) r.f.erase(r.f.begin());
+    if (r.f.size() < width) r.f.resize(width);
+    rows.push_back({r.name, std::move(r.f)});
+  }
   return rows;
 }
 
