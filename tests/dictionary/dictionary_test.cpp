@@ -83,9 +83,11 @@ TEST_P(DictionaryPutMultipleTest, StopsAtTheFirstBadNameKeepingEarlierOnes) {
 INSTANTIATE_TEST_SUITE_P(Names, DictionaryPutMultipleTest,
                          ::testing::ValuesIn(Calls("putmultiple")), CaseName);
 
-// A fill of an empty dictionary takes a faster path than puts into a full one, and remembers the
-// order of the names it was last given: either way the outcome must be that of one put_Value
-// after another.
+// A fill of an empty dictionary takes a faster path than puts into a full one: PutMultiple
+// remembers the order of the names it was last given, TakeMultiple moves the values in under
+// names sorted once and shared between fills. Either way the outcome must be that of one
+// put_Value after another, also when the caller's name buffers change between fills and after
+// later puts.
 class DictionaryFillTest : public ::testing::TestWithParam<CaseRow> {};
 
 TEST_P(DictionaryFillTest, GivesWhatOnePutAfterAnotherGives) {
@@ -96,32 +98,38 @@ TEST_P(DictionaryFillTest, GivesWhatOnePutAfterAnotherGives) {
     const std::vector<std::string> fill = Split(list);
     std::vector<LPOLESTR> pointers;
     std::vector<Variant> values;
+    ComPtr<CDictionary> expected = MakeComObject<CDictionary>();
     for (std::size_t i = 0; i < fill.size(); ++i) {
       buffers[i].assign(Widen(fill[i]));
       pointers.push_back(buffers[i].data());
       values.push_back(Variant::I4(++serial));
+      ASSERT_EQ(Put(expected.Get(), Widen(fill[i]), values.back()), S_OK);
     }
     std::vector<VARIANT> raw;
     for (Variant& v : values) raw.push_back(v.ref());
-
-    ComPtr<CDictionary> filled = MakeComObject<CDictionary>();
-    ASSERT_EQ(filled->PutMultiple(static_cast<ULONG>(raw.size()), pointers.data(), raw.data()),
-              S_OK);
-    ComPtr<CDictionary> expected = MakeComObject<CDictionary>();
-    for (std::size_t i = 0; i < fill.size(); ++i) {
-      const Bstr name(Widen(fill[i]));
-      ASSERT_EQ(expected->put_Value(name.get(), raw[i]), S_OK);
+    const auto count = static_cast<ULONG>(values.size());
+    ComPtr<CDictionary> put = MakeComObject<CDictionary>();
+    ASSERT_EQ(put->PutMultiple(count, pointers.data(), raw.data()), S_OK);
+    ComPtr<CDictionary> taken = MakeComObject<CDictionary>();
+    ASSERT_EQ(taken->TakeMultiple(count, pointers.data(), values.data()), S_OK);
+    // Names put one by one land between the shared ones.
+    for (const wchar_t* extra : {L"0", L"Meta.IPTC.Photographer.Ci", L"~"}) {
+      for (CDictionary* d : {expected.Get(), put.Get(), taken.Get()}) {
+        ASSERT_EQ(Put(d, extra, Variant::I4(-1)), S_OK);
+      }
     }
 
-    const std::vector<Bstr> names = filled->NamesAfter(Bstr(), 100);
-    const std::vector<Bstr> expectedNames = expected->NamesAfter(Bstr(), 100);
-    ASSERT_EQ(names.size(), expectedNames.size());
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      EXPECT_EQ(names[i].str(), expectedNames[i].str());
-      Variant got, want;
-      ASSERT_EQ(filled->get_Value(names[i].get(), &got), S_OK);
-      ASSERT_EQ(expected->get_Value(names[i].get(), &want), S_OK);
-      EXPECT_EQ(got.ref().lVal, want.ref().lVal) << names[i].str();
+    const std::vector<Bstr> names = expected->NamesAfter(Bstr(), 100);
+    for (CDictionary* d : {put.Get(), taken.Get()}) {
+      const std::vector<Bstr> got = d->NamesAfter(Bstr(), 100);
+      ASSERT_EQ(got.size(), names.size());
+      for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(got[i].str(), names[i].str());
+        Variant value, want;
+        ASSERT_EQ(d->get_Value(names[i].get(), &value), S_OK) << names[i].str();
+        ASSERT_EQ(expected->get_Value(names[i].get(), &want), S_OK);
+        EXPECT_EQ(value.ref().lVal, want.ref().lVal) << names[i].str();
+      }
     }
   }
 }
