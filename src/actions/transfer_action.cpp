@@ -177,11 +177,8 @@ HRESULT CTransferAction::ExecuteFrame(IDictionary& record) const {
     const std::wstring companionTarget = targetNoExt + companion.suffix;
     failure.clear();
     hr = TransferCompanion(companion, companionTarget, target.path, claim, session, &failure);
-    if (FAILED(hr)) {
-      // What was done to the image stands; the policy decides whether the rule goes on.
-      if (OnFailure() != CActionErrorMode::Ignore) return ReportFailure(hr, failure);
-      LogFailure(failure);
-    }
+    // What was done to the image stands; the policy decides whether the rule goes on.
+    LMK_RETURN_IF_FAILED(CompanionFailure(hr, failure, OnFailure()));
   }
   return S_OK;
 }
