@@ -79,18 +79,6 @@ TEST(RuleTest, RefusesAnElementKeyTwiceInOneRule) {
   EXPECT_EQ(rule.Actions().size(), 1u);
 }
 
-TEST(RuleTest, AddingSetsTheExceptionBitByList) {
-  auto element = std::make_shared<CFakeCondition>(test::FakeConditionKind(0));
-  element->SetFlags(kExceptionFlag | 0x400000);
-  CRule rule(L"r");
-  rule.AddCondition(element);
-  EXPECT_EQ(element->Flags(), 0x400000u) << "other bits are kept";
-  CRule other(L"o");
-  auto exception = std::make_shared<CFakeCondition>(test::FakeConditionKind(1));
-  other.AddException(exception);
-  EXPECT_TRUE(exception->IsException());
-}
-
 class PolicyTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 // Fields: flags, the policy's bits, its link text.
