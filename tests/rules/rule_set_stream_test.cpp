@@ -149,25 +149,6 @@ void Rewind(IStream* stream) {
   ASSERT_EQ(stream->Seek(zero, STREAM_SEEK_SET, nullptr), S_OK);
 }
 
-TEST(RuleSetStreamTest, StreamKeepsTheDataThatFollowsTheRuleSet) {
-  // The plug-in's init data carries more after the rule set (the operating mode).
-  const auto registry = test::MakeFakeRegistry(false);
-  const ComPtr<IStream> stream = MemoryStream();
-  ASSERT_TRUE(stream);
-  ASSERT_EQ(SaveRuleSet(stream.Get(), SmallRuleSet()), S_OK);
-  const std::uint32_t mode = 3;
-  ASSERT_EQ(stream->Write(&mode, sizeof mode, nullptr), S_OK);
-  Rewind(stream.Get());
-  const auto rules = LoadRuleSet(stream.Get(), *registry);
-  ASSERT_EQ(rules.size(), 1u);
-  EXPECT_EQ(RuleSetToBytes(rules), RuleSetToBytes(SmallRuleSet()));
-  std::uint32_t after = 0;
-  ULONG read = 0;
-  ASSERT_EQ(stream->Read(&after, sizeof after, &read), S_OK);
-  EXPECT_EQ(read, sizeof after);
-  EXPECT_EQ(after, mode);
-}
-
 TEST(RuleSetStreamTest, StreamClaimingALongTextEndsAsTruncatedNotAsAHugeAllocation) {
   // A stream has no size to check a length against: the text is read slice by slice.
   const auto registry = test::MakeFakeRegistry(false);
