@@ -379,30 +379,22 @@ TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
 
 // ---- Worker count -----------------------------------------------------------------------------
 
-struct WorkerCase {
-  const char* name;
-  std::optional<unsigned long> useHtCores;
-  unsigned logical;
-  std::optional<unsigned> physical;
-  unsigned expected;
-};
+class Workers : public ::testing::TestWithParam<test::CaseRow> {};
 
-class Workers : public ::testing::TestWithParam<WorkerCase> {};
-
+// Fields: the UseHTCores setting (-: none), logical processors, physical cores (-: unknown),
+// workers.
 TEST_P(Workers, Count) {
-  const WorkerCase& c = GetParam();
-  EXPECT_EQ(ChooseWorkerCount(c.useHtCores, c.logical, c.physical), c.expected);
+  const test::CaseRow& c = GetParam();
+  const auto given = [&](std::size_t i) {
+    return c[i] == "-" ? std::nullopt : std::optional<unsigned>(std::stoul(c[i]));
+  };
+  const std::optional<unsigned> useHtCores = given(0);
+  EXPECT_EQ(ChooseWorkerCount(useHtCores, std::stoul(c[1]), given(2)), std::stoul(c[3]));
 }
 
 INSTANTIATE_TEST_SUITE_P(Runner, Workers,
-                         ::testing::ValuesIn(std::vector<WorkerCase>{
-                             {"PhysicalByDefault", std::nullopt, 8, 4u, 4},
-                             {"PhysicalWhenZero", 0ul, 8, 4u, 4},
-                             {"LogicalWhenSet", 1ul, 8, 4u, 8},
-                             {"LogicalWithoutTopology", std::nullopt, 8, std::nullopt, 8},
-                             {"NeverBelowOne", std::nullopt, 0, 0u, 1},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/worker_counts.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -101,29 +101,16 @@ INSTANTIATE_TEST_SUITE_P(
     }),
     [](const testing::TestParamInfo<LoopCase>& i) { return std::string(i.param.name); });
 
-struct DueTimeCase {
-  const char* name;
-  LONG seconds;
-  std::int64_t dueTime;
-};
+class WatchdogDueTimeTest : public testing::TestWithParam<test::CaseRow> {};
 
-class WatchdogDueTimeTest : public testing::TestWithParam<DueTimeCase> {};
-
+// Fields: seconds, due time.
 TEST_P(WatchdogDueTimeTest, WrapsIn32Bits) {
-  EXPECT_EQ(WatchdogDueTime(GetParam().seconds), GetParam().dueTime);
+  EXPECT_EQ(WatchdogDueTime(std::stol(GetParam()[0])), std::stoll(GetParam()[1]));
 }
 
 INSTANTIATE_TEST_SUITE_P(Range, WatchdogDueTimeTest,
-                         testing::ValuesIn(std::vector<DueTimeCase>{
-                             {"last_exact", 214, -2'140'000'000},
-                             {"first_wrapped_positive", 215, 2'144'967'296},
-                             {"action_wraps_to_170s", 600, -1'705'032'704},
-                             {"negative", -1, 10'000'000},
-                             {"largest", 0x7FFFFFFF, 10'000'000},
-                         }),
-                         [](const testing::TestParamInfo<DueTimeCase>& i) {
-                           return std::string(i.param.name);
-                         });
+                         testing::ValuesIn(test::ReadCaseTable("cases/watchdog_due_times.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(WatchdogDelayTest, NonNegativeDueTimeFiresAtOnceAndActionGets170s) {
   EXPECT_EQ(WatchdogDelay(WatchdogDueTime(215)), std::chrono::nanoseconds::zero());
