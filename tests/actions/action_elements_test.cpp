@@ -1,21 +1,16 @@
-// The file actions as rule elements: their named parameters, binary fields with the version
-// byte, validity reasons, description sentences and registration.
+// The file actions as rule elements: their named parameters, validity reasons, description
+// sentences, and the user's store of renaming templates.
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "actions/action_registration.h"
-#include "actions/copy_action.h"
 #include "actions/move_action.h"
 #include "actions/rename_action.h"
 #include "actions/renaming_template_store.h"
 #include "platform/text_encoding.h"
 #include "rules/rule_set_error.h"
-#include "rules/rule_stream_reader.h"
-#include "rules/rule_stream_writer.h"
 #include "support/data_table.h"
 #include "support/named_params.h"
 #include "templates/settings_fixture.h"
@@ -55,28 +50,6 @@ TEST_P(ActionParametersTest, LoadAndSaveBack) {
 INSTANTIATE_TEST_SUITE_P(Forms, ActionParametersTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/action_parameters.tsv")),
                          [](const auto& i) { return i.param.name; });
-
-TEST(ActionParametersTest, BinaryRoundTripWithVersionByte) {
-  CCopyAction original;
-  original.SetDestination(L"D/\u00e9t\u00e9");
-  original.SetRenameTemplate(L"name");
-  original.SetOption(kTransferVerify, true);
-  CRuleStreamWriter writer;
-  original.Save(writer);
-  CRuleStreamReader reader(writer.bytes());
-  CCopyAction loaded;
-  loaded.Load(reader);
-  EXPECT_EQ(loaded.Destination(), original.Destination());
-  EXPECT_EQ(loaded.RenameTemplate(), L"name");
-  EXPECT_EQ(loaded.Flags(), original.Flags());
-
-  // A version byte from a newer program is refused rather than misread.
-  std::vector<std::byte> bytes = writer.bytes();
-  bytes[4] = std::byte{2};
-  CRuleStreamReader newer(bytes);
-  CCopyAction refused;
-  EXPECT_THROW(refused.Load(newer), CRuleSetError);
-}
 
 class TransferValidityTest : public ::testing::TestWithParam<test::CaseRow> {
  protected:
@@ -126,18 +99,6 @@ TEST_F(TemplateStoreTest, SetListFindUnset) {
   EXPECT_EQ(store_.Unset(L"dated"), S_OK);
   EXPECT_EQ(store_.Find(L"Dated", &text), S_FALSE);
   EXPECT_EQ(store_.Unset(L"Dated"), HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
-}
-
-TEST_F(TemplateStoreTest, RuleSetTemplatesComeFirstWhileInUse) {
-  ASSERT_EQ(store_.Set(L"Dated", L"user"), S_OK);
-  std::wstring text;
-  {
-    RuleSetTemplatesScope scope(NamedTemplates{{L"dated", L"rule set"}});
-    EXPECT_EQ(store_.Find(L"Dated", &text), S_OK);
-    EXPECT_EQ(text, L"rule set");
-  }
-  EXPECT_EQ(store_.Find(L"Dated", &text), S_OK);
-  EXPECT_EQ(text, L"user");
 }
 
 TEST_F(TemplateStoreTest, RefusesNamesTheStoreCannotHold) {

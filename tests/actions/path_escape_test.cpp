@@ -44,14 +44,6 @@ TEST_P(SafeFolderTest, StaysInTheTemplatesFolders) {
 
 INSTANTIATE_TEST_SUITE_P(Paths, SafeFolderTest, ::testing::ValuesIn(Rows("folder")), kName);
 
-class SafeNameTest : public ::testing::TestWithParam<test::CaseRow> {};
-
-TEST_P(SafeNameTest, IsOnePortableVisibleName) {
-  EXPECT_EQ(SafeFileName(Wide(GetParam()[0])), Wide(GetParam()[1]));
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, SafeNameTest, ::testing::ValuesIn(Rows("name")), kName);
-
 class ConfinedValueTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 // Fields: camera model, template, folder expansion, name expansion.

@@ -134,31 +134,6 @@ TEST_F(TransferFilesTest, LaterFramesAreLeftAlone) {
   EXPECT_TRUE(log_.Texts().empty());
 }
 
-TEST_F(TransferFilesTest, MoveTakesCompanionsAndTellsTheHost) {
-  WriteFile(dir_ / "a/IMG_2.CR2", "raw");
-  WriteFile(dir_ / "a/IMG_2.xmp", "xmp");
-  WriteFile(dir_ / "a/IMG_2.WAV", "wav");
-  WriteFile(dir_ / "a/IMG_2.txt", "stays");
-  ComPtr<test::NoticeHost> host = MakeComObject<test::NoticeHost>();
-  CMoveAction move;
-  move.SetDestination(L"out");
-  move.SetRenameTemplate(L"renamed_{FileName}");
-  ComPtr<IDictionary> record = Record(L"a/IMG_2.CR2", 0, host.Get());
-
-  ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
-
-  EXPECT_EQ(ReadFile(dir_ / "out/renamed_IMG_2.CR2"), "raw");
-  EXPECT_EQ(ReadFile(dir_ / "out/renamed_IMG_2.xmp"), "xmp");
-  EXPECT_EQ(ReadFile(dir_ / "out/renamed_IMG_2.WAV"), "wav");
-  EXPECT_TRUE(std::filesystem::exists(dir_ / "a/IMG_2.txt"));
-  EXPECT_EQ(test::RecordText(record.Get(), L"File.Name"), Root() + L"/out/renamed_IMG_2.CR2");
-  EXPECT_EQ(test::RecordText(record.Get(), L"File.PathNoExt"), Root() + L"/out/renamed_IMG_2");
-  ASSERT_EQ(host->renamed.size(), 1u);
-  EXPECT_EQ(host->renamed[0].cookie, 77u);
-  EXPECT_EQ(host->renamed[0].from, Root() + L"/a/IMG_2.CR2");
-  EXPECT_EQ(host->renamed[0].to, Root() + L"/out/renamed_IMG_2.CR2");
-}
-
 TEST_F(TransferFilesTest, CompanionsStayWhenNotSelected) {
   WriteFile(dir_ / "i.jpg", "img");
   WriteFile(dir_ / "i.xmp", "xmp");
@@ -203,17 +178,6 @@ TEST_F(TransferFilesTest, VerifiedCopyIsLogged) {
                                      L"/out/v.jpg' has been verified to be "
                                      L"identical to '" +
                                      Root() + L"/v.jpg'.");
-}
-
-TEST_F(TransferFilesTest, VeryLongPath) {
-  std::wstring folder = L"out";
-  for (int i = 0; i < 12; ++i) folder += L"/" + std::wstring(200, static_cast<wchar_t>(L'a' + i));
-  WriteFile(dir_ / "long.jpg", "img");
-  CMoveAction move;
-  move.SetDestination(folder);
-  ComPtr<IDictionary> record = Record(L"long.jpg");
-  ASSERT_EQ(move.Execute(record.Get()), S_OK) << ToUtf8(TakeErrorDescription());
-  EXPECT_EQ(ReadFile(PathOf(Root() + L"/" + folder + L"/long.jpg")), "img");
 }
 
 // Many workers copying into one folder at once: every file arrives once, whole, and the log

@@ -1,8 +1,7 @@
 // Tests of the runner against an in-memory host and event sink: modes, policies, abort and
-// cancel, skipped images, per-file logging, progress, counters and the parallel phase.
+// cancel, skipped images, per-file logging and the parallel phase.
 #include "batch/batch_runner.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +10,6 @@
 #include <iterator>
 #include <map>
 #include <mutex>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -20,9 +18,7 @@
 #include "batch_fixture.h"
 #include "com/bstr.h"
 #include "platform/processor_info.h"
-#include "platform/usage_counter.h"
 #include "support/data_table.h"
-#include "support/fake_usage_counter.h"
 
 namespace lmk {
 namespace {
@@ -88,17 +84,6 @@ class OddIndexCondition final : public CCondition {
     return (index.ref().ulVal % 2) == 1 ? S_OK : S_FALSE;
   }
 };
-
-// The run's dictionary of globals, as actions reach it through the record.
-ComPtr<IDictionary> Globals(IDictionary* record) {
-  Variant globals;
-  ComPtr<IDictionary> run;
-  if (SUCCEEDED(record->get_Value(Bstr(L"Plugin.Globals").get(), &globals))) {
-    globals.ref().pdispVal->QueryInterface(IID_IDictionary,
-                                           reinterpret_cast<void**>(run.GetAddressOf()));
-  }
-  return run;
-}
 
 std::shared_ptr<CFakeAction> Action(int kind, std::vector<HRESULT> results,
                                     CActionErrorMode policy = CActionErrorMode::Ignore) {
@@ -322,20 +307,6 @@ INSTANTIATE_TEST_SUITE_P(Runner, Mode,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/run_modes.tsv")),
                          [](const auto& info) { return info.param.name; });
 
-TEST_F(RunnerTest, SingleImageShowsThreeQuartersThenDone) {
-  host_->currentIndex = 2;
-  const BatchRunResult result = Run({Rule({Action(0, {S_OK})})}, 1);
-  EXPECT_EQ(sink_.progress, (std::vector<DWORD>{0, 75, 100}));
-  EXPECT_EQ(SummarizeRun(result).text, summary_text::kCurrentImageSuccess);
-  // The log opens and closes around the run.
-  const auto events = events_->Events();
-  ASSERT_GE(events.size(), 2u);
-  EXPECT_EQ(*events.front().text, L"Batch processing started.");
-  EXPECT_EQ(*events.back().text, L"Batch processing ended.");
-  EXPECT_EQ(events_->SessionName(), L"Lumarko Batch Processor");
-  EXPECT_FALSE(events_->IsStarted());
-}
-
 // ---- Logging per file ---------------------------------------------------------------------------
 
 TEST_F(RunnerTest, SelectionIsLoggedOncePerFileNotPerFrame) {
@@ -356,22 +327,12 @@ TEST_F(RunnerTest, SelectionIsLoggedOncePerFileNotPerFrame) {
   EXPECT_EQ(Texts(kEventLevelInformation).size(), 6u);
 }
 
-// ---- Progress, counters, keep-copy index --------------------------------------------------------
+// ---- Parallel phase ---------------------------------------------------------------------------
 
 class LargeRunTest : public RunnerTest {
  protected:
   LargeRunTest() : RunnerTest(57) {}
 };
-
-TEST_F(LargeRunTest, ProgressGrowsAndEndsAtHundred) {
-  Run({Rule({Action(0, {S_OK})})}, 2, 2);
-  ASSERT_GE(sink_.progress.size(), 3u);
-  EXPECT_EQ(sink_.progress.front(), 0u);
-  EXPECT_TRUE(std::is_sorted(sink_.progress.begin(), sink_.progress.end()));
-  EXPECT_EQ(std::adjacent_find(sink_.progress.begin(), sink_.progress.end()), sink_.progress.end());
-  EXPECT_EQ(sink_.progress.back(), 100u);
-  EXPECT_EQ(host_->nextOfRangePastEnd.load(), 1);
-}
 
 TEST_F(LargeRunTest, TwoWorkersGiveTheSameResultsAsOne) {
   struct Outcome {
@@ -405,41 +366,6 @@ TEST_F(LargeRunTest, TwoWorkersGiveTheSameResultsAsOne) {
   EXPECT_EQ(two.texts, one.texts);
 }
 
-TEST_F(RunnerTest, ImagesAreCountedForTheHost) {
-  test::ScopedUsageCounterClass counterClass;
-  ASSERT_TRUE(AcquireUsageCounter());
-  host_->undeliverable = {1};
-  Run({Rule({Action(0, {S_OK})})});
-  ReleaseUsageCounter();
-  EXPECT_THAT(
-      counterClass.factory().counter->events(),
-      ::testing::IsSupersetOf({test::UsageEvent{L"Plugin:FileUtilities", L"ImagesProcessed", 4},
-                               test::UsageEvent{L"Plugin:FileUtilities", L"ImagesSkipped", 1}}));
-}
-
-// Actions see the session in the run's globals, and a keep-copy index they advance goes back to
-// the host.
-TEST_F(RunnerTest, GlobalsCarryTheSessionBothWays) {
-  std::vector<std::wstring> seen;
-  auto reading = std::make_shared<CallbackAction>([&](IDictionary* record) {
-    ComPtr<IDictionary> run = Globals(record);
-    if (!run) return E_FAIL;
-    for (const wchar_t* key : {L"App.Version", L"App.StartTimeFT", L"App.SessionKeepCopyIndex"}) {
-      Variant value;
-      run->get_Value(Bstr(key).get(), &value);
-      value.ChangeType(VT_BSTR);
-      seen.emplace_back(value.ref().bstrVal);
-    }
-    return run->put_Value(Bstr(L"App.SessionKeepCopyIndex").get(), Variant::UI4(42).ref());
-  });
-  host_ = MakeComObject<FakeRunHost>(1);
-  Run({Rule({reading})});
-  const int64_t ticks = (int64_t{0x01D9A000} << 32) | 0x5A5A0000;
-  EXPECT_EQ(seen, (std::vector<std::wstring>{L"9.8.7", std::to_wstring(ticks), L"4"}));
-  EXPECT_EQ(host_->keepCopyWrites.load(), 1);
-  EXPECT_EQ(host_->storedKeepCopyIndex.load(), 42u);
-}
-
 TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
   runner_ = QuickRunner();
   std::vector<std::shared_ptr<const CRule>> rules{Rule({Action(0, {S_OK})})};
@@ -451,61 +377,24 @@ TEST_F(RunnerTest, SecondStartIsRefusedWhileARunIsUnderWay) {
   EXPECT_FALSE(runner_->IsBusy());
 }
 
-// ---- Pure rules ---------------------------------------------------------------------------------
+// ---- Worker count -----------------------------------------------------------------------------
 
-class Summary : public ::testing::TestWithParam<test::CaseRow> {};
+class Workers : public ::testing::TestWithParam<test::CaseRow> {};
 
-// Fields: aborted, mode, processed, skipped, fatal errors, errors, warnings, sentence, counts.
-TEST_P(Summary, PicksTheSentence) {
-  const test::CaseRow& c = GetParam();
-  const auto n = [&](std::size_t i) { return std::stol(c[i]); };
-  const BatchRunResult result{
-      c[0] == "yes", static_cast<DWORD>(n(1)), n(2), n(3), n(4), n(5), n(6), {}};
-  const std::map<std::string, std::wstring_view> sentences = {
-      {"success", summary_text::kSuccess},
-      {"current-success", summary_text::kCurrentImageSuccess},
-      {"errors", summary_text::kErrors},
-      {"warnings", summary_text::kWarnings},
-      {"fatal", summary_text::kFatal}};
-  const RunSummary summary = SummarizeRun(result);
-  EXPECT_EQ(summary.text, sentences.at(c[7]));
-  EXPECT_EQ(summary.counts, test::Wide(c[8]));
-}
-
-INSTANTIATE_TEST_SUITE_P(Runner, Summary,
-                         ::testing::ValuesIn(test::ReadCaseTable("cases/run_summaries.tsv")),
-                         [](const auto& info) { return info.param.name; });
-
-struct WorkerCase {
-  const char* name;
-  std::optional<unsigned long> useHtCores;
-  unsigned logical;
-  std::optional<unsigned> physical;
-  unsigned expected;
-};
-
-class Workers : public ::testing::TestWithParam<WorkerCase> {};
-
+// Fields: the UseHTCores setting (-: none), logical processors, physical cores (-: unknown),
+// workers.
 TEST_P(Workers, Count) {
-  const WorkerCase& c = GetParam();
-  EXPECT_EQ(ChooseWorkerCount(c.useHtCores, c.logical, c.physical), c.expected);
+  const test::CaseRow& c = GetParam();
+  const auto given = [&](std::size_t i) {
+    return c[i] == "-" ? std::nullopt : std::optional<unsigned>(std::stoul(c[i]));
+  };
+  const std::optional<unsigned> useHtCores = given(0);
+  EXPECT_EQ(ChooseWorkerCount(useHtCores, std::stoul(c[1]), given(2)), std::stoul(c[3]));
 }
 
 INSTANTIATE_TEST_SUITE_P(Runner, Workers,
-                         ::testing::ValuesIn(std::vector<WorkerCase>{
-                             {"PhysicalByDefault", std::nullopt, 8, 4u, 4},
-                             {"PhysicalWhenZero", 0ul, 8, 4u, 4},
-                             {"LogicalWhenSet", 1ul, 8, 4u, 8},
-                             {"LogicalWithoutTopology", std::nullopt, 8, std::nullopt, 8},
-                             {"NeverBelowOne", std::nullopt, 0, 0u, 1},
-                         }),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-TEST(ProcessorInfo, HyperThreadsShareACore) {
-  const std::vector<LogicalProcessorPlace> places = {{0, 0}, {0, 0}, {0, 1}, {1, 0}, {0, 1}};
-  EXPECT_EQ(CountPhysicalCores(places), 3u);
-  EXPECT_GE(LogicalProcessorCount(), 1u);
-}
+                         ::testing::ValuesIn(test::ReadCaseTable("cases/worker_counts.tsv")),
+                         [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace lmk

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,7 +16,6 @@
 #include "platform/event_log_writer.h"
 #include "platform/fake/memory_event_trace_sink.h"
 #include "platform/text_encoding.h"
-#include "support/file_bytes.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -70,20 +68,6 @@ TEST_F(WriterTest, InvalidLevelIsRefusedBeforeFormatting) {
   EXPECT_TRUE(sink_->Events().empty());
 }
 
-TEST_F(WriterTest, CurrentLogReachesActionsOnlyInsideAScope) {
-  EXPECT_EQ(LogEvent(kEventLevelWarning, L"outside"), ERROR_INVALID_HANDLE);
-  {
-    EventLogWriter::Scope scope(*writer_);
-    EXPECT_EQ(EventLogWriter::Current(), writer_.get());
-    EXPECT_EQ(LogEvent(kEventLevelWarning, L"Skipping \"%s\".", std::wstring(L"x.jpg")),
-              ERROR_SUCCESS);
-  }
-  EXPECT_EQ(EventLogWriter::Current(), nullptr);
-  ASSERT_EQ(sink_->Events().size(), 1u);
-  EXPECT_EQ(sink_->Events()[0].text, L"Skipping \"x.jpg\".");
-  EXPECT_EQ(writer_->Count(kEventLevelWarning), 1);
-}
-
 TEST_F(WriterTest, FailedWritesStillCount) {
   sink_->FailWritesWith(ERROR_DISK_FULL);
   EXPECT_EQ(writer_->Error(L"lost"), ERROR_DISK_FULL);
@@ -107,25 +91,6 @@ std::vector<EventLogEntry> WriteSampleLog(const std::wstring& path) {
   EXPECT_EQ(EventLogReader::Read(writer.LogFilePath(), &contents), ERROR_SUCCESS);
   EXPECT_TRUE(contents.damage.empty());
   return contents.entries;
-}
-
-TEST_F(EventLogTest, BatchLogGoesToTheDataFolderAndReadsBack) {
-  const std::wstring path = EventLogWriter::DefaultLogFilePath();
-  EXPECT_EQ(path, FromUtf8((dir_.path() / "data/Lumarko/Logs/LMKBatchProcessorLog.etl").string()));
-  const std::vector<EventLogEntry> entries = WriteSampleLog(path);
-  std::vector<std::pair<int, std::wstring>> seen;
-  for (const auto& e : entries) seen.emplace_back(e.level, e.text);
-  const std::vector<std::pair<int, std::wstring>> expected = {
-      {4, L"Batch processing started."},
-      {1, L"Batch job aborted by policy."},
-      {2, L"The condition(s)/exception(s) evaluation failed with 0x80070002"},
-      {3, L"Skipping \"/p/a.jpg\"."},
-      {5, L"two\r\nlines"},
-      {4, L""},
-      {4, L"Batch processing ended."},
-  };
-  EXPECT_EQ(seen, expected);
-  EXPECT_EQ(entries[5].type, 3);
 }
 
 struct FilterCase {
@@ -174,22 +139,6 @@ TEST_F(EventLogTest, ExportTextHasTheHeaderAndOneLinePerEvent) {
             L"Warning\t2024-03-07 14:05:09.252\tSkipping \"a.jpg\".\n"
             L"Info\t2024-03-07 14:05:09.253\t\n"
             L"Verbose Detail\t2024-03-07 14:05:09.254\tline one line two three\n");
-}
-
-TEST_F(EventLogTest, SaveWritesUtf8AndReplacesTheOldFile) {
-  const auto target = dir_.path() / "events.txt";
-  std::ofstream(target) << "old content that is longer than the new one";
-  const std::vector<EventLogEntry> entries = {{3, 0, kMarch7, L"Übersicht"}};
-  ASSERT_EQ(EventLogExporter::Save(FromUtf8(target.string()), entries), ERROR_SUCCESS);
-  const std::string text = test::ReadBytes(target);
-  EXPECT_EQ(text.rfind("Lumarko Batch Processor Event Log - Generated on ", 0), 0u);
-  EXPECT_NE(text.find("Warning\t2024-03-07 14:05:09.250\t\xC3\x9C"
-                      "bersicht\n"),
-            std::string::npos);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.path()),
-                          std::filesystem::directory_iterator()),
-            1)
-      << "no temporary file is left behind";
 }
 
 TEST_F(EventLogTest, MissingFolderOrLogIsReported) {

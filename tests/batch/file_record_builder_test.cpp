@@ -133,19 +133,6 @@ TEST_F(FileRecordTest, PutsTheDocumentedKeysInOrderWithOnePutMultiple) {
   EXPECT_EQ(i, spy->names.size());
 }
 
-TEST(FileRecordKeys, EveryDateIsFollowedByItsFileTimeTwin) {
-  const auto& keys = FileRecordKeys();
-  int dates = 0;
-  for (size_t i = 0; i < keys.size(); ++i) {
-    if (keys[i].type != VT_DATE) continue;
-    ++dates;
-    ASSERT_LT(i + 1, keys.size());
-    EXPECT_EQ(keys[i + 1].name, std::wstring(keys[i].name) + L"FT");
-    EXPECT_EQ(keys[i + 1].type, VT_I8);
-  }
-  EXPECT_EQ(dates, 6);
-}
-
 // Values taken from the host's record.
 struct ValueCase {
   const char* name;
@@ -209,44 +196,6 @@ INSTANTIATE_TEST_SUITE_P(
          [] { return Variant::UI4(77); }},
     }),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(FileRecordTest, RunWideObjectsAreTheRunsOwn) {
-  ComPtr<IDictionary> out;
-  ASSERT_EQ(Builder().Build(host_->Image(0).record(), out), FileRecordStatus::kBuilt);
-  Variant host;
-  Variant globals;
-  ASSERT_EQ(out->get_Value(Bstr(L"Plugin.Host").get(), &host), S_OK);
-  ASSERT_EQ(out->get_Value(Bstr(L"Plugin.Globals").get(), &globals), S_OK);
-  ComPtr<IUnknown> hostIdentity;
-  ASSERT_EQ(
-      host_->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(hostIdentity.GetAddressOf())),
-      S_OK);
-  ComPtr<IUnknown> stored;
-  ASSERT_EQ(host.ref().punkVal->QueryInterface(IID_IUnknown,
-                                               reinterpret_cast<void**>(stored.GetAddressOf())),
-            S_OK);
-  EXPECT_EQ(stored.Get(), hostIdentity.Get());
-  EXPECT_EQ(static_cast<IDispatch*>(globals_.Get()), globals.ref().pdispVal);
-}
-
-TEST_F(FileRecordTest, MissingFileIsNotBuilt) {
-  int created = 0;
-  auto factory = [&](IDictionary** out) {
-    ++created;
-    return CreateDictionary(nullptr, IID_IDictionary, reinterpret_cast<void**>(out));
-  };
-  std::wstring asked;
-  auto exists = [&](std::wstring_view path) {
-    asked = path;
-    return false;
-  };
-  ComPtr<IDictionary> out;
-  EXPECT_EQ(Builder(exists, factory).Build(host_->Image(0).record(), out),
-            FileRecordStatus::kMissing);
-  EXPECT_EQ(asked, L"/pictures/a.jpg");
-  EXPECT_EQ(created, 0);
-  EXPECT_FALSE(out);
-}
 
 TEST_F(FileRecordTest, DictionaryThatCannotBeCreated) {
   ComPtr<IDictionary> out;

@@ -1,12 +1,11 @@
 // Tests of the main dialog's controller and of the plug-in's Process: the run request, the
-// "Apply Rules" checks, the post-run needs of the host, and a whole session end to end.
+// "Apply Rules" checks, and a whole session end to end with what the host must do after it.
 #include "batch/main_dialog.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,7 +14,6 @@
 #include "com/com_error.h"
 #include "platform/usage_counter.h"
 #include "rules/element_kind.h"
-#include "rules/rule_set_stream.h"
 #include "shell/file_utilities.h"
 #include "shell/lumarko_plugin.h"
 #include "support/data_table.h"
@@ -58,32 +56,6 @@ class MainDialogTest : public test::BatchFixture {
 };
 
 // ---- Run request ------------------------------------------------------------------------------
-
-TEST_F(MainDialogTest, RunRequestRoundTrips) {
-  RunRequest request;
-  request.mode = 3;
-  request.flags = kRunRequestShowEvents;
-  request.rules = {Rule({std::make_shared<CFakeAction>()}),
-                   Rule({std::make_shared<CFakeAction>()})};
-  request.rules[1]->SetChecked(false);
-  ComPtr<IStream> stream = NewStream();
-  ASSERT_EQ(WriteRunRequest(stream.Get(), request), S_OK);
-  RunRequest read;
-  ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &read), S_OK);
-  EXPECT_TRUE(read.run);
-  EXPECT_EQ(read.mode, 3u);
-  EXPECT_EQ(read.flags, kRunRequestShowEvents);
-  ASSERT_EQ(read.rules.size(), 2u);
-  EXPECT_FALSE(read.rules[1]->IsChecked());
-
-  // A stream that holds a rule set alone is no request to run.
-  stream = NewStream();
-  ASSERT_EQ(SaveRuleSet(stream.Get(), request.rules), S_OK);
-  RunRequest alone;
-  ASSERT_EQ(ReadRunRequest(stream.Get(), *registry_, &alone), S_OK);
-  EXPECT_FALSE(alone.run);
-  EXPECT_EQ(alone.rules.size(), 2u);
-}
 
 class BadRunRequest : public MainDialogTest, public ::testing::WithParamInterface<test::CaseRow> {};
 
@@ -190,15 +162,6 @@ ComPtr<IStream> CurrentImageRequest(DWORD flags) {
   return stream;
 }
 
-TEST_F(MainDialogTest, RunRequestRunsOnceAndSummarizes) {
-  CMainDialog dialog = Dialog(host_, CurrentImageRequest(kRunRequestShowProgress));
-  dialog.DoModal(nullptr);
-  ASSERT_EQ(view_.summaries.size(), 1u);
-  EXPECT_EQ(view_.summaries[0].text, summary_text::kCurrentImageSuccess);
-  EXPECT_EQ(view_.progress, (std::vector<DWORD>{0, 75, 100}));
-  EXPECT_EQ(host_->Delivered(), std::vector<ULONG>{0});
-}
-
 // The minimum run time keeps a progress display from flashing by; a run that shows none
 // (the lumarko command draws its own) does not wait for it.
 TEST_F(MainDialogTest, OnlyARunWithProgressWaitsForTheMinimumRunTime) {
@@ -229,7 +192,7 @@ TEST_F(MainDialogTest, DamagedInitDataIsReported) {
   EXPECT_TRUE(view_.summaries.empty());
 }
 
-// ---- Post-run needs ----------------------------------------------------------------------------
+// ---- Process, and what it tells the host to do after the run ----------------------------------
 
 // An action of a product kind that does nothing.
 class ProductKindAction final : public CAction {
@@ -238,27 +201,6 @@ class ProductKindAction final : public CAction {
       : CAction(ProductKind(ElementFamily::Action, kind)) {}
   HRESULT Execute(IDictionary*) const override { return S_OK; }
 };
-
-class PostRunNeedsCase : public ::testing::TestWithParam<test::CaseRow> {};
-
-// Fields: the action kinds, reload, refresh.
-TEST_P(PostRunNeedsCase, FollowsTheActionKinds) {
-  auto rule = std::make_shared<CRule>(L"rule");
-  std::istringstream kinds(GetParam()[0]);
-  for (std::string kind; kinds >> kind;) {
-    rule->AddAction(std::make_shared<ProductKindAction>(test::Wide(kind)));
-  }
-  const std::vector<std::shared_ptr<const CRule>> rules{rule};
-  const PostRunNeeds needs = PostRunNeedsOf(rules);
-  EXPECT_EQ(needs.reloadFolder, GetParam()[1] == "yes");
-  EXPECT_EQ(needs.refreshCurrent, GetParam()[2] == "yes");
-}
-
-INSTANTIATE_TEST_SUITE_P(Dialog, PostRunNeedsCase,
-                         ::testing::ValuesIn(test::ReadCaseTable("cases/post_run_needs.tsv")),
-                         [](const auto& info) { return info.param.name; });
-
-// ---- Process, end to end -----------------------------------------------------------------------
 
 // Product kinds with do-nothing factories, registered once for the process.
 void RegisterProductStandIns() {

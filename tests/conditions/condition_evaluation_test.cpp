@@ -176,10 +176,5 @@ TEST_P(ConditionEvaluation, Answers) {
 INSTANTIATE_TEST_SUITE_P(Cases, ConditionEvaluation, ::testing::ValuesIn(Rows()),
                          [](const auto& i) { return i.param.name; });
 
-TEST(ConditionEvaluation, NullRecord) {
-  EXPECT_EQ(Configured("Copied", "")->Evaluate(nullptr), E_INVALIDARG);
-  EXPECT_EQ(Configured("Portrait", "")->Evaluate(nullptr), E_INVALIDARG);
-}
-
 }  // namespace
 }  // namespace lmk

@@ -1,6 +1,6 @@
 // Every condition class in both rule-set forms: the binary element stream (version byte and
 // fields) and the named parameters of the YAML files (the configured conditions are
-// tests/data/cases/configured_conditions.tsv); and the registration of the classes.
+// tests/data/cases/configured_conditions.tsv).
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -92,59 +92,6 @@ TEST(FileSizePersistenceTest, VersionOneStreamIsRefusedWithAMessage) {
   } catch (const CRuleSetError& error) {
     EXPECT_NE(std::wstring(error.message()).find(L"Condition.FileSize"), std::wstring::npos);
   }
-}
-
-TEST(ConditionYamlTest, ReadsTheDocumentedParameters) {
-  const char* yaml = R"(rules:
-  - name: Keepers
-    conditions:
-      - Condition.FileType: { type: custom, patterns: "cr2|nef" }
-      - Condition.Xmp.Rating: { compare: ">=", rating: 4 }
-      - Condition.DateTaken: { when: on-or-after, date: 2024-05-17, source: gps, fallback-to-modified: true }
-      - Condition.FileSize: { compare: "<", size: 1.5 GB }
-      - Condition.Aperture: { compare: ">", aperture: f/4 }
-      - Condition.ShutterSpeed: { compare: "<=", shutter-speed: 1/250 }
-      - Condition.ImageMegapixels: { compare: ">=", megapixels: 11.4 }
-      - Condition.TimeTakenTimeSpan: { start: "22:00", end: "06:00", mode: inside }
-    exceptions:
-      - Exception.FileName: { pattern: "img_[0-9]+", syntax: regex }
-      - Exception.Sidecar: { exists: false }
-)";
-  const auto rules = ParseRuleSetYaml(yaml, L"test.yaml", test::ConditionRegistry());
-  ASSERT_EQ(rules.size(), 1u);
-  const std::string again = RuleSetToYaml(rules);
-  const auto reread = ParseRuleSetYaml(again, L"again.yaml", test::ConditionRegistry());
-  EXPECT_EQ(RuleSetToYaml(reread), again);
-  EXPECT_NE(again.find("aperture: f/4"), std::string::npos) << again;
-  EXPECT_NE(again.find("shutter-speed: 1/250s"), std::string::npos) << again;
-  EXPECT_NE(again.find("megapixels: 11.4"), std::string::npos) << again;
-  EXPECT_NE(again.find("source: gps"), std::string::npos) << again;
-}
-
-TEST(ConditionYamlTest, UnknownWordsAreRefused) {
-  EXPECT_THROW(
-      ParseRuleSetYaml("rules:\n  - name: Bad\n    conditions:\n      - Condition.Aperture: "
-                       "{ compare: \">\", aperture: f/4.1 }\n",
-                       L"bad.yaml", test::ConditionRegistry()),
-      CRuleSetError);
-}
-
-TEST(ConditionRegistrationTest, EveryKindButGpsIsAvailableUnderBothPrefixes) {
-  int registered = 0;
-  for (const ElementKind& kind : ProductConditionKinds()) {
-    const std::wstring name(kind.name);
-    if (name.starts_with(L"Gps")) continue;
-    for (const bool exception : {false, true}) {
-      const std::wstring key = (exception ? L"Exception." : L"Condition.") + name;
-      const auto element = test::ConditionRegistry().Create(key);
-      ASSERT_TRUE(element) << std::string(key.begin(), key.end());
-      EXPECT_EQ(element->Key(), key);
-      EXPECT_EQ(element->ClassName(), kind.className);
-      EXPECT_EQ(element->Role(), exception ? ElementRole::Exception : ElementRole::Condition);
-    }
-    ++registered;
-  }
-  EXPECT_EQ(registered, 30);
 }
 
 }  // namespace

@@ -110,14 +110,6 @@ TEST_P(LayoutTest, SavesAndLoadsBack) {
 
 INSTANTIATE_TEST_SUITE_P(Classes, LayoutTest, testing::ValuesIn(LayoutCases()), test::kCaseName);
 
-TEST(GpsStream, RefusesANewerVersion) {
-  CGpsSpeedCondition speed;
-  std::vector<std::byte> raw = {std::byte{0}, std::byte{0}, std::byte{0}, std::byte{0},
-                                std::byte{2}};
-  CRuleStreamReader reader(raw);
-  EXPECT_THROW(speed.Load(reader), CRuleSetError);
-}
-
 // ---- named parameters, from tests/data/cases/gps_named_parameters.tsv ----
 
 class NamedParameterTest : public testing::TestWithParam<test::CaseRow> {};

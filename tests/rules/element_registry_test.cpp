@@ -33,17 +33,6 @@ INSTANTIATE_TEST_SUITE_P(Refusals, RegistryRefusalTest,
                          ::testing::ValuesIn(test::NamedRows("element_refusals.txt", "", 4)),
                          [](const auto& i) { return i.param.name; });
 
-TEST(ElementRegistryTest, CreatesExceptionsWithTheExceptionBit) {
-  const auto registry = test::MakeFakeRegistry(false);
-  const auto exception = registry->CreateForList(L"EXCEPTION.fakeb", ElementRole::Exception);
-  ASSERT_NE(exception, nullptr);
-  EXPECT_EQ(exception->Flags() & kExceptionFlag, kExceptionFlag);
-  EXPECT_EQ(exception->Key(), L"Exception.FakeB");
-  const auto condition = registry->CreateForList(L"Condition.FakeB", ElementRole::Condition);
-  EXPECT_EQ(condition->Flags() & kExceptionFlag, 0u);
-  EXPECT_NE(condition, exception) << "each creation is a new element";
-}
-
 TEST(ElementRegistryTest, RegisteringAFactoryMakesAProductKindAvailable) {
   CElementRegistry registry(CElementRegistry::Product());
   EXPECT_EQ(registry.Create(L"Condition.Copied"), nullptr);

@@ -69,21 +69,6 @@ INSTANTIATE_TEST_SUITE_P(Formats, RuleEngineFormatTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/rule_set_formats.tsv")),
                          [](const auto& i) { return i.param.name; });
 
-TEST_F(RuleEngineFileTest, MergeAppendsTheRulesOfAnotherFile) {
-  const auto yaml = dir_ / "more.yaml";
-  WriteFile(yaml,
-            "rules:\n"
-            "  - name: third\n"
-            "    actions: [ Action.FakeA ]\n");
-  const auto binary = dir_ / "mine.rules";
-  engine_.Save(binary);
-  engine_.Merge(yaml);
-  engine_.Merge(binary);
-  std::wstring names;
-  for (const auto& rule : engine_.Rules()) names += rule->Name() + L";";
-  EXPECT_EQ(names, L"first;second;third;first;second;");
-}
-
 class RuleEngineBadFileTest : public RuleEngineFileTest,
                               public ::testing::WithParamInterface<test::CaseRow> {};
 

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <sstream>
 
 #include "com/com_error.h"
@@ -29,34 +28,11 @@ std::vector<std::shared_ptr<CRule>> SmallRuleSet() {
 }
 
 // Offsets in SmallRuleSet's stream.
-constexpr std::size_t kFormatAt = 4;
-constexpr std::size_t kRuleCountAt = 8;
 constexpr std::size_t kNameLengthAt = 12;
-constexpr std::size_t kConditionModeAt = 19;
-constexpr std::size_t kConditionCountAt = 21;
 constexpr std::size_t kKeyAt = 25;
-constexpr std::size_t kVersionAt = kKeyAt + 4 + 2 * 15 + 4;  // after "Condition.FakeA", flags
 
 void PutU32(Bytes& bytes, std::size_t at, std::uint32_t value) {
   for (int i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::byte>(value >> (8 * i));
-}
-
-TEST(RuleSetStreamTest, LayoutIsLittleEndianWithUtf16Texts) {
-  const Bytes bytes = RuleSetToBytes(SmallRuleSet());
-  const auto at = [&](std::size_t i) { return std::to_integer<int>(bytes.at(i)); };
-  EXPECT_EQ(std::memcmp(bytes.data(), "LMKR", 4), 0);
-  EXPECT_EQ(at(kFormatAt), 1);
-  EXPECT_EQ(at(kRuleCountAt), 1);
-  EXPECT_EQ(at(kNameLengthAt), 1);
-  EXPECT_EQ(at(16), 'r');
-  EXPECT_EQ(at(17), 0);
-  EXPECT_EQ(at(18), 1) << "checked";
-  EXPECT_EQ(at(kConditionModeAt), 1) << "all";
-  EXPECT_EQ(at(20), 2) << "any";
-  EXPECT_EQ(at(kConditionCountAt), 1);
-  EXPECT_EQ(at(kKeyAt), 15);
-  EXPECT_EQ(at(kKeyAt + 4), 'C');
-  EXPECT_EQ(at(kVersionAt), 1);
 }
 
 TEST(RuleSetStreamTest, TextsBeyondTheBasicPlaneTakeTwoUnits) {
@@ -171,25 +147,6 @@ ComPtr<IStream> MemoryStream(const Bytes& bytes = {}) {
 void Rewind(IStream* stream) {
   LARGE_INTEGER zero{};
   ASSERT_EQ(stream->Seek(zero, STREAM_SEEK_SET, nullptr), S_OK);
-}
-
-TEST(RuleSetStreamTest, StreamKeepsTheDataThatFollowsTheRuleSet) {
-  // The plug-in's init data carries more after the rule set (the operating mode).
-  const auto registry = test::MakeFakeRegistry(false);
-  const ComPtr<IStream> stream = MemoryStream();
-  ASSERT_TRUE(stream);
-  ASSERT_EQ(SaveRuleSet(stream.Get(), SmallRuleSet()), S_OK);
-  const std::uint32_t mode = 3;
-  ASSERT_EQ(stream->Write(&mode, sizeof mode, nullptr), S_OK);
-  Rewind(stream.Get());
-  const auto rules = LoadRuleSet(stream.Get(), *registry);
-  ASSERT_EQ(rules.size(), 1u);
-  EXPECT_EQ(RuleSetToBytes(rules), RuleSetToBytes(SmallRuleSet()));
-  std::uint32_t after = 0;
-  ULONG read = 0;
-  ASSERT_EQ(stream->Read(&after, sizeof after, &read), S_OK);
-  EXPECT_EQ(read, sizeof after);
-  EXPECT_EQ(after, mode);
 }
 
 TEST(RuleSetStreamTest, StreamClaimingALongTextEndsAsTruncatedNotAsAHugeAllocation) {

@@ -76,32 +76,6 @@ TEST_P(YamlErrorTest, NamesFileLineAndColumn) {
 INSTANTIATE_TEST_SUITE_P(Errors, YamlErrorTest, ::testing::ValuesIn(Files("rule_set_errors.txt")),
                          [](const auto& i) { return i.param.name; });
 
-TEST(YamlRuleSetTest, ReadsRulesWithDefaultsAndParameters) {
-  const auto registry = test::MakeFakeRegistry(false);
-  const auto rules = Parse(RuleSetFile("TwoRules"), *registry);
-  ASSERT_EQ(rules.size(), 2u);
-  const CRule& first = *rules[0];
-  EXPECT_EQ(first.Name(), L"Best of 2024");
-  EXPECT_TRUE(first.IsChecked());
-  EXPECT_EQ(first.ConditionMode(), kModeAny);
-  EXPECT_EQ(first.ExceptionMode(), kModeAll);
-  ASSERT_EQ(first.Conditions().size(), 2u);
-  EXPECT_EQ(first.Conditions()[0]->Evaluate(nullptr), S_FALSE);
-  EXPECT_EQ(first.Conditions()[1]->Evaluate(nullptr), S_OK) << "defaults where nothing is given";
-  ASSERT_EQ(first.Exceptions().size(), 1u);
-  EXPECT_EQ(first.Exceptions()[0]->Key(), L"Exception.FakeA");
-  EXPECT_EQ(first.Exceptions()[0]->Evaluate(nullptr), static_cast<HRESULT>(0x80070005));
-  ASSERT_EQ(first.Actions().size(), 1u);
-  EXPECT_EQ(first.Actions()[0]->OnFailure(), CActionErrorMode::SkipActionsAndRules);
-
-  const CRule& second = *rules[1];
-  EXPECT_EQ(second.Name(), L"\u00DCn\u00EFcode \"quoted\"");
-  EXPECT_FALSE(second.IsChecked());
-  EXPECT_EQ(second.ConditionMode(), kModeAll);
-  EXPECT_EQ(second.ExceptionMode(), kModeAny);
-  EXPECT_TRUE(second.Conditions().empty());
-}
-
 TEST(YamlRuleSetTest, EmptyFilesHoldNoRules) {
   const auto registry = test::MakeFakeRegistry(false);
   EXPECT_TRUE(Parse("", *registry).empty());
@@ -129,28 +103,6 @@ TEST(YamlRuleSetTest, EveryParameterTypeReadsAsWritten) {
   EXPECT_EQ(rich.parts, 0x5u);
   EXPECT_FALSE(rich.enabled);
   EXPECT_EQ(rich.Flags(), 0x400000u);
-}
-
-TEST(YamlRuleSetTest, WrittenTextReadsBackToTheSameRuleSet) {
-  const auto registry = test::MakeFakeRegistry(false);
-  const auto rules = Parse(RuleSetFile("RoundTrip"), *registry);
-  const std::string written = RuleSetToYaml(rules);
-  const auto again = Parse(written, *registry);
-  EXPECT_EQ(RuleSetToBytes(again), RuleSetToBytes(rules)) << written;
-  EXPECT_EQ(RuleSetToYaml(again), written);
-  EXPECT_EQ(again[0]->Name(), L"yes");
-  const auto& rich = dynamic_cast<const test::CFakeRichCondition&>(*again[0]->Exceptions()[0]);
-  EXPECT_EQ(rich.text, L"null");
-}
-
-TEST(YamlRuleSetTest, WritesElementsOnOneLineEachWithTheirParameters) {
-  const auto registry = test::MakeFakeRegistry(false);
-  auto rule = std::make_shared<CRule>(L"Best of 2024");
-  rule->AddCondition(std::make_shared<test::CFakeCondition>(test::FakeConditionKind(0), S_FALSE));
-  auto action = std::make_shared<test::CFakeAction>(test::FakeActionKind(1));
-  action->SetOnFailure(CActionErrorMode::SkipActions);
-  rule->AddAction(action);
-  EXPECT_EQ(RuleSetToYaml(std::vector{rule}), RuleSetFile("WrittenOneLinePerElement"));
 }
 
 TEST(YamlRuleSetTest, DescribesElementsAndTheirParameters) {

@@ -79,18 +79,6 @@ TEST(RuleTest, RefusesAnElementKeyTwiceInOneRule) {
   EXPECT_EQ(rule.Actions().size(), 1u);
 }
 
-TEST(RuleTest, AddingSetsTheExceptionBitByList) {
-  auto element = std::make_shared<CFakeCondition>(test::FakeConditionKind(0));
-  element->SetFlags(kExceptionFlag | 0x400000);
-  CRule rule(L"r");
-  rule.AddCondition(element);
-  EXPECT_EQ(element->Flags(), 0x400000u) << "other bits are kept";
-  CRule other(L"o");
-  auto exception = std::make_shared<CFakeCondition>(test::FakeConditionKind(1));
-  other.AddException(exception);
-  EXPECT_TRUE(exception->IsException());
-}
-
 class PolicyTest : public ::testing::TestWithParam<test::CaseRow> {};
 
 // Fields: flags, the policy's bits, its link text.
@@ -110,34 +98,6 @@ TEST_P(PolicyTest, TakesTwoBitsOfTheFlagsAndHasItsLinkText) {
 INSTANTIATE_TEST_SUITE_P(Policies, PolicyTest,
                          ::testing::ValuesIn(test::ReadCaseTable("cases/action_error_modes.tsv")),
                          [](const auto& i) { return i.param.name; });
-
-TEST(RuleEngineValidityTest, OnlyCheckedRulesMustBeValid) {
-  CRuleEngine engine;
-  auto good = std::make_shared<CRule>(L"good");
-  good->AddCondition(std::make_shared<CFakeCondition>());
-  auto bad = std::make_shared<CRule>(L"bad");
-  auto invalid = std::make_shared<CFakeCondition>();
-  invalid->SetValid(false);
-  bad->AddException(invalid);
-  bad->SetChecked(false);
-  engine.Add(good);
-  engine.Add(bad);
-  EXPECT_TRUE(engine.CheckValidity().valid);
-  EXPECT_EQ(engine.CheckedRules().size(), 1u);
-
-  bad->SetChecked(true);
-  const RuleSetValidity validity = engine.CheckValidity();
-  EXPECT_FALSE(validity.valid);
-  EXPECT_EQ(validity.title, L"One or more rule(s) is invalid.");
-  EXPECT_EQ(validity.detail,
-            L"Cannot apply a rule set containing invalid rules. Please check every parameter "
-            L"and try again.");
-  ASSERT_EQ(validity.problems.size(), 1u);
-  EXPECT_EQ(validity.problems[0], L"Rule 'bad': Exception.FakeA: the fake is set to be invalid");
-  const auto checked = engine.CheckedRules();
-  ASSERT_EQ(checked.size(), 2u);
-  EXPECT_EQ(checked[1]->Name(), L"bad");
-}
 
 TEST(RuleEngineValidityTest, ARuleWithAnUnknownModeIsInvalid) {
   CRule rule(L"r");

@@ -12,6 +12,7 @@
 #include "com/variant.h"
 #include "scripts/script_source.h"
 #include "scripts/script_watchdog.h"
+#include "support/data_table.h"
 #include "support/temp_dir.h"
 
 namespace lmk {
@@ -54,75 +55,25 @@ Outcome RunScript(std::wstring_view progId, std::wstring_view source, std::wstri
   return {hr, std::wstring(result.get()->bstrVal, SysStringLen(result.get()->bstrVal))};
 }
 
-struct ScriptCase {
-  const char* name;
-  const wchar_t* progId;
-  const wchar_t* source;
-  HRESULT hr;
-  const wchar_t* value;  // the whole result, or a part of the error description
-};
+class ScriptRunTest : public testing::TestWithParam<test::CaseRow> {};
 
-class ScriptRunTest : public testing::TestWithParam<ScriptCase> {};
-
+// Fields: engine, script, HRESULT, the whole result or a part of the error description.
 TEST_P(ScriptRunTest, GivesValueOrError) {
-  const ScriptCase& c = GetParam();
-  const Outcome run = RunScript(c.progId, c.source, L"Evaluate");
-  EXPECT_EQ(run.hr, c.hr) << testing::PrintToString(run.value);
-  if (SUCCEEDED(c.hr)) {
-    EXPECT_EQ(run.value, c.value);
+  const test::CaseRow& c = GetParam();
+  const auto hr = static_cast<HRESULT>(std::stoul(c[2], nullptr, 16));
+  const Outcome run = RunScript(test::Wide(c[0]), test::Wide(c[1]), L"Evaluate");
+  EXPECT_EQ(run.hr, hr) << testing::PrintToString(run.value);
+  if (SUCCEEDED(hr)) {
+    EXPECT_EQ(run.value, test::Wide(c[3]));
   } else {
-    EXPECT_NE(run.value.find(c.value), std::wstring::npos) << testing::PrintToString(run.value);
+    EXPECT_NE(run.value.find(test::Wide(c[3])), std::wstring::npos)
+        << testing::PrintToString(run.value);
   }
 }
 
-constexpr HRESULT kThrown = DISP_E_EXCEPTION;
-
-INSTANTIATE_TEST_SUITE_P(
-    Languages, ScriptRunTest,
-    testing::ValuesIn(std::vector<ScriptCase>{
-        {"js_global_context", L"JavaScript",
-         L"function Evaluate() { return Context.Value('File.Name') + context.Count; }", S_OK,
-         L"/p/a.jpg3"},
-        {"js_for_in_and_enumerator", L"JScript",
-         L"function Evaluate(c) { var a = []; for (var k in c) a.push(k);\n"
-         L"  for (var e = new Enumerator(c); !e.atEnd(); e.moveNext()) a.push(e.item());\n"
-         L"  return a.join(','); }",
-         S_OK, L"File.Name,Meta.DateTaken,Meta.ISOSpeed,File.Name,Meta.DateTaken,Meta.ISOSpeed"},
-        {"js_date_is_local_date", L"JScript",
-         L"function Evaluate(c) { var d = c.Value('Meta.DateTaken');\n"
-         L"  return d.getFullYear() * 100 + d.getHours(); }",
-         S_OK, L"202413"},
-        {"js_writes_then_reads", L"JScript",
-         L"function Evaluate(c) { c.Value('X', 41); c.PutMultiple(['Y'], [c.Value('X') + 1]);\n"
-         L"  return c.GetMultiple(['Y'])[0] + (c.Test('Z') ? 1 : 0); }",
-         S_OK, L"42"},
-        {"js_throw_names_line", L"JScript",
-         L"function Evaluate(c) {\n  throw new Error('no client');\n}", kThrown,
-         L"Error: no client.\r\nSee line 2, column 0."},
-        {"js_missing_value_throws", L"JScript", L"function Evaluate(c) { return c.Value('Nope'); }",
-         kThrown, L"Nope"},
-        {"js_syntax_error_line", L"JScript", L"function Evaluate(c) {\n  return (;\n}",
-         kScriptErrorReported, L"See line 2"},
-        {"js_deep_recursion", L"JScript", L"function Evaluate(c) { return Evaluate(c) + 1; }",
-         kThrown, L"RangeError"},
-        {"js_huge_allocation", L"JScript",
-         L"function Evaluate(c) { var s = 'x'; while (true) s = s + s; }", kThrown, L"Error"},
-        {"py_compares_iso", L"Python",
-         L"def Evaluate(c):\n    return c.Value('Meta.ISOSpeed') > 800\n", S_OK, L"-1"},
-        {"py_mapping_and_iteration", L"Python",
-         L"def Evaluate(c):\n    c['X'] = 2\n"
-         L"    return ','.join(n for n in c) + str(len(c)) + context['File.Name']\n",
-         S_OK, L"File.Name,Meta.DateTaken,Meta.ISOSpeed,X4/p/a.jpg"},
-        {"py_date_is_datetime", L"Python",
-         L"def Evaluate(c):\n    return c.Value('Meta.DateTaken').year * 100 + "
-         L"c['Meta.DateTaken'].hour\n",
-         S_OK, L"202413"},
-        {"py_syntax_error_line_column", L"Python", L"def Evaluate(c):\n    return (]\n",
-         kScriptErrorReported, L"See line 2, column 13."},
-        {"unknown_engine", L"VBScript", L"Function Evaluate(c)", kUnknownScriptEngine,
-         L"no script engine named \"VBScript\""},
-    }),
-    [](const testing::TestParamInfo<ScriptCase>& i) { return std::string(i.param.name); });
+INSTANTIATE_TEST_SUITE_P(Languages, ScriptRunTest,
+                         testing::ValuesIn(test::ReadCaseTable("cases/script_runs.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 struct LoopCase {
   const char* name;
@@ -150,29 +101,16 @@ INSTANTIATE_TEST_SUITE_P(
     }),
     [](const testing::TestParamInfo<LoopCase>& i) { return std::string(i.param.name); });
 
-struct DueTimeCase {
-  const char* name;
-  LONG seconds;
-  std::int64_t dueTime;
-};
+class WatchdogDueTimeTest : public testing::TestWithParam<test::CaseRow> {};
 
-class WatchdogDueTimeTest : public testing::TestWithParam<DueTimeCase> {};
-
+// Fields: seconds, due time.
 TEST_P(WatchdogDueTimeTest, WrapsIn32Bits) {
-  EXPECT_EQ(WatchdogDueTime(GetParam().seconds), GetParam().dueTime);
+  EXPECT_EQ(WatchdogDueTime(std::stol(GetParam()[0])), std::stoll(GetParam()[1]));
 }
 
 INSTANTIATE_TEST_SUITE_P(Range, WatchdogDueTimeTest,
-                         testing::ValuesIn(std::vector<DueTimeCase>{
-                             {"last_exact", 214, -2'140'000'000},
-                             {"first_wrapped_positive", 215, 2'144'967'296},
-                             {"action_wraps_to_170s", 600, -1'705'032'704},
-                             {"negative", -1, 10'000'000},
-                             {"largest", 0x7FFFFFFF, 10'000'000},
-                         }),
-                         [](const testing::TestParamInfo<DueTimeCase>& i) {
-                           return std::string(i.param.name);
-                         });
+                         testing::ValuesIn(test::ReadCaseTable("cases/watchdog_due_times.tsv")),
+                         [](const auto& i) { return i.param.name; });
 
 TEST(WatchdogDelayTest, NonNegativeDueTimeFiresAtOnceAndActionGets170s) {
   EXPECT_EQ(WatchdogDelay(WatchdogDueTime(215)), std::chrono::nanoseconds::zero());

@@ -96,16 +96,5 @@ const FailureCase kFailures[] = {
 INSTANTIATE_TEST_SUITE_P(Templates, CounterFailure, ::testing::ValuesIn(kFailures),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST(CounterFailureTest, AbsentValueInPreviewIsZeroNotAFailure) {
-  test::ScopedConfigDir config;
-  FailingStore absent(HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND), L"");
-  TemplateContext context;
-  context.set_preview(true);
-  context.set_transaction(&absent);
-  std::wstring result;
-  EXPECT_EQ(ExpandTemplate(nullptr, L"{AutoIncrement:3}", &result, &context), S_OK);
-  EXPECT_EQ(result, L"000");
-}
-
 }  // namespace
 }  // namespace lmk

@@ -69,18 +69,6 @@ TEST(ExpandTemplateTest, NullArguments) {
   EXPECT_EQ(result, L"0||{FileName}");
 }
 
-TEST(ExpandTemplateTest, BackReferencesCarryAcrossTemplatesOfOneContext) {
-  ComPtr<IDictionary> record = MakeRecord({{L"File.PathNoExt", Variant::String(L"/p/12-34")}});
-  TemplateContext context;
-  std::wstring first, second;
-  ASSERT_EQ(ExpandTemplate(record.Get(), L"{RegEx:(\\d+)-(\\d+)}{2}_{1}", &first, &context), S_OK);
-  EXPECT_EQ(first, L"34_12");
-  ASSERT_EQ(ExpandTemplate(record.Get(), L"{RegEx:(1)(2).*}{4}", &second, &context), S_OK);
-  // The second expression appends after the first one's three entries: {4} is its group 1.
-  EXPECT_EQ(second, L"1");
-  EXPECT_EQ(context.back_references().size(), 6u);
-}
-
 TEST(ExpandTemplateTest, NameOverrideReplacesNameAndPath) {
   ComPtr<IDictionary> record =
       MakeRecord({{L"File.PathNoExt", Variant::String(L"/photos/day/IMG_1")}});
@@ -115,17 +103,6 @@ TEST(ExpandTemplateTest, DateTakenFallsBackToLastWrite) {
   std::wstring result;
   ASSERT_EQ(ExpandTemplate(record.Get(), L"{DateTakenUtc:6}", &result), S_OK);
   EXPECT_EQ(result, L"20240307");
-}
-
-TEST(ExpandTemplateTest, TokenValueIsLimited) {
-  std::wstring long_name(3000, L'x');
-  ComPtr<IDictionary> record = MakeRecord({{L"File.PathNoExt", Variant::String(long_name)}});
-  std::wstring result;
-  ASSERT_EQ(ExpandTemplate(record.Get(), L"{FileName}|{FileName}", &result), S_OK);
-  EXPECT_EQ(result, std::wstring(1039, L'x') + L"|" + std::wstring(1039, L'x'));
-  // The inner template is not limited, only what the function yields.
-  ASSERT_EQ(ExpandTemplate(record.Get(), L"{Right{FileName},5}", &result), S_OK);
-  EXPECT_EQ(result, L"xxxxx");
 }
 
 TEST(ExpandTemplateTest, ResultGrowsPastItsFirstBuffer) {
