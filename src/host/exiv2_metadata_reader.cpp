@@ -16,8 +16,8 @@
 #include "host/picture_file_head.h"
 #include "host/picture_header_probe.h"
 #include "host/xmp_packet.h"
+#include "platform/file_system.h"
 #include "platform/folder_listing.h"
-#include "platform/read_only_file.h"
 #include "platform/text_encoding.h"
 
 namespace lmk {

@@ -9,4 +9,8 @@ namespace lmk {
 /// missing file, an empty path or a path the system cannot look at. Safe from any thread.
 bool FileExists(std::wstring_view path);
 
+/// True when `path` names a regular file (links followed): no folder, device or pipe. False
+/// where FileExists is, and for a path the system cannot represent. Safe from any thread.
+bool IsRegularFile(std::wstring_view path) noexcept;
+
 }  // namespace lmk

@@ -28,7 +28,4 @@ class ReadOnlyFile {
   std::intptr_t handle_ = -1;
 };
 
-/// True when path names a regular file (links followed): no folder, device or pipe.
-bool IsRegularFile(std::wstring_view path) noexcept;
-
 }  // namespace lmk

@@ -2,7 +2,6 @@
 #include "platform/read_only_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -46,15 +45,6 @@ std::ptrdiff_t ReadOnlyFile::Read(void* buffer, std::size_t count) noexcept {
 void ReadOnlyFile::Close() noexcept {
   if (handle_ >= 0) ::close(static_cast<int>(handle_));
   handle_ = -1;
-}
-
-bool IsRegularFile(std::wstring_view path) noexcept {
-  try {
-    struct stat info {};
-    return ::stat(ToUtf8(path).c_str(), &info) == 0 && S_ISREG(info.st_mode);
-  } catch (...) {
-    return false;
-  }
 }
 
 }  // namespace lmk
